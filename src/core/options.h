@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+// Every setting of the service, as plain globals that every folder may read. They get their
+// defaults and the configuration file's values before a second thread exists; from then on clients
+// change some of them. Those are atomic words, or texts that are copied whole under a lock.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include <pthread.h>
+
+// A short text that one thread replaces while others read it: a reader gets a copy of the old or of
+// the new text, never of both.
+template <std::size_t N>
+class OptionText {
+public:
+    struct Copy {
+        char text[N];
+    };
+
+    // A copy of the text; it lives as long as the expression, or as what it is stored in.
+    [[nodiscard]] Copy get() const {
+        Copy copy;
+        pthread_mutex_lock(&lock_);
+        std::memcpy(copy.text, text_, N);
+        pthread_mutex_unlock(&lock_);
+        return copy;
+    }
+
+    // Stores at most N - 1 characters.
+    void set(std::string_view text) {
+        Copy copy{};
+        text.copy(copy.text, N - 1);
+        pthread_mutex_lock(&lock_);
+        std::memcpy(text_, copy.text, N);
+        pthread_mutex_unlock(&lock_);
+    }
+
+private:
+    mutable pthread_mutex_t lock_ = PTHREAD_MUTEX_INITIALIZER;
+    char text_[N]{};
+};
+
+constexpr std::size_t OPTION_PATH_SIZE = 64;
+
+// Set before the first thread starts.
+extern std::int32_t opt_fgnd;
+extern std::int32_t opt_debug;
+extern char opt_cfgfile[OPTION_PATH_SIZE];
+extern char opt_resdir[OPTION_PATH_SIZE];   // results files, a directory a subscription
+extern char opt_tpldir[OPTION_PATH_SIZE];   // templates
+extern char opt_rptdir[OPTION_PATH_SIZE];   // report files
+extern char opt_cfgdir[OPTION_PATH_SIZE];   // configurations
+extern char opt_dictdir[OPTION_PATH_SIZE];  // dictionaries
+extern char opt_dflt_lang_id[4];            // fallback language of reports
+extern std::int32_t opt_fullerr;            // error code for refused measurements
+extern std::int32_t opt_auto_flags;         // report flags of automatic reports
+
+// Changed by clients while other threads read them.
+extern OptionText<4> opt_lang_id;                  // language of reports
+extern std::atomic<std::int32_t> opt_max_res;      // results files a subscription
+extern std::atomic<std::int32_t> opt_max_rpt;      // report files
+extern std::atomic<std::int32_t> opt_fullact_res;  // FullAction
+extern std::atomic<std::int32_t> opt_fullact_rpt;  // FullAction
+extern std::atomic<std::int32_t> opt_autosave;     // save results on synchronisation
+extern std::atomic<std::int32_t> opt_autorpt;      // make a report of each results file
+extern std::atomic<std::int32_t> opt_auto_fmt;     // ReportFormat of automatic reports
+extern std::atomic<std::int16_t> opt_autoname;     // 0: by time; 1: by reference and sequence
+extern OptionText<32> opt_refname;                 // reference of sequence names
+extern std::atomic<std::int32_t> opt_autoseq;      // next sequence number
+
+// Sets every option to its default and makes the quota table; quotaInit's result.
+int setDefaults();

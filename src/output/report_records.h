@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// What the template engine hands to an output back-end: rows, styles, section entries.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "vorn/plugin.h"
+
+constexpr std::int32_t ROW_MAX_VALUES = 16;
+
+// One line of the report.
+struct ReportRow {
+    char cstyle[64];  // printf-style format: one conversion a value
+    std::int32_t count;
+    ItemValue values[ROW_MAX_VALUES];
+};
+
+// A css style; an empty family or a size below 1 leaves font or size as they are.
+struct OutputStyle {
+    char fontFamily[32];
+    std::int32_t fontSize;  // points
+};
+
+// An open section of the template.
+struct TemplateSection {
+    char id[20];  // for log lines only
+    std::uint8_t enabled;
+    std::int32_t top;        // blank lines before the section
+    std::int32_t bottom;     // blank lines after it
+    std::int32_t dictLevel;  // dictionary level to go back to, or -1
+};
+
+// Releases what a value owns. It does not clear the value.
+inline void releaseItemValue(const ItemValue *value) {
+    if ((value->flags & VORN_VALUE_OWNED) != 0) std::free(value->data);
+}

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+// Makes a report file from a results file and a template, within the report quota.
+#pragma once
+
+#include <cstdint>
+
+#include "vorn/plugin.h"
+
+enum ReportResult : int {
+    REPORT_OK = 0,
+    REPORT_QUOTA_FULL = -5,
+    REPORT_NO_INPUT = -9,      // template or results cannot be read
+    REPORT_NOT_CREATED = -10,  // the report file cannot be created
+    REPORT_NOT_WRITTEN = -18,  // a write failed
+};
+
+// Installs the report quota, sweeps files that a killed process left half written in the reports
+// directory, and prepares the results loader. Called once, before the first report of a service; a
+// program that does not call it makes reports without a limit. RESULTS_OK or RESULTS_NOT_LOADED.
+int initReports();
+
+// Makes one report. The file appears at reportPath when it is complete, or not at all; an earlier
+// one is moved aside under a numbered name. May run in several threads at once for different report
+// paths.
+//   flags     shown in logs by the callers; not used here
+//   format    ReportFormat
+//   userVars  user variables of the templates
+//   dictName  default dictionary (15 characters are used)
+// Returns REPORT_OK or a negative code: ReportResult, or the merge's.
+int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
+                   std::uint32_t flags, std::uint32_t format, KvStore *userVars,
+                   const char *dictName);
+
+// Deletes every report file. Always 0.
+int deleteAllReports();
+
+// Takes maximum and full action of the report quota from the options. Always 0.
+int updateReportQuota();
+
+// The report quota's count as last known, or -1 when there is no quota.
+int getReportCount();

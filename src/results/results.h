@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+// A loaded results file and the look-up of its items. A list belongs to the report that loaded it
+// and is read-only from then on.
+#pragma once
+
+#include <cstdint>
+
+#include "vorn/plugin.h"
+
+enum ResultsResult : int {
+    RESULTS_OK = 0,
+    RESULTS_NOT_LOADED = -9,
+};
+
+// Prepares the application manager's register-name tables, once at start-up. RESULTS_OK, or
+// RESULTS_NOT_LOADED after a message.
+int initResultsLoader();
+
+// Loads a results file. On RESULTS_OK *results is the first application (null for a file without
+// any), which the caller releases with freeResults; on RESULTS_NOT_LOADED, after a message, it is
+// null.
+int loadResultsFile(const char *path, Results **results);
+
+// Releases a list that loadResultsFile made; null is allowed.
+void freeResults(Results *results);
+
+// Finds a register by [application@]item[:field] or [application@]item[index], in a time that does
+// not grow with the number of registers. Of equal names the first counts.
+//   itemSpec  changed in place: what separates its parts becomes NUL
+//   results   a list of loadResultsFile, or null
+//   field     gets VORN_FIELD_...; may be null
+//   index     gets the index, -1 when none is given; may be null
+// Returns the register, or null after a message at level 1.
+const RegisterRecord *getAppItemResult(char *itemSpec, const Results *results, std::int32_t *field,
+                                       std::int32_t *index);

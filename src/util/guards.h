@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// Owners that release what they hold on every way out of a scope, a cancelled wait included.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include <pthread.h>
+#include <unistd.h>
+
+struct FileCloser {
+    void operator()(std::FILE *file) const { static_cast<void>(std::fclose(file)); }
+};
+using FileGuard = std::unique_ptr<std::FILE, FileCloser>;
+
+// For blocks from malloc: what crosses a callback or a plug-in.
+struct HeapFreer {
+    void operator()(void *block) const { std::free(block); }
+};
+template <class T>
+using HeapGuard = std::unique_ptr<T, HeapFreer>;
+
+struct MutexUnlocker {
+    void operator()(pthread_mutex_t *mutex) const { pthread_mutex_unlock(mutex); }
+};
+using MutexGuard = std::unique_ptr<pthread_mutex_t, MutexUnlocker>;
+
+[[nodiscard]] inline MutexGuard lockMutex(pthread_mutex_t *mutex) {
+    pthread_mutex_lock(mutex);
+    return MutexGuard(mutex);
+}
+
+// A file descriptor that closes itself; -1 holds none.
+class DescriptorGuard {
+public:
+    explicit DescriptorGuard(int descriptor = -1) : fd_(descriptor) {}
+    DescriptorGuard(const DescriptorGuard &) = delete;
+    DescriptorGuard &operator=(const DescriptorGuard &) = delete;
+    ~DescriptorGuard() {
+        if (fd_ >= 0) close(fd_);
+    }
+    [[nodiscard]] int get() const { return fd_; }
+    // Gives the descriptor up to the caller.
+    [[nodiscard]] int release() {
+        const int descriptor = fd_;
+        fd_ = -1;
+        return descriptor;
+    }
+
+private:
+    int fd_;
+};
+
+// Closes a written file; false when any write failed, which fclose alone does not tell.
+[[nodiscard]] inline bool closeWritten(FileGuard *file) {
+    std::FILE *stream = file->release();
+    const bool failed = std::ferror(stream) != 0;
+    return std::fclose(stream) == 0 && !failed;
+}

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+// What dmon_log prints while the object lives, without time stamps.
+#pragma once
+
+#include <string>
+
+class LogCapture {
+public:
+    // Lets messages up to `level` through.
+    explicit LogCapture(int level = 1);
+    LogCapture(const LogCapture &) = delete;
+    LogCapture &operator=(const LogCapture &) = delete;
+    ~LogCapture();
+
+    // The messages so far, a line each, as the code logged them.
+    [[nodiscard]] std::string text() const;
+
+private:
+    int savedStderr_;
+    int savedLevel_;
+    int file_;
+};
