@@ -3,11 +3,10 @@
  * that the program exports to it. C99 and C++ compile against this header; so does the program
  * itself.
  *
- * A plug-in is a shared library with three kinds of functions, named by the template's plugin
- * clause: init   void *f(const Results *results, const TemplateParam *arguments, DictResolver
- * *dict) value  int32_t f(void *pluginData, const TemplateParam *arguments, ItemValue *value) end
- * void f(void *pluginData, const TemplateParam *arguments) All of them run on the thread of the
- * merge that loaded the plug-in, one call at a time. */
+ * A plug-in is a shared library with functions of three types, declared below: PluginInitFn starts
+ * it, functions of PluginValueFn compute values, PluginEndFn ends it. The template's plugin clause
+ * names the first and the last. All run on the thread of the merge that loaded the plug-in, one
+ * call at a time. */
 #ifndef VORN_PLUGIN_H
 #define VORN_PLUGIN_H
 
@@ -205,8 +204,8 @@ struct KvStore {
     void *context;          /* handed to sortMethod */
 };
 
-#define KV_RECURSIVE 1u /* kvInitFlags: a thread that holds kvLock may call the other operations \
-                         */
+/* kvInitFlags: a thread that holds kvLock may call the other operations. */
+#define KV_RECURSIVE 1u
 
 /* Makes a store in the caller's memory. Returns KV_OK, or what creating the condition variable
  * returned. freeValue may be null for free. kvInit is kvInitFlags with flags 0. */
@@ -338,7 +337,8 @@ struct MsgQueue {
     MqFreeFn freeData; /* null: free */
 };
 
-#define MQ_RECURSIVE 1u /* mqInitFlags: the queue's mutex is recursive */
+/* mqInitFlags: the queue's mutex is recursive. */
+#define MQ_RECURSIVE 1u
 
 /* Makes a queue in the caller's memory. Returns MQ_OK, or what creating the condition variable
  * returned. freeData, for items that the queue itself discards, may be null for free. */
