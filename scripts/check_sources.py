@@ -1,0 +1,57 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Checks of the tracked files that the formatter does not make: each names its licence in its first
+lines, and includes point down the layers only. Prints a line a fault; exit status 1 when there is one."""
+import pathlib
+import re
+import subprocess
+import sys
+
+LICENCE = "SPDX-License-Identifier: MIT"
+LICENSED = {".h", ".c", ".cpp", ".cmake", ".sh", ".py"}
+LICENSED_NAMES = {"CMakeLists.txt", "run"}
+
+# A folder may include itself and what stands below it.
+LAYERS = ["core", "server", "listener", "report", "output", "results", "pdf", "storage", "util"]
+PLATFORM = {"dmon", "kelp", "okra", "lexica", "pktio", "nx"}
+# Records and settings that every folder may read; they include nothing of ours but each other.
+LEAVES = {"vorn/plugin.h", "core/options.h", "core/subscription.h"}
+
+INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
+
+
+def allowed(path, target):
+    """Whether the file may include the header, both as paths from the root of the includes."""
+    parts = path.parts
+    folder = target.split("/")[0]
+    if parts[0] == "platform":
+        return folder in PLATFORM | {"host"}
+    if parts[0] != "src":
+        return True
+    if f"{parts[1]}/{path.name}" in LEAVES:
+        return target in LEAVES
+    if target in LEAVES or folder in PLATFORM:
+        return True
+    return folder in LAYERS and LAYERS.index(folder) >= LAYERS.index(parts[1])
+
+
+def faults(path):
+    text = path.read_text(encoding="utf-8")
+    licensed = path.suffix in LICENSED or path.name in LICENSED_NAMES
+    if licensed and LICENCE not in "\n".join(text.splitlines()[:3]):
+        yield f"{path}: no '{LICENCE}' in the first lines"
+    if path.suffix in {".h", ".c", ".cpp"}:
+        for target in INCLUDE.findall(text):
+            if not allowed(path, target):
+                yield f"{path}: must not include {target}"
+
+
+def main():
+    listed = subprocess.run(["git", "ls-files", "-z"], capture_output=True, check=True).stdout
+    paths = [pathlib.Path(name.decode()) for name in listed.split(b"\0") if name]
+    found = [fault for path in paths if path.is_file() for fault in faults(path)]
+    print("\n".join(found), end="\n" if found else "")
+    return 1 if found else 0
+
+
+sys.exit(main())
