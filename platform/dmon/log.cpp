@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+// The log: a line a message on standard error. It works in fixed buffers, so that a message about
+// memory that ran out still appears, and it may be called while a thread is being cancelled.
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <ctime>
+#include <string_view>
+
+#include <limits.h>
+#include <poll.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include "dmon/dmon.h"
+
+namespace {
+
+std::atomic<int> debugLevel{1};
+
+// A pipe takes up to PIPE_BUF bytes in one piece: lines of this size never mix with those of other
+// threads or processes. Longer messages are cut, and say so.
+constexpr std::size_t LINE_SIZE = PIPE_BUF;
+constexpr std::string_view CUT_MARK = "...";
+
+struct Line {
+    char text[LINE_SIZE];
+    std::size_t length;
+};
+
+// "2026-05-01T10:15:00.123Z 2 "
+void putStamp(Line *line, int level) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    std::tm utc{};
+    gmtime_r(&now.tv_sec, &utc);
+    line->length = std::strftime(line->text, LINE_SIZE, "%Y-%m-%dT%H:%M:%S", &utc);
+    const int length = std::snprintf(line->text + line->length, LINE_SIZE - line->length,
+                                     ".%03dZ %d ", static_cast<int>(now.tv_nsec / 1000000), level);
+    line->length += static_cast<std::size_t>(length);
+}
+
+// The length of the control character at the front of `text`, 0 when there is none there. Beside
+// those of ASCII, U+0080 to U+009F in UTF-8 count: terminals obey them too.
+std::size_t controlLength(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    if (byte(0) < 0x20 || byte(0) == 0x7F) return 1;
+    return byte(0) == 0xC2 && text.size() > 1 && byte(1) >= 0x80 && byte(1) <= 0x9F ? 2 : 0;
+}
+
+// Takes a character that the end of the buffer halved off the end of a text.
+std::string_view withoutHalfCharacter(std::string_view text) {
+    std::size_t end = text.size();
+    while (end > 0 && (static_cast<unsigned char>(text[end - 1]) & 0xC0) == 0x80) --end;
+    if (end == 0 || static_cast<unsigned char>(text[end - 1]) < 0xC0) return text;
+    return text.substr(0, end - 1);
+}
+
+// Appends the text with its control characters made visible; false when it did not fit.
+bool putVisible(Line *line, std::string_view text) {
+    const std::size_t limit = LINE_SIZE - CUT_MARK.size() - 1;
+    for (std::size_t i = 0; i < text.size();) {
+        std::size_t controls = controlLength(text.substr(i));
+        if (line->length + std::max<std::size_t>(4 * controls, 1) > limit) return false;
+        if (controls == 0) line->text[line->length++] = text[i++];
+        for (; controls > 0; --controls) {
+            constexpr char digits[] = "0123456789ABCDEF";
+            const auto byte = static_cast<unsigned char>(text[i++]);
+            const char shown[] = {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
+            std::copy(std::begin(shown), std::end(shown), line->text + line->length);
+            line->length += sizeof shown;
+        }
+    }
+    return true;
+}
+
+// Appends a message of which `text` is all, or the beginning when `cut`.
+void putMessage(Line *line, std::string_view text, bool cut) {
+    if (!cut && text.ends_with('\n')) text.remove_suffix(1);
+    cut = !putVisible(line, text) || cut;
+    if (cut) {
+        line->length = withoutHalfCharacter({line->text, line->length}).size();
+        line->length += CUT_MARK.copy(line->text + line->length, CUT_MARK.size());
+    }
+    line->text[line->length++] = '\n';
+}
+
+// Standard error may be a pipe that somebody else made non-blocking: then it is waited for.
+void writeLine(const Line *line) {
+    while (write(STDERR_FILENO, line->text, line->length) < 0) {
+        pollfd ready = {STDERR_FILENO, POLLOUT, 0};
+        if (errno == EAGAIN)
+            poll(&ready, 1, -1);
+        else if (errno != EINTR)
+            return;
+    }
+}
+
+// Keeps the caller's errno and lets no cancellation in between half a line.
+class Undisturbed {
+public:
+    Undisturbed() : errno_(errno) { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState_); }
+    Undisturbed(const Undisturbed &) = delete;
+    Undisturbed &operator=(const Undisturbed &) = delete;
+    ~Undisturbed() {
+        int ignored = 0;
+        pthread_setcancelstate(cancelState_, &ignored);
+        errno = errno_;
+    }
+
+private:
+    int errno_;
+    int cancelState_ = PTHREAD_CANCEL_ENABLE;
+};
+
+}  // namespace
+
+void dmon_set_level(int level) {
+    debugLevel.store(level, std::memory_order_relaxed);
+}
+
+int dmon_level() {
+    return debugLevel.load(std::memory_order_relaxed);
+}
+
+void dmon_log(int level, const char *format, ...) {
+    const int limit = dmon_level();
+    if (level > limit || limit <= 0) return;
+    const Undisturbed undisturbed;
+
+    char message[LINE_SIZE];
+    va_list arguments;
+    va_start(arguments, format);
+// The format is the caller's: the compiler checks it there, by the attribute in the header.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    const int length = std::vsnprintf(message, sizeof message, format, arguments);
+#pragma GCC diagnostic pop
+    va_end(arguments);
+
+    Line line;
+    putStamp(&line, level);
+    if (length < 0) {  // an argument that cannot be printed: the format still tells most
+        putMessage(&line, format, false);
+    } else {
+        const std::size_t kept =
+            std::min<std::size_t>(static_cast<std::size_t>(length), LINE_SIZE - 1);
+        putMessage(&line, {message, kept}, kept < static_cast<std::size_t>(length));
+    }
+    writeLine(&line);
+}

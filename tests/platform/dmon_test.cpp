@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+// The daemon framework: what the log prints.
+#include "dmon/dmon.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "support/log_capture.h"
+
+namespace {
+
+// Everything that `act` writes to standard error, through a pipe as under a service manager.
+template <class Act>
+std::string standardErrorOf(Act act) {
+    int ends[2];
+    if (pipe(ends) != 0) return "no pipe";
+    const int saved = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    close(ends[1]);
+    std::string text;
+    std::thread reader([&] {
+        char piece[1000];
+        for (ssize_t n; (n = read(ends[0], piece, sizeof piece)) > 0;)
+            text.append(piece, static_cast<std::size_t>(n));
+    });
+    act();
+    dup2(saved, STDERR_FILENO);  // the pipe's last writer goes
+    close(saved);
+    reader.join();
+    close(ends[0]);
+    return text;
+}
+
+}  // namespace
+
+TEST(DmonLog, PrintsUtcWithMillisecondsTheLevelAndOneLineWhateverTheTextHolds) {
+    errno = ENOENT;
+    const std::string text = standardErrorOf([] {
+        dmon_set_level(2);
+        dmon_log(2, "file '%s' %d\n", "a\r\n2026-05-01T10:15:00.123Z 1 forged\t\x1B[2J\x7F\xC2\x9B",
+                 7);
+        dmon_log(1, "Gr\xC3\xBC\xC3\x9F \xC2\xA9 without an end");
+        dmon_log(3, "not printed\n");
+        dmon_set_level(0);
+        dmon_log(1, "not printed\n");
+        dmon_log(0, "not printed\n");
+        dmon_set_level(1);
+    });
+    EXPECT_EQ(errno, ENOENT);
+    std::string masked;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::replace_if(
+            line.begin(), line.begin() + 24, [](char c) { return std::isdigit(c) != 0; }, '9');
+        masked += line + "\n";
+    }
+    EXPECT_EQ(masked,
+              "9999-99-99T99:99:99.999Z 2 file 'a\\x0D\\x0A2026-05-01T10:15:00.123Z 1 "
+              "forged\\x09\\x1B[2J\\x7F\\xC2\\x9B' 7\n"
+              "9999-99-99T99:99:99.999Z 1 Gr\xC3\xBC\xC3\x9F \xC2\xA9 without an end\n");
+}
+
+TEST(DmonLog, CutsALongMessageVisiblyAndNeverInsideACharacter) {
+    for (const char *letter : {"x", "\xC3\xBC", "\xE2\x82\xAC", "\n"}) {
+        for (const std::size_t size : {3000u, 4080u, 4090u, 70000u}) {
+            SCOPED_TRACE(std::string(letter) + " " + std::to_string(size));
+            std::string message;
+            while (message.size() < size) message += letter;
+            const std::string shown = *letter == '\n' ? "\\x0A" : letter;
+            const std::string text =
+                standardErrorOf([&] { dmon_log(1, "%s|\n", message.c_str()); });
+            std::string body = text.substr(std::string("2026-05-01T10:15:00.123Z 1 ").size());
+            const bool whole = body.ends_with("|\n");
+            EXPECT_EQ(whole, size == 3000 && *letter != '\n');
+            body.resize(body.size() - (whole ? 2 : 4));
+            EXPECT_LE(text.size(), 4096u);
+            EXPECT_EQ(body.size() % shown.size(), 0u);
+            EXPECT_EQ(body.find_first_not_of(shown), std::string::npos);
+            if (!whole) {
+                EXPECT_TRUE(text.ends_with("...\n"));
+                EXPECT_GT(text.size(), 4080u);
+            }
+        }
+    }
+}
+
+TEST(DmonLog, LinesOfSeveralThreadsNeverMix) {
+    constexpr int threads = 4;
+    constexpr int lines = 200;
+    std::multiset<std::string> expected;
+    const std::string filler(1500, '.');
+    for (int t = 0; t < threads; ++t)
+        for (int i = 0; i < lines; ++i)
+            expected.insert(std::to_string(t) + filler + std::to_string(i));
+    const std::string text = standardErrorOf([&] {
+        std::vector<std::thread> writers;
+        for (int t = 0; t < threads; ++t)
+            writers.emplace_back([t, &filler] {
+                for (int i = 0; i < lines; ++i) dmon_log(1, "%d%s%d\n", t, filler.c_str(), i);
+            });
+        for (std::thread &writer : writers) writer.join();
+    });
+    std::multiset<std::string> seen;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) seen.insert(line.substr(27));
+    EXPECT_EQ(seen, expected);
+}
+
+TEST(DmonLog, IsWhatLogCaptureShows) {
+    const LogCapture log(2);
+    dmon_log(2, "one\n");
+    dmon_log(1, "two\n");
+    dmon_log(3, "three\n");
+    EXPECT_EQ(log.text(), "one\ntwo\n");
+}
