@@ -2,6 +2,7 @@
 // Opening, counting, purging and moving of files. No state; may be called from any thread.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 
 #include <dirent.h>
@@ -12,9 +13,32 @@
 using DirFilter = int (*)(const struct dirent *entry);
 using DirOrder = int (*)(const struct dirent **a, const struct dirent **b);
 
+// The entries of a directory that a filter accepts (null: all), in the given order (null: as the
+// directory delivers them).
+class DirListing {
+public:
+    DirListing(const char *directory, DirFilter filter, DirOrder order);
+    DirListing(const DirListing &) = delete;
+    DirListing &operator=(const DirListing &) = delete;
+    ~DirListing();
+
+    // 0 when the directory cannot be read.
+    [[nodiscard]] int count() const { return count_ < 0 ? 0 : count_; }
+    [[nodiscard]] const char *name(int index) const { return entries_[index]->d_name; }
+
+private:
+    struct dirent **entries_ = nullptr;
+    int count_;
+};
+
 // Opens a regular file for reading as text. Null, with errno set, for anything else: a directory
 // (EISDIR), a FIFO or a device (ENOTSUP) too, without waiting for a writer.
 FileGuard openForReading(const char *path);
+
+// Both build a path in a buffer of `size` bytes, cut to fit. False when it was cut, after a warning
+// in the log that shows it: the one place that says so.
+bool copyPath(char *out, std::size_t size, const char *path);
+bool joinPath(char *out, std::size_t size, const char *directory, const char *name);
 
 // True for a regular file whose name is longer than 5 characters and ends in ".subs".
 int isSubsFile(const struct dirent *entry);
@@ -30,5 +54,6 @@ int countDirFiles(const char *directory, DirFilter filter);
 int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int keep);
 
 // Moves an existing file aside to the first free name with _01, _02 ... before its extension, so
-// that the name is free. Returns 0; a failed rename is not reported.
+// that the name is free. The extension is that of the file's name: dots of its folders do not
+// count. Returns 0; a failed rename is not reported.
 int backup_file(const char *path);

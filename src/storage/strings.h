@@ -29,6 +29,10 @@ void copyPiece(char (&to)[N], std::string_view piece) {
     to[length] = '\0';
 }
 
+// Takes the next word off the front of `rest`; an empty one when none is left. Runs of separators
+// count as one.
+std::string_view takeWord(std::string_view *rest, std::string_view separators);
+
 // When s begins with ' or ", cuts s at the next one of the same kind and returns s + 1; else s.
 char *unquote_str(char *s);
 

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: MIT
+#include "storage/files.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <string_view>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "dmon/dmon.h"
+
+namespace {
+
+bool exists(const char *path) {
+    struct stat status;
+    return stat(path, &status) == 0;
+}
+
+// Where the extension of the path's file name begins: its last dot, or its end.
+std::size_t extensionStart(std::string_view path) {
+    const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
+    const std::size_t dot = path.rfind('.');
+    return dot == std::string_view::npos || dot < name ? path.size() : dot;
+}
+
+// Passes on whether snprintf's text of `length` characters fits the path `out`.
+bool fitsOrWarn(const char *out, std::size_t size, int length) {
+    if (length >= 0 && static_cast<std::size_t>(length) < size) return true;
+    dmon_log(1, "Warning: path '%s' was cut at %zu characters.\n", out, size - 1);
+    return false;
+}
+
+}  // namespace
+
+DirListing::DirListing(const char *directory, DirFilter filter, DirOrder order)
+    : count_(scandir(directory, &entries_, filter, order)) {}
+
+DirListing::~DirListing() {
+    for (int i = 0; i < count_; ++i) std::free(entries_[i]);
+    if (count_ >= 0) std::free(entries_);
+}
+
+FileGuard openForReading(const char *path) {
+    // Without O_NONBLOCK the open of a FIFO waits for a writer.
+    DescriptorGuard descriptor(open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat status;
+    if (descriptor.get() < 0 || fstat(descriptor.get(), &status) != 0) return nullptr;
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
+        return nullptr;
+    }
+    FileGuard file(fdopen(descriptor.get(), "r"));
+    if (file) static_cast<void>(descriptor.release());
+    return file;
+}
+
+bool copyPath(char *out, std::size_t size, const char *path) {
+    return fitsOrWarn(out, size, std::snprintf(out, size, "%s", path));
+}
+
+bool joinPath(char *out, std::size_t size, const char *directory, const char *name) {
+    return fitsOrWarn(out, size, std::snprintf(out, size, "%s/%s", directory, name));
+}
+
+int isSubsFile(const struct dirent *entry) {
+    constexpr std::string_view ENDING = ".subs";
+    const std::string_view name = entry->d_name;
+    return entry->d_type == DT_REG && name.size() > ENDING.size() && name.ends_with(ENDING) ? 1 : 0;
+}
+
+int misc_alphasort(const struct dirent **a, const struct dirent **b) {
+    return std::strcmp((*a)->d_name, (*b)->d_name);
+}
+
+int countDirFiles(const char *directory, DirFilter filter) {
+    return DirListing(directory, filter, nullptr).count();
+}
+
+int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int keep) {
+    const DirListing listing(directory, filter, order);
+    const int surplus = std::max(0, listing.count() - std::max(0, keep));
+    for (int i = 0; i < surplus; ++i) {
+        char path[PATH_MAX];
+        const int length = std::snprintf(path, sizeof path, "%s/%s", directory, listing.name(i));
+        // A cut path may name another file.
+        if (length > 0 && static_cast<std::size_t>(length) < sizeof path) unlink(path);
+        dmon_log(2, "Deleted old file '%s'.\n", path);
+    }
+    return listing.count() - surplus;
+}
+
+int backup_file(const char *path) {
+    const std::string_view given = path;
+    const std::size_t base = extensionStart(given);
+    char moved[PATH_MAX];
+    if (given.size() >= sizeof moved) return 0;  // no file can have such a path
+    given.copy(moved, given.size());
+    moved[given.size()] = '\0';
+
+    int counter = 0;
+    while (exists(moved)) {
+        const int length =
+            std::snprintf(moved + base, sizeof moved - base, "_%02d%s", ++counter, path + base);
+        if (length < 0 || static_cast<std::size_t>(length) >= sizeof moved - base) return 0;
+    }
+    if (counter > 0) std::rename(path, moved);
+    return 0;
+}
