@@ -12,6 +12,8 @@
 
 #include <pthread.h>
 
+#include "core/subscription.h"
+
 // A short text that one thread replaces while others read it: a reader gets a copy of the old or of
 // the new text, never of both.
 template <std::size_t N>
@@ -58,6 +60,10 @@ extern char opt_dictdir[OPTION_PATH_SIZE];  // dictionaries
 extern char opt_dflt_lang_id[4];            // fallback language of reports
 extern std::int32_t opt_fullerr;            // error code for refused measurements
 extern std::int32_t opt_auto_flags;         // report flags of automatic reports
+
+// The subscriptions of the subscription files; not changed after the start.
+extern std::int32_t opt_num_subs;  // entries used in opt_subs
+extern Subscription opt_subs[MAX_INITIAL_SUBSCRIPTIONS];
 
 // Changed by clients while other threads read them.
 extern OptionText<4> opt_lang_id;                  // language of reports
