@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+// What the platform's libraries share: lines, numbers, files that appear whole.
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "host/text_file.h"
+#include "host/whole_file.h"
+#include "host/words.h"
+#include "support/temp_dir.h"
+
+TEST(HostNumbers, FillTheWholeTextAndStayInRange) {
+    struct Case {
+        const char *text;
+        std::int64_t isSigned;  // -999: refused
+        std::int64_t isC;
+    };
+    constexpr std::int64_t none = -999;
+    const Case cases[] = {
+        {"0", 0, 0},
+        {"010", 10, 8},
+        {"0x1F", 31, 31},
+        {"0XfF", 255, 255},
+        {"-128", -128, none},
+        {"-129", none, none},
+        {"-0x80", -128, none},
+        {"256", none, 256},
+        {"08", 8, none},
+        {"", none, none},
+        {"-", none, none},
+        {"0x", none, none},
+        {"+1", none, none},
+        {"--1", none, none},
+        {" 1", none, none},
+        {"1x", none, none},
+        {"0x-1", none, none},
+        {"4294967295", none, 4294967295},
+        {"4294967296", none, none},
+        {"99999999999999999999", none, none},
+        {"037777777777", none, 4294967295},
+        {"040000000000", none, none},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.text);
+        std::int64_t number = none;
+        std::uint32_t cNumber = 77;
+        EXPECT_EQ(host::parseSigned(c.text, -128, 255, &number), c.isSigned != none);
+        EXPECT_EQ(number, c.isSigned);
+        EXPECT_EQ(host::parseCNumber(c.text, &cNumber), c.isC != none);
+        EXPECT_EQ(cNumber, c.isC == none ? 77 : c.isC);
+    }
+    std::int64_t least = 0;
+    EXPECT_TRUE(host::parseSigned("-9223372036854775808", INT64_MIN, INT64_MAX, &least));
+    EXPECT_EQ(least, INT64_MIN);
+}
+
+TEST(HostLines, AreReadWithoutTheirEndsUntilOneIsNoText) {
+    struct Case {
+        std::string content;
+        std::vector<std::string> lines;
+        host::LineResult end;
+    };
+    const std::string longLine(100000, 'x');
+    const Case cases[] = {
+        {"", {}, host::LINE_END},
+        {"\xEF\xBB\xBF"
+         "a\r\n\n\xEF\xBB\xBF"
+         "b\rc",
+         {"a", "",
+          "\xEF\xBB\xBF"
+          "b\rc"},
+         host::LINE_END},
+        {longLine + "\nz\n", {longLine, "z"}, host::LINE_END},
+        {"a\n\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\n\xC3\n",
+         {"a", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"},
+         host::LINE_NOT_TEXT},
+        {std::string("a\0b\n", 4), {}, host::LINE_NOT_TEXT},
+        {"\xC0\xAF", {}, host::LINE_NOT_TEXT},      // a long form
+        {"\xED\xA0\x80", {}, host::LINE_NOT_TEXT},  // a surrogate
+        {"\xF4\x90\x80\x80", {}, host::LINE_NOT_TEXT},
+        {"\n" + std::string(host::MAX_LINE + 1, 'x'), {""}, host::LINE_TOO_LONG},
+    };
+    const TempDir dir;
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.content.substr(0, 20));
+        const host::FileGuard file = host::openText(dir.write("lines", c.content).c_str());
+        ASSERT_TRUE(file);
+        host::LineReader reader(file.get());
+        std::vector<std::string> lines;
+        std::string_view line;
+        host::LineResult result = host::LINE_READ;
+        while ((result = reader.next(&line)) == host::LINE_READ) lines.emplace_back(line);
+        EXPECT_EQ(result, c.end);
+        EXPECT_EQ(lines, c.lines);
+        EXPECT_EQ(reader.number(), lines.size() + (c.end == host::LINE_END ? 0 : 1));
+    }
+}
+
+TEST(HostOpenText, RefusesWhatIsNoFileWithoutWaitingForIt) {
+    const TempDir dir;
+    const std::string fifo = dir.path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::pair<std::string, int> cases[] = {
+        {dir.path(), EISDIR}, {fifo, ENOTSUP}, {"/dev/zero", ENOTSUP}, {dir.path("none"), ENOENT}};
+    for (const auto &[path, error] : cases) {
+        errno = 0;
+        EXPECT_FALSE(host::openText(path.c_str())) << path;
+        EXPECT_EQ(errno, error) << path;
+    }
+}
+
+TEST(HostWholeFile, AppearsWholeOrNotAtAll) {
+    const TempDir dir;
+    const std::string path = dir.write("a.res", "old");
+    dir.write(".a.res.part", "a much longer left-over of a killed process");
+    {
+        host::WholeFile file;
+        ASSERT_EQ(file.begin(path.c_str()), 0);
+        std::fputs("new", file.stream());
+        EXPECT_EQ(dir.read("a.res"), "old");
+        host::removeLeftParts(dir.path().c_str());  // spares the part in work
+        EXPECT_EQ(file.commit(), 0);
+    }
+    EXPECT_EQ(dir.read("a.res"), "new");
+    {
+        host::WholeFile file;
+        ASSERT_EQ(file.begin(path.c_str()), 0);
+        std::fputs("given up", file.stream());
+    }
+    dir.makeDir("folder");
+    {
+        host::WholeFile file;
+        ASSERT_EQ(file.begin(dir.path("folder").c_str()), 0);
+        EXPECT_EQ(file.commit(), EISDIR);
+    }
+    host::WholeFile file;
+    EXPECT_EQ(file.begin(dir.path("none/a.res").c_str()), ENOENT);
+    EXPECT_EQ(dir.read("a.res"), "new");
+    EXPECT_FALSE(dir.exists(".a.res.part"));
+    EXPECT_FALSE(dir.exists(".folder.part"));
+
+    dir.write(".b.res.part", "left over");
+    dir.write(".c.res", "no part");
+    host::removeLeftParts(dir.path().c_str());
+    EXPECT_FALSE(dir.exists(".b.res.part"));
+    EXPECT_TRUE(dir.exists(".c.res"));
+}
+
+TEST(HostWholeFile, WritersOfOneFileTakeTurns) {
+    const TempDir dir;
+    const std::string path = dir.path("a");
+    constexpr int writers = 6;
+    for (int i = 0; i < writers; ++i) {
+        if (fork() != 0) continue;
+        bool good = true;
+        for (int n = 0; n < 20 && good; ++n) {
+            host::WholeFile file;
+            good = file.begin(path.c_str()) == 0;
+            for (int k = 0; good && k < 2000; ++k) std::fputc('0' + i, file.stream());
+            host::removeLeftParts(dir.path().c_str());
+            good = good && file.commit() == 0;
+        }
+        _exit(good ? 0 : 1);
+    }
+    for (int i = 0; i < writers; ++i) {
+        int status = -1;
+        wait(&status);
+        EXPECT_EQ(status, 0);
+    }
+    const std::string text = dir.read("a");
+    EXPECT_EQ(text, std::string(2000, text.empty() ? '?' : text[0]));
+}
