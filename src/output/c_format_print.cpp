@@ -1,0 +1,502 @@
+// SPDX-License-Identifier: MIT
+// Prints values by printf-style conversions. What a conversion means is in C99 7.19.6.1; where that
+// leaves a case undefined, c_format.h says what happens here.
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+
+#include "output/c_format.h"
+#include "pdf/utf8.h"
+
+namespace {
+
+enum ConversionFlag : std::uint8_t {
+    FLAG_LEFT = 1,
+    FLAG_PLUS = 2,
+    FLAG_BLANK = 4,
+    FLAG_ALTERNATE = 8,
+    FLAG_ZERO = 16,
+    FLAG_GROUP = 32,
+};
+
+// The size that a length modifier gives an integer.
+enum ModifierSize : std::uint8_t { SIZE_32, SIZE_64, SIZE_MACHINE, SIZE_OTHER };
+
+constexpr std::int32_t NOT_GIVEN = -1;
+
+struct Conversion {
+    std::uint8_t flags;
+    ModifierSize size;
+    char letter;  // 0: none stands there
+    std::int32_t width;
+    std::int32_t precision;  // or NOT_GIVEN
+
+    [[nodiscard]] bool has(unsigned flag) const { return (flags & flag) != 0; }
+};
+
+// ---- reading a conversion ----
+
+// The rest of a piece; at its end it reads as NULs.
+struct Reader {
+    const char *at;
+    const char *end;
+
+    [[nodiscard]] char peek() const { return at < end ? *at : '\0'; }
+    bool skip(char c) {
+        if (peek() != c) return false;
+        ++at;
+        return true;
+    }
+};
+
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+constexpr bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+constexpr unsigned flagOf(char c) {
+    switch (c) {
+        case '-':
+            return FLAG_LEFT;
+        case '+':
+            return FLAG_PLUS;
+        case ' ':
+            return FLAG_BLANK;
+        case '#':
+            return FLAG_ALTERNATE;
+        case '0':
+            return FLAG_ZERO;
+        case '\'':
+            return FLAG_GROUP;
+        default:
+            return 0;
+    }
+}
+
+void readFlags(Reader *reader, Conversion *conversion) {
+    for (;;) {
+        const unsigned flag = flagOf(reader->peek());
+        if (flag == 0 && reader->peek() != 'I')
+            return;  // I: other digits, which no locale here has
+        conversion->flags = static_cast<std::uint8_t>(conversion->flags | flag);
+        ++reader->at;
+    }
+}
+
+// Digits as a number; `absent` without digits, for "*" and for an absurd number.
+std::int32_t readNumber(Reader *reader, std::int32_t absent) {
+    const bool star = reader->skip('*');
+    std::int32_t number = isDigit(reader->peek()) && !star ? 0 : absent;
+    bool absurd = star;
+    for (; isDigit(reader->peek()); ++reader->at) {
+        if (absurd) continue;
+        number = number * 10 + (reader->peek() - '0');
+        absurd = number > CFORMAT_MAX_WIDTH;
+    }
+    if (star) reader->skip('$');
+    return absurd ? absent : number;
+}
+
+ModifierSize readModifier(Reader *reader) {
+    const char *start = reader->at;
+    while (reader->peek() != '\0' && std::strchr("hlLqjzt", reader->peek()) != nullptr)
+        ++reader->at;
+    const std::string_view modifier(start, static_cast<std::size_t>(reader->at - start));
+    if (modifier.empty()) return SIZE_32;
+    if (modifier == "l" || modifier == "z" || modifier == "t") return SIZE_MACHINE;
+    if (modifier == "ll" || modifier == "q" || modifier == "j" || modifier == "L") return SIZE_64;
+    return SIZE_OTHER;
+}
+
+// Reads what follows the %. A letter that is no conversion counts as one; another character, or
+// the end, leaves the conversion without.
+Conversion readConversion(Reader *reader) {
+    Conversion conversion{};
+    readFlags(reader, &conversion);
+    conversion.width = readNumber(reader, 0);
+    if (reader->skip('$')) {  // "1$": the number of the argument, and there is but one
+        readFlags(reader, &conversion);
+        conversion.width = readNumber(reader, 0);
+    }
+    conversion.precision = NOT_GIVEN;
+    if (reader->skip('.')) {
+        const char next = reader->peek();
+        conversion.precision = isDigit(next) || next == '*' ? readNumber(reader, NOT_GIVEN) : 0;
+    }
+    conversion.size = readModifier(reader);
+    if (isLetter(reader->peek())) conversion.letter = *reader->at++;
+    return conversion;
+}
+
+// ---- writing text ----
+
+// The text being made.
+struct Text {
+    char *out;
+    std::size_t length;  // bytes
+    std::size_t room;    // units left
+    CFormatUnit unit;
+};
+
+void putAscii(Text *text, std::string_view ascii) {
+    const std::size_t length = std::min(ascii.size(), text->room);
+    std::memcpy(text->out + text->length, ascii.data(), length);
+    text->length += length;
+    text->room -= length;
+}
+
+void putFill(Text *text, char c, std::size_t count) {
+    const std::size_t length = std::min(count, text->room);
+    std::memset(text->out + text->length, c, length);
+    text->length += length;
+    text->room -= length;
+}
+
+void putBytes(Text *text, std::string_view bytes) {
+    const std::size_t length = utf8_fit(bytes, text->room);
+    std::memcpy(text->out + text->length, bytes.data(), length);
+    text->length += length;
+    text->room = length < bytes.size() ? 0 : text->room - length;
+}
+
+void putCharacters(Text *text, std::string_view characters) {
+    while (!characters.empty() && text->room > 0) {
+        const std::size_t length = utf8_char_length(characters);
+        std::memcpy(text->out + text->length, characters.data(), length);
+        characters.remove_prefix(length);
+        text->length += length;
+        --text->room;
+    }
+}
+
+void putUtf8(Text *text, std::string_view utf8) {
+    if (text->unit == CFORMAT_BYTES)
+        putBytes(text, utf8);
+    else
+        putCharacters(text, utf8);
+}
+
+// The text around a conversion: "%%" prints one %, as does a conversion that has no value.
+void putLiteral(Text *text, std::string_view literal) {
+    for (;;) {
+        const std::size_t percent = literal.find('%');
+        if (percent == std::string_view::npos) break;
+        putUtf8(text, literal.substr(0, percent + 1));
+        const bool pair = literal.size() > percent + 1 && literal[percent + 1] == '%';
+        literal.remove_prefix(percent + (pair ? 2 : 1));
+    }
+    putUtf8(text, literal);
+}
+
+// ---- the conversions ----
+
+std::size_t paddingOf(const Conversion *conversion, std::size_t length) {
+    const auto width = static_cast<std::size_t>(conversion->width);
+    return width > length ? width - length : 0;
+}
+
+// A text of so many units, padded with blanks.
+void putField(Text *text, const Conversion *conversion, std::string_view field, std::size_t units) {
+    const std::size_t padding = paddingOf(conversion, units);
+    if (!conversion->has(FLAG_LEFT)) putFill(text, ' ', padding);
+    putUtf8(text, field);
+    if (conversion->has(FLAG_LEFT)) putFill(text, ' ', padding);
+}
+
+// A number: sign or base, zeros that the precision asks for, digits. `padZeros` lets the flag 0
+// fill the width with zeros.
+void putNumber(Text *text, const Conversion *conversion, std::string_view prefix, std::size_t zeros,
+               std::string_view digits, bool padZeros) {
+    std::size_t padding = paddingOf(conversion, prefix.size() + zeros + digits.size());
+    const bool left = conversion->has(FLAG_LEFT);
+    if (padZeros && !left && conversion->has(FLAG_ZERO)) {
+        zeros += padding;
+        padding = 0;
+    }
+    if (!left) putFill(text, ' ', padding);
+    putAscii(text, prefix);
+    putFill(text, '0', zeros);
+    putAscii(text, digits);
+    if (left) putFill(text, ' ', padding);
+}
+
+// The format for snprintf of a conversion that only the C library prints: flags, width and
+// precision as arguments, the modifier given, the letter.
+struct LibraryFormat {
+    char text[16];
+};
+
+LibraryFormat libraryFormat(const Conversion *conversion, std::string_view modifier, char letter) {
+    LibraryFormat format{};
+    char *to = format.text;
+    *to++ = '%';
+    for (const char flag : {'-', '+', ' ', '#', '0', '\''})
+        if (conversion->has(flagOf(flag))) *to++ = flag;
+    for (const char c : {'*', '.', '*'}) *to++ = c;
+    to = std::copy(modifier.begin(), modifier.end(), to);
+    *to = letter;
+    return format;
+}
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // made here, of checked parts
+// Number is what modifier and letter say: double, or long long for "ll".
+template <class Number>
+void putByLibrary(Text *text, const Conversion *conversion, std::string_view modifier, char letter,
+                  Number number) {
+    const LibraryFormat format = libraryFormat(conversion, modifier, letter);
+    const int length = std::snprintf(text->out + text->length, text->room + 1, format.text,
+                                     conversion->width, conversion->precision, number);
+    if (length < 0) return;  // no memory: the field stays empty
+    const std::size_t written = std::min(static_cast<std::size_t>(length), text->room);
+    text->length += written;
+    text->room -= written;
+}
+#pragma GCC diagnostic pop
+
+void toUpper(char *from, const char *to) {
+    for (; from != to; ++from)
+        if (*from >= 'a' && *from <= 'z') *from = static_cast<char>(*from - 'a' + 'A');
+}
+
+// The sign of a number by the flags: "-", "+", " " or nothing.
+std::string_view signOf(const Conversion *conversion, bool negative) {
+    if (negative) return "-";
+    if (conversion->has(FLAG_PLUS)) return "+";
+    return conversion->has(FLAG_BLANK) ? " " : "";
+}
+
+// An integer value: its bits, and what its type says of them.
+struct Integer {
+    std::uint64_t bits;  // sign-extended when isSigned, else zero-extended
+    bool isSigned;
+    bool is64;
+};
+
+// The same bits read as a signed or unsigned number of the same size.
+std::uint64_t readAs(const Integer *integer, bool asSigned) {
+    if (integer->is64) return integer->bits;
+    const auto low = static_cast<std::uint32_t>(integer->bits);
+    return asSigned ? static_cast<std::uint64_t>(static_cast<std::int32_t>(low)) : low;
+}
+
+void putDecimal(Text *text, const Conversion *conversion, std::uint64_t bits, bool isSigned) {
+    if (conversion->has(FLAG_GROUP)) {
+        if (isSigned)
+            putByLibrary(text, conversion, "ll", 'd', static_cast<long long>(bits));
+        else
+            putByLibrary(text, conversion, "ll", 'u', static_cast<unsigned long long>(bits));
+        return;
+    }
+    const bool negative = isSigned && static_cast<std::int64_t>(bits) < 0;
+    char digits[24];
+    const auto end = std::to_chars(digits, std::end(digits), negative ? 0 - bits : bits).ptr;
+    std::string_view shown(digits, static_cast<std::size_t>(end - digits));
+    if (conversion->precision == 0 && bits == 0) shown = {};
+    const auto wanted = static_cast<std::size_t>(std::max(conversion->precision, 0));
+    putNumber(text, conversion, isSigned ? signOf(conversion, negative) : "",
+              wanted > shown.size() ? wanted - shown.size() : 0, shown,
+              conversion->precision == NOT_GIVEN);
+}
+
+void putHexOrOctal(Text *text, const Conversion *conversion, std::uint64_t bits) {
+    const bool octal = conversion->letter == 'o';
+    char digits[24];
+    char *end = std::to_chars(digits, std::end(digits), bits, octal ? 8 : 16).ptr;
+    if (conversion->letter == 'X') toUpper(digits, end);
+    std::string_view shown(digits, static_cast<std::size_t>(end - digits));
+    if (conversion->precision == 0 && bits == 0) shown = {};
+    const auto wanted = static_cast<std::size_t>(std::max(conversion->precision, 0));
+    std::size_t zeros = wanted > shown.size() ? wanted - shown.size() : 0;
+    std::string_view prefix;
+    if (conversion->has(FLAG_ALTERNATE)) {
+        if (octal && zeros == 0 && (shown.empty() || shown.front() != '0')) zeros = 1;
+        if (!octal && bits != 0) prefix = conversion->letter == 'X' ? "0X" : "0x";
+    }
+    putNumber(text, conversion, prefix, zeros, shown, conversion->precision == NOT_GIVEN);
+}
+
+// %c prints the low byte, %lc the code point. A NUL ends the text, as it does in a C string.
+void putChar(Text *text, const Conversion *conversion, std::uint32_t code) {
+    const bool wide = conversion->size == SIZE_MACHINE || conversion->letter == 'C';
+    if (!wide) code &= 0xFF;
+    char bytes[4] = {static_cast<char>(code)};
+    std::size_t length = wide || text->unit == CFORMAT_CHARACTERS ? 0 : 1;
+    if (length == 0) utf8_encode(code, bytes, sizeof bytes, &length);
+    const std::size_t units = text->unit == CFORMAT_BYTES ? length : 1;
+    if (code != 0) {
+        putField(text, conversion, {bytes, length}, units);
+        return;
+    }
+    if (!conversion->has(FLAG_LEFT)) putFill(text, ' ', paddingOf(conversion, units));
+    text->room = 0;
+}
+
+void putInteger(Text *text, const Conversion *conversion, const Integer *integer) {
+    const bool fits =
+        conversion->size == SIZE_MACHINE || conversion->size == (integer->is64 ? SIZE_64 : SIZE_32);
+    switch (conversion->letter) {
+        case 'd':
+        case 'i':
+        case 'u': {
+            const bool asSigned = fits ? conversion->letter != 'u' : integer->isSigned;
+            putDecimal(text, conversion, readAs(integer, asSigned), asSigned);
+            return;
+        }
+        case 'o':
+        case 'x':
+        case 'X':
+            putHexOrOctal(text, conversion, readAs(integer, false));
+            return;
+        case 'c':
+        case 'C':
+            if (fits && !integer->is64) {
+                putChar(text, conversion, static_cast<std::uint32_t>(integer->bits));
+                return;
+            }
+            break;
+        default:
+            break;
+    }
+    Conversion decimal = *conversion;  // the precision meant decimals, or a length of text
+    decimal.precision = NOT_GIVEN;
+    putDecimal(text, &decimal, integer->bits, integer->isSigned);
+}
+
+// Enough for the longest number that is printed here: %f of 1e308 with the largest precision.
+constexpr std::int32_t MAX_OWN_PRECISION = 128;
+constexpr std::size_t DOUBLE_ROOM = 309 + 1 + MAX_OWN_PRECISION + 1;
+
+std::chars_format notationOf(char letter) {
+    if (letter == 'e' || letter == 'E') return std::chars_format::scientific;
+    return letter == 'g' || letter == 'G' ? std::chars_format::general : std::chars_format::fixed;
+}
+
+void putDouble(Text *text, const Conversion *conversion, double number) {
+    constexpr std::string_view letters = "fFeEgGaA";
+    const bool known = letters.find(conversion->letter) != std::string_view::npos;
+    const char letter = known ? conversion->letter : 'f';
+    if (conversion->has(FLAG_ALTERNATE | FLAG_GROUP) || letter == 'a' || letter == 'A' ||
+        conversion->precision > MAX_OWN_PRECISION) {
+        putByLibrary(text, conversion, "", letter, number);
+        return;
+    }
+    const int precision = conversion->precision == NOT_GIVEN ? 6 : conversion->precision;
+    char digits[DOUBLE_ROOM];
+    char *end =
+        std::to_chars(digits, std::end(digits), std::fabs(number), notationOf(letter), precision)
+            .ptr;
+    if (letter <= 'Z') toUpper(digits, end);
+    putNumber(text, conversion, signOf(conversion, std::signbit(number)), 0,
+              {digits, static_cast<std::size_t>(end - digits)}, std::isfinite(number));
+}
+
+// A string counted in bytes: the precision cuts it as snprintf does.
+void putByteString(Text *text, const Conversion *conversion, const char *string) {
+    const std::size_t length =
+        conversion->precision == NOT_GIVEN
+            ? std::strlen(string)
+            : strnlen(string, static_cast<std::size_t>(conversion->precision));
+    putField(text, conversion, {string, length}, length);
+}
+
+// A string counted in characters, as the lenient decoder reads it, encoded again.
+void putCharacterString(Text *text, const Conversion *conversion, const char *string) {
+    std::size_t most = CFORMAT_MAX_STRING;
+    if (conversion->precision != NOT_GIVEN)
+        most = std::min(most, static_cast<std::size_t>(conversion->precision));
+    char encoded[CFORMAT_MAX_STRING * 3];  // the decoder gives no code point of four bytes
+    std::size_t length = 0;
+    std::size_t count = 0;
+    for (std::size_t at = 0; count < most; ++count) {
+        const char32_t codePoint = utf8_decode_next(string, &at);
+        if (codePoint == 0) break;
+        utf8_encode(codePoint, encoded, sizeof encoded, &length);
+    }
+    putField(text, conversion, {encoded, length}, count);
+}
+
+void putString(Text *text, const Conversion *conversion, const char *string) {
+    if (text->unit == CFORMAT_BYTES)
+        putByteString(text, conversion, string);
+    else
+        putCharacterString(text, conversion, string);
+}
+
+// The value's bytes, which need not be aligned: they may lie within an array register.
+template <class Number>
+Number load(const ItemValue *value) {
+    Number number;
+    std::memcpy(&number, value->data, sizeof number);
+    return number;
+}
+
+void putValue(Text *text, const Conversion *conversion, const ItemValue *value) {
+    if (value->data == nullptr || value->type == VORN_TYPE_NONE) {
+        putString(text, conversion, value->type == VORN_TYPE_STRING ? "" : "----");
+        return;
+    }
+    Integer integer{};
+    switch (value->type) {
+        case VORN_TYPE_STRING:
+            putString(text, conversion, static_cast<const char *>(value->data));
+            return;
+        case VORN_TYPE_FLOAT:
+            putDouble(text, conversion, load<float>(value));
+            return;
+        case VORN_TYPE_DOUBLE:
+            putDouble(text, conversion, load<double>(value));
+            return;
+        case VORN_TYPE_UINT32:
+            integer = {load<std::uint32_t>(value), false, false};
+            break;
+        case VORN_TYPE_INT32:
+            integer = {static_cast<std::uint64_t>(load<std::int32_t>(value)), true, false};
+            break;
+        default:
+            integer = {load<std::uint64_t>(value), false, true};
+            break;
+    }
+    putInteger(text, conversion, &integer);
+}
+
+// Where the % of the first conversion stands, or npos.
+std::size_t findFirstConversion(std::string_view piece) {
+    std::size_t at = piece.find('%');
+    while (at != std::string_view::npos && at + 1 < piece.size() && piece[at + 1] == '%')
+        at = piece.find('%', at + 2);
+    return at;
+}
+
+}  // namespace
+
+bool hasCFormatDataType(std::string_view piece) {
+    const std::size_t percent = findFirstConversion(piece);
+    if (percent == std::string_view::npos) return false;
+    Reader reader{piece.data() + percent + 1, piece.data() + piece.size()};
+    const char letter = readConversion(&reader).letter;
+    return letter != '\0' && std::strchr("diouxXeEfFgGaAcCsSPn", letter) != nullptr;
+}
+
+std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::string_view piece,
+                         const ItemValue *value) {
+    Text text{out, 0, room, unit};
+    const std::size_t percent = findFirstConversion(piece);
+    if (value->type > VORN_TYPE_DOUBLE) {
+        // no text at all
+    } else if (percent == std::string_view::npos) {
+        putLiteral(&text, piece);
+    } else {
+        putLiteral(&text, piece.substr(0, percent));
+        Reader reader{piece.data() + percent + 1, piece.data() + piece.size()};
+        const Conversion conversion = readConversion(&reader);
+        putValue(&text, &conversion, value);
+        putLiteral(&text, {reader.at, static_cast<std::size_t>(reader.end - reader.at)});
+    }
+    out[text.length] = '\0';
+    return text.length;
+}

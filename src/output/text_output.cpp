@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+// The text report. A row is made in one buffer and goes out in one write.
+#include "output/text_output.h"
+
+#include "dmon/dmon.h"
+#include "output/c_format.h"
+#include "output/dump_backend.h"
+#include "pdf/utf8.h"
+#include "storage/strings.h"
+
+namespace {
+
+constexpr std::size_t FORMAT_SIZE = 64;  // of a cstyle, and so of a piece of one
+constexpr std::size_t VALUE_TEXT_MAX = VALUE_TEXT_SIZE - 1;
+constexpr std::size_t LINE_SIZE = ROW_MAX_VALUES * VALUE_TEXT_MAX * CFORMAT_MAX_BYTES + 3;
+
+std::FILE *streamOf(void *state) {
+    return static_cast<std::FILE *>(state);
+}
+
+int writeAll(std::FILE *stream, const char *bytes, std::size_t length) {
+    return std::fwrite(bytes, 1, length, stream) == length ? DUMP_OK : DUMP_WRITE_FAILED;
+}
+
+int writeBlankLines(void *state, const TemplateSection *section, std::int32_t count) {
+    if (section->enabled != 1) return DUMP_OK;
+    for (std::int32_t i = 0; i < count; ++i)
+        if (writeAll(streamOf(state), "\r\n", 2) != DUMP_OK) return DUMP_WRITE_FAILED;
+    return DUMP_OK;
+}
+
+// Prints a value by a piece whose conversion was changed to `letters`.
+std::size_t printChanged(char *out, std::size_t room, CFormatUnit unit, std::string_view piece,
+                         const char *letters, const ItemValue *value) {
+    // A piece without letters to change is malformed: it prints as it stands.
+    if (!hasCFormatDataType(piece)) return printCFormat(out, room, unit, piece, value);
+    char copy[FORMAT_SIZE];
+    copyPiece(copy, piece);
+    char changed[FORMAT_SIZE];
+    changeCFormatDataType(changed, sizeof changed, copy, letters);
+    std::string_view format = changed;
+    // The change may have pushed the end of a full format out, and cut a character with it.
+    if (format.size() == sizeof changed - 1) format = format.substr(0, utf8_whole(format));
+    return printCFormat(out, room, unit, format, value);
+}
+
+std::size_t printWide(char *out, std::size_t room, std::string_view piece, const ItemValue *value) {
+    if (value->type == VORN_TYPE_NONE)
+        return printChanged(out, room, CFORMAT_CHARACTERS, piece, "s", value);
+    if (value->type == VORN_TYPE_STRING)
+        return printChanged(out, room, CFORMAT_CHARACTERS, piece, "ls", value);
+    return printCFormat(out, room, CFORMAT_CHARACTERS, piece, value);
+}
+
+}  // namespace
+
+int dumpTextInit(void **state, std::FILE *stream) {
+    *state = stream;
+    return utf8_fencode(stream, U'\uFEFF') == 0 ? DUMP_OK : DUMP_WRITE_FAILED;
+}
+
+int dumpTextOutputStyle(void * /*stream*/, const OutputStyle * /*style*/) {
+    return DUMP_OK;
+}
+
+int dumpTextFree(void * /*stream*/) {
+    return DUMP_OK;
+}
+
+int dumpTextSectionHeader(void *stream, const TemplateSection *section) {
+    return writeBlankLines(stream, section, section->top);
+}
+
+int dumpTextSectionFooter(void *stream, const TemplateSection *section) {
+    return writeBlankLines(stream, section, section->bottom);
+}
+
+int dumpTextRow(void *stream, const ReportRow *row) {
+    if (countCFormatFields(row->cstyle) != row->count) {
+        dmon_log(1, "Error: number of values in row doesn't match 'cstyle' arguments.\n");
+        return DUMP_ROW_MISMATCH;
+    }
+    char line[LINE_SIZE];
+    std::size_t length = 0;
+    const char *cursor = row->cstyle;
+    for (std::int32_t i = 0; i < row->count; ++i)
+        length +=
+            printWide(line + length, VALUE_TEXT_MAX, takeCFormatPiece(&cursor), &row->values[i]);
+    line[length++] = '\r';
+    line[length++] = '\n';
+    return writeAll(streamOf(stream), line, length);
+}
+
+int dumpTextWFormatVal(char *out, std::size_t outSize, const char *piece, const ItemValue *value) {
+    printWide(out, outSize - 1, piece, value);
+    return DUMP_OK;
+}
+
+int dumpTextFormatVal(char *out, std::size_t outSize, const char *piece, const ItemValue *value) {
+    if (value->type == VORN_TYPE_NONE)
+        printChanged(out, outSize - 1, CFORMAT_BYTES, piece, "s", value);
+    else
+        printCFormat(out, outSize - 1, CFORMAT_BYTES, piece, value);
+    return DUMP_OK;
+}
