@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+// Dictionary files:
+//
+//     # a comment
+//     [GROUP] or [GROUP:SUBGROUP]
+//     key = text
+//     " key " = " text whose blanks count "
+#include "lexica/lexica.h"
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <string_view>
+
+#include "dmon/dmon.h"
+#include "host/text_file.h"
+#include "host/words.h"
+#include "lexica/dictionary.h"
+
+namespace {
+
+using lexica::Dictionary;
+
+static_assert(sizeof(Dictionary) <= sizeof(LexicaDict::opaque));
+static_assert(alignof(Dictionary) <= alignof(LexicaDict));
+
+constexpr int FAILED = -1;
+
+Dictionary *recordOf(LexicaDict *dict) {
+    return std::launder(reinterpret_cast<Dictionary *>(dict->opaque));
+}
+
+// The group that the entries of the next lines go to.
+struct Section {
+    bool begun;
+    std::uint32_t group;
+    std::uint32_t subgroup;
+};
+
+// All parsers below return null, or the reason why the line breaks a rule.
+using Reason = const char *;
+
+Reason parseGroupLine(std::string_view line, Section *section) {
+    if (!line.ends_with(']')) return "nothing but a ']' may end a group's line";
+    line = line.substr(1, line.size() - 2);
+    const std::size_t colon = line.find(':');
+    *section = {true, 0, 0};
+    if (!host::parseCNumber(host::trimBlanks(line.substr(0, colon)), &section->group))
+        return "the group is no number from 0 to 4294967295";
+    if (colon != std::string_view::npos &&
+        !host::parseCNumber(host::trimBlanks(line.substr(colon + 1)), &section->subgroup))
+        return "the subgroup is no number from 0 to 4294967295";
+    return nullptr;
+}
+
+// Takes the blanks off a key or text, then its quotes.
+Reason unquote(std::string_view *part) {
+    *part = host::trimBlanks(*part);
+    if (!part->starts_with('"')) return nullptr;
+    const std::size_t end = part->find('"', 1);
+    if (end == std::string_view::npos) return "a quote is not closed";
+    if (end + 1 != part->size()) return "something follows a closing quote";
+    *part = part->substr(1, part->size() - 2);
+    return nullptr;
+}
+
+Reason splitEntry(std::string_view line, std::string_view *key, std::string_view *text) {
+    bool quoted = false;
+    std::size_t equals = 0;
+    for (; equals < line.size() && (quoted || line[equals] != '='); ++equals)
+        if (line[equals] == '"') quoted = !quoted;
+    if (equals == line.size()) return quoted ? "a quote is not closed" : "there is no '='";
+    *key = line.substr(0, equals);
+    *text = line.substr(equals + 1);
+    if (const Reason reason = unquote(key); reason != nullptr) return reason;
+    if (key->empty()) return "the key is empty";
+    return unquote(text);
+}
+
+Reason parseLine(std::string_view line, Section *section, Dictionary *dictionary) {
+    line = host::trimBlanks(line);
+    if (line.empty() || line.starts_with('#')) return nullptr;
+    if (line.starts_with('[')) return parseGroupLine(line, section);
+    std::string_view key;
+    std::string_view text;
+    if (const Reason reason = splitEntry(line, &key, &text); reason != nullptr) return reason;
+    if (!section->begun) return "the entry stands before the first group";
+    if (!lexica::addEntry(dictionary, section->group, section->subgroup, key, text))
+        return "out of memory";
+    return nullptr;
+}
+
+// 0, or FAILED after a message.
+int loadDictionary(std::FILE *file, const char *path, Dictionary *dictionary) {
+    host::LineReader reader(file);
+    Section section{};
+    for (;;) {
+        std::string_view line;
+        const host::LineResult result = reader.next(&line);
+        if (result == host::LINE_END) return 0;
+        const Reason reason = result == host::LINE_READ ? parseLine(line, &section, dictionary)
+                                                        : host::lineFailure(result);
+        if (reason == nullptr) continue;
+        dmon_log(1, "Error in [%s:%u]: %s.\n", path, reader.number(), reason);
+        return FAILED;
+    }
+}
+
+}  // namespace
+
+int lexica_open(LexicaDict *dict, const char *path) {
+    auto *dictionary = new (dict->opaque) Dictionary{};
+    const host::FileGuard file = host::openText(path);
+    if (!file) {
+        dmon_log(1, "Error opening dictionary '%s': %s\n", path, std::strerror(errno));
+        return FAILED;
+    }
+    lexica::seedDictionary(dictionary);
+    const int result = loadDictionary(file.get(), path, dictionary);
+    if (result != 0) lexica::clearDictionary(dictionary);
+    return result;
+}
+
+int lexica_locate_entry(LexicaDict *dict, std::uint32_t *group, std::uint32_t subgroup,
+                        const char *key) {
+    Dictionary *dictionary = recordOf(dict);
+    const lexica::Entry *entry = lexica::findEntry(*dictionary, *group, subgroup, key);
+    if (entry == nullptr) return FAILED;
+    dictionary->located = static_cast<std::uint32_t>(entry - dictionary->entries) + 1;
+    return 0;
+}
+
+const char *lexica_get_value(LexicaDict *dict) {
+    const Dictionary *dictionary = recordOf(dict);
+    if (dictionary->located == 0) return "";
+    return dictionary->texts + dictionary->entries[dictionary->located - 1].text;
+}
+
+void lexica_close(LexicaDict *dict) {
+    lexica::clearDictionary(recordOf(dict));
+}
