@@ -1,0 +1,406 @@
+// SPDX-License-Identifier: MIT
+// Drives the server's loop turn by turn, with a clock that the test sets, so nothing waits.
+#include "nx/nx.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "nx/loop.h"
+#include "support/log_capture.h"
+
+namespace {
+
+std::int64_t now;                     // milliseconds, as the server sees them
+std::vector<std::int32_t> served;     // param1 of each request, in order
+std::function<void()> duringRequest;  // happens once, while a request is handled
+
+constexpr std::uint16_t ECHO = 1;    // the reply is the request
+constexpr std::uint16_t REFUSE = 2;  // the callback returns 5
+constexpr std::uint16_t LARGE = 3;   // the reply has param2 bytes of items
+
+int callback(void *, void *, const PktMessage *request, PktMessage *reply) {
+    served.push_back(request->param1);
+    if (duringRequest) std::exchange(duringRequest, nullptr)();
+    pktInitFull(reply, request->type, request->param1, request->param2);
+    if (request->type == REFUSE) {
+        pktPut16(reply, 1);
+        return 5;
+    }
+    if (request->type == LARGE) {
+        while (reply->length < static_cast<std::uint32_t>(request->param2)) pktPut16(reply, 1);
+        return 0;
+    }
+    std::copy_n(request->payload, request->length, reply->payload);
+    reply->length = request->length;
+    return 0;
+}
+
+std::string message(std::uint16_t type, std::int32_t param1, std::int32_t param2 = 0,
+                    const std::string &payload = "") {
+    PktMessage message{};
+    pktInitFull(&message, type, param1, param2);
+    message.length = static_cast<std::uint32_t>(payload.size());
+    std::string bytes(PKT_HEADER_SIZE, '\0');
+    pktEncodeHeader(&message, reinterpret_cast<std::uint8_t *>(bytes.data()));
+    return bytes + payload;
+}
+
+class Server {
+public:
+    explicit Server(int places) {
+        now = 1000;
+        served.clear();
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        EXPECT_EQ(loopOpen(&loop, reinterpret_cast<sockaddr *>(&address), sizeof address, places,
+                           callback),
+                  0);
+        loop.clock = [] { return now; };
+    }
+    ~Server() { loopClose(&loop); }
+
+    // Turns until the condition holds, or for five seconds.
+    bool runUntil(const std::function<bool()> &condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            EXPECT_EQ(loopTurn(&loop, 10), 0);
+        }
+        return true;
+    }
+    [[nodiscard]] int clients() const {
+        int count = 0;
+        for (int i = 0; i < loop.places; ++i) count += loop.clients[i].fd >= 0;
+        return count;
+    }
+
+    NxLoop loop{};
+};
+
+class Peer {
+public:
+    explicit Peer(Server *server) : server_(server) {
+        fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(loopPort(&server->loop));
+        EXPECT_EQ(connect(fd_, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+        fcntl(fd_, F_SETFL, O_NONBLOCK);
+        const int on = 1;
+        setsockopt(fd_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    }
+    Peer(const Peer &) = delete;
+    Peer &operator=(const Peer &) = delete;
+    ~Peer() { close(fd_); }
+
+    // The number of bytes taken, or -1.
+    ssize_t write(const std::string &bytes) const {
+        return send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    }
+    void writeAll(const std::string &bytes) const {
+        std::size_t sent = 0;
+        ASSERT_TRUE(server_->runUntil([&] {
+            const ssize_t more = write(bytes.substr(sent));
+            if (more > 0) sent += static_cast<std::size_t>(more);
+            return sent == bytes.size();
+        }));
+    }
+    void endSending() const { shutdown(fd_, SHUT_WR); }
+    // Makes the end of this object reset the connection.
+    void die() const {
+        const linger off{1, 0};
+        setsockopt(fd_, SOL_SOCKET, SO_LINGER, &off, sizeof off);
+    }
+    // What has come until there are `size` bytes or the server closed; "closed" is told by `ended`.
+    std::string read(std::size_t size) {
+        std::string bytes;
+        EXPECT_TRUE(server_->runUntil([&] {
+            std::string part(size - bytes.size(), '\0');
+            const ssize_t got = recv(fd_, part.data(), part.size(), 0);
+            ended = got == 0 || (got < 0 && errno != EAGAIN);
+            if (got > 0) bytes += part.substr(0, static_cast<std::size_t>(got));
+            return ended || bytes.size() == size;
+        }));
+        return bytes;
+    }
+    // True when the server serves this client.
+    bool works() {
+        const std::string request = message(ECHO, 99);
+        return write(request) == 16 && read(16) == request;
+    }
+    bool isClosed() { return read(1).empty() && ended; }
+
+    bool ended = false;
+
+private:
+    Server *server_;
+    int fd_;
+};
+
+const std::string REFUSED = message(0, -1);
+
+TEST(NxServer, AnswersWholeMessagesHoweverTheyArrive) {
+    Server server(10);
+    Peer peer(&server);
+    const std::string large = message(ECHO, 3, 4, std::string(65536, 'p'));
+
+    peer.writeAll(message(ECHO, 1) + message(REFUSE, 2) + large + message(LARGE, 4, 30000) +
+                  message(77, 5).substr(0, 15));
+    EXPECT_EQ(peer.read(16), message(ECHO, 1));
+    EXPECT_EQ(peer.read(16), message(0, 5));  // what the callback had put in is gone
+    EXPECT_EQ(peer.read(large.size()), large);
+    EXPECT_EQ(
+        peer.read(30016).substr(0, 19),
+        message(LARGE, 4, 30000, "").replace(0, 4, "\0\0\x75\x30", 4) + std::string("\1\0\1", 3));
+    EXPECT_EQ(served, (std::vector{1, 2, 3, 4}));
+    for (const char byte : message(77, 5).substr(15) + message(ECHO, 6, 7, "abc")) {
+        peer.writeAll(std::string(1, byte));
+        loopTurn(&server.loop, 0);
+    }
+    EXPECT_EQ(peer.read(35), message(77, 5) + message(ECHO, 6, 7, "abc"));
+}
+
+TEST(NxServer, ServesClientsInTheOrderInWhichTheirRequestsArrive) {
+    Server server(10);
+    std::vector<std::unique_ptr<Peer>> peers;
+    for (int i = 0; i < 10; ++i) {
+        peers.push_back(std::make_unique<Peer>(&server));
+        ASSERT_TRUE(peers.back()->works());
+    }
+    served.clear();
+    duringRequest = [&] {  // ten clients ask while a long request keeps the server busy
+        for (int i = 9; i >= 0; --i) peers[static_cast<std::size_t>(i)]->write(message(ECHO, i));
+    };
+    peers[4]->write(message(ECHO, 100));
+    ASSERT_TRUE(server.runUntil([&] { return served.size() == 11; }));
+    EXPECT_EQ(served, (std::vector{100, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0}));
+}
+
+TEST(NxServer, ClosesAClientThatBreaksTheRulesAndNoOther) {
+    struct Case {
+        const char *what;
+        std::string bytes;
+    };
+    std::string third = message(ECHO, 1);
+    third[7] = 1;
+    std::string tooLong = message(ECHO, 1);
+    tooLong.replace(0, 4, "\0\1\0\1", 4);
+    const Case cases[] = {
+        {"third field", third}, {"65537 bytes", tooLong}, {"text", "GET / HTTP/1.1\r\n\r\n"}};
+    Server server(2);
+    Peer other(&server);
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        Peer peer(&server);
+        peer.writeAll(message(ECHO, 7) + c.bytes);
+        EXPECT_EQ(peer.read(16), message(ECHO, 7));  // owed from before
+        EXPECT_TRUE(peer.isClosed());
+        EXPECT_TRUE(other.works());
+    }
+}
+
+TEST(NxServer, GivesAMessageThirtySecondsToArriveButNeverEndsASilentClient) {
+    Server server(3);
+    Peer silent(&server);
+    Peer slow(&server);
+    Peer lucky(&server);
+    ASSERT_TRUE(silent.works() && slow.works() && lucky.works());
+    const std::string request = message(ECHO, 1, 0, std::string(60, 'p'));
+    const std::int64_t begun = now;
+    for (std::int64_t second = 0; second <= 30; ++second) {  // a byte a second
+        now = begun + second * 1000;
+        slow.writeAll(request.substr(static_cast<std::size_t>(second), 1));
+        if (second == 0) lucky.writeAll(request.substr(0, 1));
+        ASSERT_TRUE(silent.works());
+    }
+    EXPECT_EQ(server.clients(), 3);
+    duringRequest = [&] {  // the rest comes while the server is busy for long
+        now = begun + 100000;
+        lucky.write(request.substr(1) + request.substr(0, 1));
+    };
+    ASSERT_TRUE(silent.works());
+    EXPECT_TRUE(slow.isClosed());
+    EXPECT_EQ(lucky.read(request.size()), request);
+    lucky.write(request.substr(1));  // this one began when the first was done
+    EXPECT_EQ(lucky.read(request.size()), request);
+    EXPECT_TRUE(silent.works());
+}
+
+TEST(NxServer, GivesThePlaceOfTheLongestSilentClientToANewOneOrRefusesIt) {
+    Server server(2);
+    auto first = std::make_unique<Peer>(&server);
+    Peer second(&server);
+    ASSERT_TRUE(first->works());
+    now += 1;
+    ASSERT_TRUE(second.works());
+    now += 29999;
+    Peer early(&server);
+    early.write(message(ECHO, 1));
+    EXPECT_EQ(early.read(17), REFUSED);
+    now += 1;
+    Peer third(&server);
+    EXPECT_TRUE(third.works());
+    EXPECT_TRUE(first->isClosed());
+    EXPECT_TRUE(second.works());
+
+    // Bytes that wait while the server is busy, and the time of that, count as no silence.
+    duringRequest = [&] {
+        now += 40000;
+        second.write(message(ECHO, 8).substr(0, 8));
+    };
+    Peer late(&server);
+    ASSERT_TRUE(third.works());
+    EXPECT_EQ(late.read(17), REFUSED);
+    second.write(message(ECHO, 8).substr(8));
+    EXPECT_EQ(second.read(16), message(ECHO, 8));
+}
+
+TEST(NxServer, ClosesAClientThatDoesNotReadItsReplies) {
+    Server server(2);
+    Peer deaf(&server);
+    Peer other(&server);
+    ASSERT_TRUE(server.runUntil([&] { return server.clients() == 2; }));
+    const std::string requests = message(LARGE, 1, 30000) + message(LARGE, 2, 30000);
+    ASSERT_TRUE(server.runUntil([&] {
+        deaf.write(requests);
+        return server.clients() == 1;
+    }));
+    EXPECT_TRUE(other.works());
+    const std::size_t before = served.size();
+    EXPECT_LT(before, 2000u);  // what waits in the system is bounded too
+}
+
+TEST(NxServer, SendsAHalfClosedClientAllItIsOwed) {
+    Server server(1);
+    Peer peer(&server);
+    const std::size_t count = 3;
+    std::string requests;
+    for (std::size_t i = 0; i < count; ++i) requests += message(LARGE, 1, 20000);
+    peer.writeAll(requests + message(ECHO, 1).substr(0, 5));  // an unfinished one is owed nothing
+    peer.endSending();
+    EXPECT_EQ(peer.read(count * 30000).size(), count * 20017u);
+    EXPECT_TRUE(peer.ended);
+    EXPECT_TRUE(server.runUntil([&] { return server.clients() == 0; }));
+}
+
+TEST(NxServer, OutlivesClientsThatDieAtAnyPoint) {
+    Server server(2);
+    Peer other(&server);
+    const std::string request = message(LARGE, 1, 60000);
+    for (const bool reset : {false, true}) {
+        for (std::size_t length = 0; length <= request.size(); length += 4) {
+            Peer peer(&server);
+            peer.writeAll(request.substr(0, length));
+            ASSERT_TRUE(server.runUntil([&] { return server.clients() == 2; }));
+            if (reset) peer.die();
+        }
+        ASSERT_TRUE(server.runUntil([&] { return server.clients() == 1; }));
+        Peer during(&server);
+        ASSERT_TRUE(during.works());
+        during.die();
+        duringRequest = [&] { during.endSending(); };
+        during.write(request + request);
+        ASSERT_TRUE(other.works());
+    }
+    for (int i = 0; i < 1000; ++i) {
+        Peer peer(&server);
+        ASSERT_TRUE(peer.works());
+    }
+    EXPECT_TRUE(server.runUntil([&] { return server.clients() == 1; }));
+}
+
+TEST(NxServer, PausesAcceptingWithoutDescriptorsAndServesOnWithoutSpinning) {
+    Server server(10);
+    auto first = std::make_unique<Peer>(&server);
+    ASSERT_TRUE(first->works());
+    Peer second(&server);
+    ASSERT_TRUE(second.works());
+    Peer waiting(&server);  // connected, as far as it knows
+    waiting.write(message(ECHO, 5));
+
+    rlimit old{};
+    getrlimit(RLIMIT_NOFILE, &old);
+    LogCapture log;
+    rlimit none = old;
+    none.rlim_cur = 3;
+    setrlimit(RLIMIT_NOFILE, &none);
+    ASSERT_TRUE(server.runUntil([&] { return server.loop.outOfDescriptors; }));
+    EXPECT_TRUE(first->works());
+    const auto begun = std::chrono::steady_clock::now();
+    loopTurn(&server.loop, 50);  // nothing to do: waits
+    EXPECT_GE(std::chrono::steady_clock::now() - begun, std::chrono::milliseconds(50));
+    now += 1000;  // tries again, in vain
+    loopTurn(&server.loop, 0);
+    EXPECT_TRUE(server.loop.outOfDescriptors);
+    setrlimit(RLIMIT_NOFILE, &old);
+
+    first.reset();  // a place is free: no need to wait for the timer
+    EXPECT_EQ(waiting.read(16), message(ECHO, 5));
+    EXPECT_EQ(log.text(), "Warning: no more clients can be taken for now: Too many open files.\n");
+}
+
+TEST(NxCreateServer, TakesAddressAndPortFromTheEnvironmentAndTellsWhatIsWrong) {
+    NxConfig config{};
+    config.connections = 2;
+    config.callback = callback;
+    struct Case {
+        const char *bindTo;
+        const char *port;
+        const char *error;
+        const char *log;
+    };
+    const Case cases[] = {
+        {"127.0.0.1", "0", nullptr, ""},
+        {"::1", "0", nullptr, ""},
+        {"0.0.0.0", "0", nullptr,
+         "Warning: address 0.0.0.0 is open to the network; requests need no password.\n"},
+        {"localhost", "0", "NX_BIND is no numeric address", ""},
+        {"192.0.2.1", "0", "Cannot assign requested address", ""},
+        {"", "65536", "NX_PORT is no port number", ""},
+        {"", "80a", "NX_PORT is no port number", ""},
+        {"", "-1", "NX_PORT is no port number", ""},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(std::string(c.bindTo) + " " + c.port);
+        setenv("NX_BIND", c.bindTo, 1);
+        setenv("NX_PORT", c.port, 1);
+        LogCapture log;
+        NxServer server{};
+        const int code = nx_create_server(&server, &config);
+        EXPECT_STREQ(code == 0 ? nullptr : nx_strerror(code), c.error);
+        EXPECT_EQ(log.text(), c.log);
+        if (code != 0) continue;
+        auto *loop = static_cast<NxLoop *>(server.implementation);
+        if (std::string(c.bindTo) == "127.0.0.1") {
+            NxServer same{};
+            setenv("NX_PORT", std::to_string(loopPort(loop)).c_str(), 1);
+            EXPECT_STREQ(nx_strerror(nx_create_server(&same, &config)), "Address already in use");
+        }
+        loopClose(loop);
+        std::free(loop);
+    }
+    unsetenv("NX_BIND");
+    setenv("NX_PORT", "0", 1);
+    config.connections = 0;
+    EXPECT_STREQ(nx_strerror(nx_create_server(std::make_unique<NxServer>().get(), &config)),
+                 "Invalid argument");
+}
+
+}  // namespace

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#include "pktio/pktio.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "pktio/wire.h"
+
+namespace {
+
+// A message over the bytes of a string.
+PktMessage over(std::string *bytes) {
+    PktMessage message{};
+    message.payload = reinterpret_cast<std::uint8_t *>(bytes->data());
+    message.length = static_cast<std::uint32_t>(bytes->size());
+    message.capacity = message.length;
+    return message;
+}
+
+TEST(PktItems, ComeBackInOrderAndStandOnTheWireAsDocumented) {
+    std::string memory(18, 'x');
+    PktMessage message = over(&memory);
+    pktInitFull(&message, 261, -2, 7);
+    EXPECT_EQ(pktPutString(&message, "eth1"), PKT_OK);
+    EXPECT_EQ(pktPut16(&message, 0xFE01), PKT_OK);
+    EXPECT_EQ(pktPutString(&message, ""), PKT_OK);
+    EXPECT_EQ(pktPut16(&message, 5), PKT_OK);
+    EXPECT_EQ(pktPut16(&message, 6), PKT_BAD_ITEM);  // two bytes are left
+    EXPECT_EQ(pktPutString(&message, ""), PKT_BAD_ITEM);
+    EXPECT_EQ(memory, std::string("\2\0\4eth1\1\xFE\1\2\0\0\1\0\5xx", 18));
+
+    std::uint8_t header[PKT_HEADER_SIZE];
+    pktEncodeHeader(&message, header);
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(header), sizeof header),
+              std::string("\0\0\0\x10\1\5\0\0\xFF\xFF\xFF\xFE\0\0\0\7", 16));
+
+    char text[5];
+    std::uint16_t number = 0;
+    std::uint32_t position = 0;
+    EXPECT_EQ(pktGetString(&message, text, sizeof text, &position), PKT_OK);
+    EXPECT_STREQ(text, "eth1");
+    EXPECT_EQ(pktGet16(&message, &number, &position), PKT_OK);
+    EXPECT_EQ(number, 0xFE01);
+    EXPECT_EQ(pktGetString(&message, text, 1, &position), PKT_OK);
+    EXPECT_STREQ(text, "");
+    EXPECT_EQ(pktGet16(&message, &number, &position), PKT_OK);
+    EXPECT_EQ(position, 16u);
+    EXPECT_EQ(pktGet16(&message, &number, &position), PKT_BAD_ITEM);
+}
+
+TEST(PktItems, ThatCannotBeReadLeavePositionAndBufferAlone) {
+    using namespace std::string_literals;
+    struct Case {
+        const char *what;
+        std::string payload;
+        std::uint32_t position;
+    };
+    const Case cases[] = {
+        {"empty", ""s, 0},
+        {"another kind", "\1\0\1a"s, 0},
+        {"no such kind", "\3\0\1a"s, 0},
+        {"head cut", "\2\0"s, 0},
+        {"text cut", "\2\0\3ab"s, 0},
+        {"longer than the payload",
+         "\2\xFF\xFF"
+         "ab"s,
+         0},
+        {"NUL in it", "\2\0\3a\0b"s, 0},
+        {"does not fit", "\2\0\4abcd"s, 0},
+        {"behind the end", "\2\0\1a"s, 5},
+        {"far behind the end", "\2\0\1a"s, 0xFFFFFFFF},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.what);
+        std::string payload = c.payload;
+        const PktMessage message = over(&payload);
+        char text[] = "old";
+        std::uint32_t position = c.position;
+        EXPECT_EQ(pktGetString(&message, text, sizeof text, &position), PKT_BAD_ITEM);
+        EXPECT_STREQ(text, "old");
+        EXPECT_EQ(position, c.position);
+        if (c.payload[0] == 1) continue;
+        std::uint16_t number = 77;
+        EXPECT_EQ(pktGet16(&message, &number, &position), PKT_BAD_ITEM);
+        EXPECT_EQ(number, 77);
+        EXPECT_EQ(position, c.position);
+    }
+}
+
+TEST(PktHeader, RefusesLongPayloadsAndANonZeroThirdField) {
+    std::uint8_t bytes[] = {0, 1, 0, 0, 1, 5, 0, 0, 0xFF, 0xFF, 0xFF, 0xFE, 0, 0, 0, 7};
+    PktMessage message{};
+    ASSERT_EQ(pktDecodeHeader(&message, bytes), PKT_OK);
+    EXPECT_EQ(message.length, PKT_PAYLOAD_MAX);
+    EXPECT_EQ(message.type, 261);
+    EXPECT_EQ(message.param1, -2);
+    EXPECT_EQ(message.param2, 7);
+
+    bytes[3] = 1;
+    EXPECT_EQ(pktDecodeHeader(&message, bytes), PKT_BAD_ITEM);
+    bytes[3] = 0;
+    bytes[7] = 1;
+    EXPECT_EQ(pktDecodeHeader(&message, bytes), PKT_BAD_ITEM);
+    EXPECT_EQ(message.length, PKT_PAYLOAD_MAX);
+}
+
+}  // namespace
