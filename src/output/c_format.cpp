@@ -64,25 +64,27 @@ const char *getNextCFormat(char *out, std::size_t outSize, const char *cursor) {
     return cursor;
 }
 
-void changeCFormatDataType(char *out, std::size_t outSize, const char *format,
-                           const char *newType) {
+std::size_t changeCFormatDataType(char *out, std::size_t outSize, std::string_view format,
+                                  std::string_view newType) {
     Copy copy{out, outSize - 1};
-    const char *at = format;
-    while (*at != '\0' && copy.room > 0) {
-        const char *end = at;
-        if (*at != '%') {
-            end = strchrnul(at, '%');
-            append(&copy, {at, end});
-        } else if (at[1] == '%') {
-            while (*end == '%') ++end;
-            append(&copy, {at, end});
+    const auto length = format.size();
+    std::size_t at = 0;
+    while (at < length && copy.room > 0) {
+        std::size_t end = at;
+        if (format[at] != '%') {
+            while (end < length && format[end] != '%') ++end;
+            append(&copy, format.substr(at, end - at));
+        } else if (at + 1 < length && format[at + 1] == '%') {
+            while (end < length && format[end] == '%') ++end;
+            append(&copy, format.substr(at, end - at));
         } else {
-            while (*end != '\0' && !isDataTypeLetter(*end)) ++end;
-            append(&copy, {at, end});
+            while (end < length && !isDataTypeLetter(format[end])) ++end;
+            append(&copy, format.substr(at, end - at));
             append(&copy, newType);
-            while (isDataTypeLetter(*end)) ++end;
+            while (end < length && isDataTypeLetter(format[end])) ++end;
         }
         at = end;
     }
     *copy.to = '\0';
+    return static_cast<std::size_t>(copy.to - out);
 }

@@ -21,11 +21,13 @@ std::string_view takeCFormatPiece(const char **cursor);
 const char *getNextCFormat(char *out, std::size_t outSize, const char *cursor);
 
 // Copies a format with the letters of each conversion (the whole run of "diouxXeEfFgGaAcCsSPnl"
-// behind flags, width and precision) replaced by newType. The copy is cut to outSize - 1 bytes.
-void changeCFormatDataType(char *out, std::size_t outSize, const char *format, const char *newType);
+// behind flags, width and precision) replaced by newType. The copy is cut to outSize - 1 bytes and
+// ends in a NUL. Returns its length.
+std::size_t changeCFormatDataType(char *out, std::size_t outSize, std::string_view format,
+                                  std::string_view newType);
 
-// Whether a piece's conversion ends in one of those letters, so that there is one to replace.
-bool hasCFormatDataType(std::string_view piece);
+// Room for a cstyle, and so for any piece of one.
+constexpr std::size_t CFORMAT_SIZE = 64;
 
 // How widths, precisions and room are counted.
 enum CFormatUnit : std::uint8_t {
@@ -57,5 +59,10 @@ constexpr std::int32_t CFORMAT_MAX_WIDTH = 4095;
 //   out    gets the text and a NUL: room + 1 bytes, or CFORMAT_MAX_BYTES * room + 1
 //   room   bytes or characters; what does not fit is cut, never inside a UTF-8 character
 // Returns the number of bytes without the NUL.
-std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::string_view piece,
+std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
                          const ItemValue *value);
+
+// The same by a format whose letters changeCFormatDataType changed to newType, in CFORMAT_SIZE
+// bytes; by the format itself when it has no letters to change.
+std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
+                           std::string_view newType, const ItemValue *value);

@@ -19,6 +19,7 @@ enum ConversionFlag : std::uint8_t {
     FLAG_ALTERNATE = 8,
     FLAG_ZERO = 16,
     FLAG_GROUP = 32,
+    FLAG_LOCAL_DIGITS = 64,  // no locale here has any
 };
 
 // The size that a length modifier gives an integer.
@@ -72,16 +73,15 @@ constexpr unsigned flagOf(char c) {
             return FLAG_ZERO;
         case '\'':
             return FLAG_GROUP;
+        case 'I':
+            return FLAG_LOCAL_DIGITS;
         default:
             return 0;
     }
 }
 
 void readFlags(Reader *reader, Conversion *conversion) {
-    for (;;) {
-        const unsigned flag = flagOf(reader->peek());
-        if (flag == 0 && reader->peek() != 'I')
-            return;  // I: other digits, which no locale here has
+    while (const unsigned flag = flagOf(reader->peek())) {
         conversion->flags = static_cast<std::uint8_t>(conversion->flags | flag);
         ++reader->at;
     }
@@ -101,15 +101,18 @@ std::int32_t readNumber(Reader *reader, std::int32_t absent) {
     return absurd ? absent : number;
 }
 
+constexpr bool isModifier(char c) {
+    return c == 'l' || c == 'h' || c == 'L' || c == 'q' || c == 'j' || c == 'z' || c == 't';
+}
+
 ModifierSize readModifier(Reader *reader) {
     const char *start = reader->at;
-    while (reader->peek() != '\0' && std::strchr("hlLqjzt", reader->peek()) != nullptr)
-        ++reader->at;
-    const std::string_view modifier(start, static_cast<std::size_t>(reader->at - start));
-    if (modifier.empty()) return SIZE_32;
-    if (modifier == "l" || modifier == "z" || modifier == "t") return SIZE_MACHINE;
-    if (modifier == "ll" || modifier == "q" || modifier == "j" || modifier == "L") return SIZE_64;
-    return SIZE_OTHER;
+    while (isModifier(reader->peek())) ++reader->at;
+    if (reader->at == start) return SIZE_32;
+    const char first = *start;
+    if (reader->at - start == 2) return first == 'l' && start[1] == 'l' ? SIZE_64 : SIZE_OTHER;
+    if (reader->at - start > 2 || first == 'h') return SIZE_OTHER;
+    return first == 'l' || first == 'z' || first == 't' ? SIZE_MACHINE : SIZE_64;
 }
 
 // Reads what follows the %. A letter that is no conversion counts as one; another character, or
@@ -156,40 +159,39 @@ void putFill(Text *text, char c, std::size_t count) {
     text->room -= length;
 }
 
-void putBytes(Text *text, std::string_view bytes) {
-    const std::size_t length = utf8_fit(bytes, text->room);
-    std::memcpy(text->out + text->length, bytes.data(), length);
-    text->length += length;
-    text->room = length < bytes.size() ? 0 : text->room - length;
-}
-
-void putCharacters(Text *text, std::string_view characters) {
-    while (!characters.empty() && text->room > 0) {
-        const std::size_t length = utf8_char_length(characters);
-        std::memcpy(text->out + text->length, characters.data(), length);
-        characters.remove_prefix(length);
-        text->length += length;
-        --text->room;
+// Puts the character that begins `rest`; ends the text when it does not fit. Returns its bytes.
+std::size_t putCharacter(Text *text, std::string_view rest) {
+    const bool ascii = static_cast<unsigned char>(rest.front()) < 0x80;
+    const std::size_t length = ascii ? 1 : utf8_char_length(rest);
+    const std::size_t units = text->unit == CFORMAT_BYTES ? length : 1;
+    if (units > text->room) {
+        text->room = 0;
+        return length;
     }
+    for (std::size_t i = 0; i < length; ++i) text->out[text->length++] = rest[i];
+    text->room -= units;
+    return length;
 }
 
-void putUtf8(Text *text, std::string_view utf8) {
-    if (text->unit == CFORMAT_BYTES)
-        putBytes(text, utf8);
-    else
-        putCharacters(text, utf8);
+// Puts a text of so many units.
+void putUtf8(Text *text, std::string_view utf8, std::size_t units) {
+    if (units > text->room) {
+        while (text->room > 0) utf8.remove_prefix(putCharacter(text, utf8));
+        return;
+    }
+    std::memcpy(text->out + text->length, utf8.data(), utf8.size());
+    text->length += utf8.size();
+    text->room -= units;
 }
 
-// The text around a conversion: "%%" prints one %, as does a conversion that has no value.
+// The text around a conversion: "%%" prints one %, and so does a further conversion, which has no
+// value.
 void putLiteral(Text *text, std::string_view literal) {
-    for (;;) {
-        const std::size_t percent = literal.find('%');
-        if (percent == std::string_view::npos) break;
-        putUtf8(text, literal.substr(0, percent + 1));
-        const bool pair = literal.size() > percent + 1 && literal[percent + 1] == '%';
-        literal.remove_prefix(percent + (pair ? 2 : 1));
+    while (!literal.empty() && text->room > 0) {
+        const bool pair = literal.size() > 1 && literal[0] == '%' && literal[1] == '%';
+        const std::size_t length = putCharacter(text, literal);
+        literal.remove_prefix(pair ? 2 : length);
     }
-    putUtf8(text, literal);
 }
 
 // ---- the conversions ----
@@ -203,7 +205,7 @@ std::size_t paddingOf(const Conversion *conversion, std::size_t length) {
 void putField(Text *text, const Conversion *conversion, std::string_view field, std::size_t units) {
     const std::size_t padding = paddingOf(conversion, units);
     if (!conversion->has(FLAG_LEFT)) putFill(text, ' ', padding);
-    putUtf8(text, field);
+    putUtf8(text, field, units);
     if (conversion->has(FLAG_LEFT)) putFill(text, ' ', padding);
 }
 
@@ -413,6 +415,10 @@ void putCharacterString(Text *text, const Conversion *conversion, const char *st
     std::size_t length = 0;
     std::size_t count = 0;
     for (std::size_t at = 0; count < most; ++count) {
+        if (string[at] > 0) {  // ASCII stands for itself
+            encoded[length++] = string[at++];
+            continue;
+        }
         const char32_t codePoint = utf8_decode_next(string, &at);
         if (codePoint == 0) break;
         utf8_encode(codePoint, encoded, sizeof encoded, &length);
@@ -464,39 +470,59 @@ void putValue(Text *text, const Conversion *conversion, const ItemValue *value) 
     putInteger(text, conversion, &integer);
 }
 
-// Where the % of the first conversion stands, or npos.
-std::size_t findFirstConversion(std::string_view piece) {
-    std::size_t at = piece.find('%');
-    while (at != std::string_view::npos && at + 1 < piece.size() && piece[at + 1] == '%')
-        at = piece.find('%', at + 2);
-    return at;
+// A piece taken apart.
+struct Piece {
+    std::string_view before;
+    bool hasConversion;
+    Conversion conversion;
+    std::string_view after;
+};
+
+Piece readPiece(std::string_view text) {
+    Piece piece{};
+    std::size_t percent = 0;
+    for (; percent < text.size(); ++percent) {
+        if (text[percent] != '%') continue;
+        if (percent + 1 == text.size() || text[percent + 1] != '%') break;
+        ++percent;  // a pair
+    }
+    piece.before = text.substr(0, percent);
+    piece.hasConversion = percent < text.size();
+    if (!piece.hasConversion) return piece;
+    Reader reader{text.data() + percent + 1, text.data() + text.size()};
+    piece.conversion = readConversion(&reader);
+    piece.after = {reader.at, static_cast<std::size_t>(reader.end - reader.at)};
+    return piece;
+}
+
+std::size_t printPiece(char *out, std::size_t room, CFormatUnit unit, const Piece *piece,
+                       const ItemValue *value) {
+    Text text{out, 0, room, unit};
+    if (value->type <= VORN_TYPE_DOUBLE) {  // no text at all for an unknown type
+        putLiteral(&text, piece->before);
+        if (piece->hasConversion) putValue(&text, &piece->conversion, value);
+        putLiteral(&text, piece->after);
+    }
+    out[text.length] = '\0';
+    return text.length;
 }
 
 }  // namespace
 
-bool hasCFormatDataType(std::string_view piece) {
-    const std::size_t percent = findFirstConversion(piece);
-    if (percent == std::string_view::npos) return false;
-    Reader reader{piece.data() + percent + 1, piece.data() + piece.size()};
-    const char letter = readConversion(&reader).letter;
-    return letter != '\0' && std::strchr("diouxXeEfFgGaAcCsSPn", letter) != nullptr;
+std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
+                         const ItemValue *value) {
+    const Piece piece = readPiece(format);
+    return printPiece(out, room, unit, &piece, value);
 }
 
-std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::string_view piece,
-                         const ItemValue *value) {
-    Text text{out, 0, room, unit};
-    const std::size_t percent = findFirstConversion(piece);
-    if (value->type > VORN_TYPE_DOUBLE) {
-        // no text at all
-    } else if (percent == std::string_view::npos) {
-        putLiteral(&text, piece);
-    } else {
-        putLiteral(&text, piece.substr(0, percent));
-        Reader reader{piece.data() + percent + 1, piece.data() + piece.size()};
-        const Conversion conversion = readConversion(&reader);
-        putValue(&text, &conversion, value);
-        putLiteral(&text, {reader.at, static_cast<std::size_t>(reader.end - reader.at)});
-    }
-    out[text.length] = '\0';
-    return text.length;
+std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
+                           std::string_view newType, const ItemValue *value) {
+    char buffer[CFORMAT_SIZE];
+    const std::size_t length = changeCFormatDataType(buffer, sizeof buffer, format, newType);
+    std::string_view changed(buffer, length);
+    // The change may have pushed the end of a full format out, and cut a character with it.
+    if (length == sizeof buffer - 1) changed = changed.substr(0, utf8_whole(changed));
+    Piece piece = readPiece(changed);
+    if (piece.conversion.letter != newType.back()) piece = readPiece(format);
+    return printPiece(out, room, unit, &piece, value);
 }

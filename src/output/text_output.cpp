@@ -6,11 +6,9 @@
 #include "output/c_format.h"
 #include "output/dump_backend.h"
 #include "pdf/utf8.h"
-#include "storage/strings.h"
 
 namespace {
 
-constexpr std::size_t FORMAT_SIZE = 64;  // of a cstyle, and so of a piece of one
 constexpr std::size_t VALUE_TEXT_MAX = VALUE_TEXT_SIZE - 1;
 constexpr std::size_t LINE_SIZE = ROW_MAX_VALUES * VALUE_TEXT_MAX * CFORMAT_MAX_BYTES + 3;
 
@@ -29,26 +27,11 @@ int writeBlankLines(void *state, const TemplateSection *section, std::int32_t co
     return DUMP_OK;
 }
 
-// Prints a value by a piece whose conversion was changed to `letters`.
-std::size_t printChanged(char *out, std::size_t room, CFormatUnit unit, std::string_view piece,
-                         const char *letters, const ItemValue *value) {
-    // A piece without letters to change is malformed: it prints as it stands.
-    if (!hasCFormatDataType(piece)) return printCFormat(out, room, unit, piece, value);
-    char copy[FORMAT_SIZE];
-    copyPiece(copy, piece);
-    char changed[FORMAT_SIZE];
-    changeCFormatDataType(changed, sizeof changed, copy, letters);
-    std::string_view format = changed;
-    // The change may have pushed the end of a full format out, and cut a character with it.
-    if (format.size() == sizeof changed - 1) format = format.substr(0, utf8_whole(format));
-    return printCFormat(out, room, unit, format, value);
-}
-
 std::size_t printWide(char *out, std::size_t room, std::string_view piece, const ItemValue *value) {
     if (value->type == VORN_TYPE_NONE)
-        return printChanged(out, room, CFORMAT_CHARACTERS, piece, "s", value);
+        return printCFormatAs(out, room, CFORMAT_CHARACTERS, piece, "s", value);
     if (value->type == VORN_TYPE_STRING)
-        return printChanged(out, room, CFORMAT_CHARACTERS, piece, "ls", value);
+        return printCFormatAs(out, room, CFORMAT_CHARACTERS, piece, "ls", value);
     return printCFormat(out, room, CFORMAT_CHARACTERS, piece, value);
 }
 
@@ -98,7 +81,7 @@ int dumpTextWFormatVal(char *out, std::size_t outSize, const char *piece, const 
 
 int dumpTextFormatVal(char *out, std::size_t outSize, const char *piece, const ItemValue *value) {
     if (value->type == VORN_TYPE_NONE)
-        printChanged(out, outSize - 1, CFORMAT_BYTES, piece, "s", value);
+        printCFormatAs(out, outSize - 1, CFORMAT_BYTES, piece, "s", value);
     else
         printCFormat(out, outSize - 1, CFORMAT_BYTES, piece, value);
     return DUMP_OK;

@@ -148,5 +148,12 @@ std::size_t utf8_whole(std::string_view text) {
 }
 
 std::size_t utf8_fit(std::string_view text, std::size_t room) {
-    return text.size() <= room ? text.size() : utf8_whole(text.substr(0, room));
+    if (text.size() <= room) return text.size();
+    // The cut is inside a character when one of the last three bytes begins it.
+    for (std::size_t back = 1; back <= 3 && back <= room; ++back) {
+        const std::size_t start = room - back;
+        if (isContinuation(byteAt(text.data(), start))) continue;
+        return utf8_char_length(text.substr(start)) > back ? start : room;
+    }
+    return room;
 }
