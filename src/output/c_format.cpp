@@ -35,7 +35,7 @@ struct Copy {
 
 void append(Copy *copy, std::string_view text) {
     const std::size_t length = std::min(text.size(), copy->room);
-    std::memcpy(copy->to, text.data(), length);
+    text.copy(copy->to, length);
     copy->to += length;
     copy->room -= length;
 }

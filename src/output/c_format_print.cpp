@@ -147,7 +147,7 @@ struct Text {
 
 void putAscii(Text *text, std::string_view ascii) {
     const std::size_t length = std::min(ascii.size(), text->room);
-    std::memcpy(text->out + text->length, ascii.data(), length);
+    ascii.copy(text->out + text->length, length);
     text->length += length;
     text->room -= length;
 }
@@ -179,7 +179,7 @@ void putUtf8(Text *text, std::string_view utf8, std::size_t units) {
         while (text->room > 0) utf8.remove_prefix(putCharacter(text, utf8));
         return;
     }
-    std::memcpy(text->out + text->length, utf8.data(), utf8.size());
+    utf8.copy(text->out + text->length, utf8.size());
     text->length += utf8.size();
     text->room -= units;
 }
