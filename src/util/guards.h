@@ -31,6 +31,25 @@ using MutexGuard = std::unique_ptr<pthread_mutex_t, MutexUnlocker>;
     return MutexGuard(mutex);
 }
 
+// While one lives, the calling thread is not cancelled; then its former state holds again.
+class CancellationOff {
+public:
+    CancellationOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former_); }
+    CancellationOff(const CancellationOff &) = delete;
+    CancellationOff &operator=(const CancellationOff &) = delete;
+    ~CancellationOff() { pthread_setcancelstate(former_, nullptr); }
+
+private:
+    int former_ = PTHREAD_CANCEL_ENABLE;
+};
+
+// Locks for work that a cancelled thread may leave in the middle: no cancellation strikes between
+// the lock and its guard, and from then on the guard unlocks.
+[[nodiscard]] inline MutexGuard lockForWork(pthread_mutex_t *mutex) {
+    const CancellationOff off;
+    return lockMutex(mutex);
+}
+
 // A file descriptor that closes itself; -1 holds none.
 class DescriptorGuard {
 public:

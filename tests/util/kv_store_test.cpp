@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: MIT
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "vorn/plugin.h"
+
+namespace {
+
+int freed;
+
+void countAndFree(void *value) {
+    ++freed;
+    std::free(value);
+}
+
+void *number(int value) {
+    void *made = std::malloc(sizeof value);
+    std::memcpy(made, &value, sizeof value);
+    return made;
+}
+
+int valueOf(const void *value) {
+    return value == nullptr ? -1 : *static_cast<const int *>(value);
+}
+
+// A store that counts in `freed` what it frees.
+class Store {
+public:
+    explicit Store(int maxElems = 0, std::uint32_t flags = 0) {
+        EXPECT_EQ(kvInitFlags(&kv, maxElems, countAndFree, flags), KV_OK);
+        freed = 0;
+    }
+    Store(const Store &) = delete;
+    Store &operator=(const Store &) = delete;
+    ~Store() { kvFree(&kv); }
+
+    // Adds a value; one that the store refuses is freed.
+    int add(const char *key, int value) {
+        void *made = number(value);
+        const int result = kvAdd(&kv, key, made);
+        if (result != KV_OK) std::free(made);
+        return result;
+    }
+    int replace(const char *key, int value) {
+        void *made = number(value);
+        const int result = kvReplace(&kv, key, made);
+        if (result != KV_OK) std::free(made);
+        return result;
+    }
+
+    // "key=value " of each element, walked forwards; the walk backwards must agree.
+    [[nodiscard]] std::string text() const {
+        std::string forwards;
+        std::string backwards;
+        int elements = 0;
+        for (const KvElem *e = kv.first; e != nullptr; e = e->next, ++elements) forwards += word(e);
+        for (const KvElem *e = kv.last; e != nullptr; e = e->prev) backwards = word(e) + backwards;
+        EXPECT_EQ(forwards, backwards);
+        EXPECT_EQ(elements, kv.count);
+        return forwards;
+    }
+
+    KvStore kv;
+
+private:
+    static std::string word(const KvElem *e) {
+        return std::string(e->key) + "=" + std::to_string(valueOf(e->value)) + " ";
+    }
+};
+
+std::int32_t byNumber(const void *a, const void *b, void *context) {
+    if (context != nullptr) ++*static_cast<int *>(context);
+    if (valueOf(a) == valueOf(b)) return KV_EQUAL;
+    return valueOf(a) > valueOf(b) ? KV_AFTER : KV_BEFORE;
+}
+
+// Matches numbers from *argument on, and stops at 99.
+std::int32_t fromArgumentOn(const char *, void *value, void *argument) {
+    if (valueOf(value) == 99) return KV_MATCH_STOP;
+    return valueOf(value) >= *static_cast<int *>(argument) ? KV_MATCH_GO_ON : KV_NO_MATCH;
+}
+
+}  // namespace
+
+TEST(KvStore, KeepsOneValueAKeyInOrderUpToItsCapacity) {
+    Store s(2);
+    EXPECT_EQ(s.add("a", 1), KV_OK);
+    EXPECT_EQ(s.add("b", 2), KV_OK);
+    EXPECT_EQ(s.add("a", 3), KV_EXISTS);  // also when full
+    EXPECT_EQ(s.add("c", 3), KV_FULL);
+    EXPECT_EQ(s.replace("c", 3), KV_FULL);
+    EXPECT_EQ(freed, 0);
+    EXPECT_EQ(s.replace("a", 4), KV_OK);
+    EXPECT_EQ(freed, 1);
+    EXPECT_EQ(kvReplace(&s.kv, "a", kvGet(&s.kv, "a")), KV_OK);  // the same value stays alive
+    EXPECT_EQ(s.text(), "a=4 b=2 ");
+    EXPECT_EQ(valueOf(kvGet(&s.kv, "b")), 2);
+    EXPECT_EQ(valueOf(kvGet(&s.kv, nullptr)), 4);
+    EXPECT_EQ(kvGet(&s.kv, "B"), nullptr);
+    EXPECT_EQ(kvDel(&s.kv, "c"), KV_NOT_FOUND);
+    EXPECT_EQ(kvDel(&s.kv, nullptr), KV_OK);
+    EXPECT_EQ(s.add("c", 3), KV_OK);
+    EXPECT_EQ(s.text(), "b=2 c=3 ");
+    EXPECT_EQ(kvNumElems(&s.kv), 2);
+    kvFlush(&s.kv);
+    EXPECT_EQ(s.text(), "");
+    EXPECT_EQ(freed, 4);
+}
+
+TEST(KvStore, CutsKeysAtSixtyFourCharacters) {
+    Store s;
+    EXPECT_EQ(s.add(std::string(70, 'k').c_str(), 1), KV_OK);
+    EXPECT_EQ(kvGet(&s.kv, std::string(70, 'k').c_str()), nullptr);
+    EXPECT_EQ(valueOf(kvGet(&s.kv, std::string(64, 'k').c_str())), 1);
+}
+
+TEST(KvStore, RefusesNullArguments) {
+    Store s;
+    int value = 0;
+    EXPECT_EQ(kvAdd(&s.kv, "a", nullptr), KV_BAD_ARG);
+    EXPECT_EQ(kvReplace(&s.kv, nullptr, &value), KV_BAD_ARG);
+    EXPECT_EQ(kvAdd(nullptr, "a", &value), KV_BAD_ARG);
+    EXPECT_EQ(kvNumElems(nullptr), KV_BAD_ARG);
+    EXPECT_EQ(kvWaitAbs(&s.kv, nullptr, nullptr), KV_BAD_ARG);
+    EXPECT_EQ(kvSignal(&s.kv, 0), KV_BAD_ARG);
+    EXPECT_EQ(kvSortElement(nullptr, "a"), KV_BAD_ARG);
+    EXPECT_EQ(kvMerge(&s.kv, nullptr, 4), KV_BAD_ARG);
+    EXPECT_EQ(kvMerge(&s.kv, &s.kv, 4), KV_BAD_ARG);
+    EXPECT_EQ(kvGet(nullptr, "a"), nullptr);
+    kvFree(nullptr);
+}
+
+TEST(KvStore, VisitsUntilAMatchStopsTheWalk) {
+    Store s;
+    const int numbers[] = {5, 1, 7, 99, 8};
+    for (const int n : numbers) s.add(std::to_string(n).c_str(), n);
+    int least = 5;
+    EXPECT_EQ(kvIterate(&s.kv, fromArgumentOn, &least), 3);  // 5, 7 and 99
+    least = 6;
+    EXPECT_EQ(valueOf(kvCondGet(&s.kv, fromArgumentOn, &least)), 7);
+    EXPECT_EQ(kvCondDel(&s.kv, fromArgumentOn, &least), KV_OK);
+    EXPECT_EQ(s.text(), "5=5 1=1 8=8 ");
+    EXPECT_EQ(freed, 2);
+    least = 100;
+    EXPECT_EQ(kvCondDel(&s.kv, fromArgumentOn, &least), KV_NOT_FOUND);
+    EXPECT_EQ(kvCondGet(&s.kv, fromArgumentOn, &least), nullptr);
+}
+
+TEST(KvStore, MayLoseTheVisitedElementWhenRecursive) {
+    Store s(0, KV_RECURSIVE);
+    s.add("a", 1);
+    s.add("b", 2);
+    const auto deleteIt = [](const char *key, void *, void *store) -> std::int32_t {
+        return kvDel(static_cast<KvStore *>(store), key) == KV_OK ? KV_MATCH_GO_ON : KV_NO_MATCH;
+    };
+    EXPECT_EQ(kvLock(&s.kv), 0);
+    EXPECT_EQ(kvIterate(&s.kv, deleteIt, &s.kv), 2);
+    EXPECT_EQ(kvUnlock(&s.kv), 0);
+    EXPECT_EQ(s.text(), "");
+}
+
+TEST(KvStore, HandsOutCopies) {
+    Store s;
+    s.add("a", 0x01020304);
+    void *copy = kvGetCopy(&s.kv, "a", 4);
+    EXPECT_NE(copy, kvGet(&s.kv, "a"));
+    EXPECT_EQ(valueOf(copy), 0x01020304);
+    std::free(copy);
+    EXPECT_EQ(kvGetCopy(&s.kv, "a", 0), nullptr);
+    EXPECT_EQ(kvGetCopy(&s.kv, "b", 4), nullptr);
+    const auto setSize = [](const char *, void *, void *wanted,
+                            std::int32_t *size) -> std::int32_t {
+        *size = *static_cast<std::int32_t *>(wanted);
+        return KV_MATCH_STOP;
+    };
+    std::int32_t wanted = 4;
+    copy = kvCondGetCopy(&s.kv, setSize, &wanted, 100000);  // the value has 4 bytes
+    EXPECT_EQ(valueOf(copy), 0x01020304);
+    std::free(copy);
+    wanted = -1;
+    EXPECT_EQ(kvCondGetCopy(&s.kv, setSize, &wanted, 4), nullptr);
+
+    s.add("b", 2);
+    std::int32_t count = -1;
+    char **keys = kvGetList(&s.kv, &count);
+    ASSERT_EQ(count, 2);
+    EXPECT_STREQ(keys[0], "a");
+    EXPECT_STREQ(keys[1], "b");
+    EXPECT_EQ(keys[2], nullptr);
+    kvFreeList(keys);
+    kvFlush(&s.kv);
+    EXPECT_EQ(kvGetList(&s.kv, &count), nullptr);
+    EXPECT_EQ(count, 0);
+    kvFreeList(nullptr);
+}
+
+TEST(KvStore, SortsOnInsertionOnDemandAndElementByElement) {
+    Store s;
+    int calls = 0;
+    EXPECT_EQ(kvSortElement(&s.kv, "a"), KV_NO_SORT);
+    kvSetContext(&s.kv, &calls);
+    kvSetSortMethod(&s.kv, byNumber);
+    s.add("e", 5);
+    s.add("a", 1);
+    s.add("x", 3);
+    s.add("c", 3);
+    EXPECT_EQ(s.text(), "a=1 x=3 c=3 e=5 ");
+    EXPECT_GT(calls, 0);
+
+    EXPECT_EQ(kvSort(&s.kv, byNumber, 1, nullptr), KV_OK);
+    EXPECT_EQ(s.text(), "e=5 x=3 c=3 a=1 ");
+    EXPECT_EQ(kvSort(&s.kv, nullptr, 0, nullptr), KV_OK);
+    EXPECT_EQ(s.text(), "a=1 c=3 e=5 x=3 ");
+    const auto contradict = [](const void *, const void *, void *) -> std::int32_t {
+        return KV_AFTER;
+    };
+    EXPECT_EQ(kvSort(&s.kv, contradict, 0, nullptr), KV_OK);  // ends
+    EXPECT_EQ(kvSort(&s.kv, byNumber, 0, nullptr), KV_OK);
+
+    *static_cast<int *>(kvGet(&s.kv, "a")) = 4;
+    EXPECT_EQ(kvSortElement(&s.kv, "a"), KV_OK);
+    *static_cast<int *>(kvGet(&s.kv, "e")) = 0;
+    EXPECT_EQ(kvSortElement(&s.kv, "e"), KV_OK);
+    EXPECT_EQ(kvSortElement(&s.kv, "none"), KV_NOT_FOUND);
+    EXPECT_EQ(s.text().substr(0, 4), "e=0 ");
+    EXPECT_EQ(s.text().substr(12), "a=4 ");
+}
+
+TEST(KvStore, CopiesMergesAndComparesTwoStores) {
+    Store a;
+    Store b(3);
+    a.add("x", 1);
+    a.add("y", 2);
+    b.add("y", 3);
+    b.add("z", 4);
+    EXPECT_EQ(kvMerge(&b.kv, &a.kv, sizeof(int)), KV_OK);
+    EXPECT_EQ(b.text(), "y=2 z=4 x=1 ");
+    EXPECT_EQ(freed, 1);
+    EXPECT_EQ(kvCompare(&b.kv, &a.kv, nullptr, nullptr), 1);
+    EXPECT_EQ(kvCopy(&b.kv, &a.kv, sizeof(int)), KV_OK);
+    EXPECT_EQ(b.text(), "x=1 y=2 ");
+    EXPECT_EQ(kvCompare(&b.kv, &a.kv, byNumber, nullptr), 0);
+    b.replace("x", 7);
+    EXPECT_EQ(kvCompare(&b.kv, &a.kv, byNumber, nullptr), 1);
+    EXPECT_EQ(kvCompare(&b.kv, &a.kv, nullptr, nullptr), 0);
+
+    a.add("p", 5);
+    a.add("q", 6);
+    EXPECT_EQ(kvMerge(&b.kv, &a.kv, sizeof(int)), KV_FULL);  // the copy of q is freed
+    EXPECT_EQ(b.text(), "x=1 y=2 p=5 ");
+}
+
+TEST(KvSignal, KeepsAWordUntilAWaitTakesIt) {
+    Store s;
+    std::uint32_t word = 1;
+    EXPECT_EQ(kvWait(&s.kv, &word, VORN_NO_WAIT), KV_TIMEOUT);
+    EXPECT_EQ(word, 0u);
+    EXPECT_EQ(kvSignal(&s.kv, 7), KV_OK);
+    EXPECT_EQ(kvWait(&s.kv, &word, VORN_WAIT_FOREVER), KV_OK);
+    EXPECT_EQ(word, 7u);
+    EXPECT_EQ(kvWait(&s.kv, nullptr, VORN_NO_WAIT), KV_TIMEOUT);
+
+    kvSignal(&s.kv, 1);
+    kvSignalMask(&s.kv, 2, KV_SIGNAL_OR);
+    kvSignalMask(&s.kv, 6, KV_SIGNAL_AND);
+    kvSignalMask(&s.kv, 9, 3);  // no such operation
+    EXPECT_EQ(kvWaitms(&s.kv, &word, VORN_NO_WAIT), KV_OK);
+    EXPECT_EQ(word, 2u);
+
+    EXPECT_EQ(kvWaitms(&s.kv, &word, 1), KV_TIMEOUT);
+    const struct timespec past = {1, 0};
+    const struct timespec invalid = {1, -1};
+    EXPECT_EQ(kvWaitAbs(&s.kv, &word, &past), KV_TIMEOUT);
+    EXPECT_EQ(kvWaitAbs(&s.kv, &word, &invalid), KV_TIMEOUT);
+}
+
+TEST(KvSignal, ReachesAThreadThatWaitsForTheLongestTime) {
+    for (const std::uint32_t limit : {VORN_WAIT_FOREVER, VORN_NO_WAIT - 1}) {
+        Store s;
+        std::uint32_t word = 0;
+        std::int32_t result = -1;
+        std::thread waiting([&] { result = kvWait(&s.kv, &word, limit); });
+        kvSignal(&s.kv, 5);
+        waiting.join();
+        EXPECT_EQ(result, KV_OK);
+        EXPECT_EQ(word, 5u);
+    }
+}
+
+TEST(KvSignal, ACancelledWaitLeavesTheLockFree) {
+    const auto waitInVain = [](void *kv) -> void * {
+        kvWait(static_cast<KvStore *>(kv), nullptr, VORN_WAIT_FOREVER);
+        return nullptr;
+    };
+    Store s;
+    std::vector<pthread_t> threads(4);
+    for (pthread_t &t : threads) ASSERT_EQ(pthread_create(&t, nullptr, waitInVain, &s.kv), 0);
+    for (const pthread_t t : threads) pthread_cancel(t);
+    for (const pthread_t t : threads) {
+        void *result = nullptr;
+        pthread_join(t, &result);
+        EXPECT_EQ(result, PTHREAD_CANCELED);
+    }
+    ASSERT_EQ(pthread_mutex_trylock(&s.kv.lock), 0);
+    pthread_mutex_unlock(&s.kv.lock);
+}
+
+TEST(KvStore, IsWholeForSeveralThreads) {
+    Store s;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&s, t] {
+            for (int i = 0; i < 200; ++i) {
+                void *made = number(i);
+                if (kvReplace(&s.kv, ("k" + std::to_string((i + t) % 5)).c_str(), made) != KV_OK)
+                    std::free(made);
+                kvDel(&s.kv, "k3");
+                std::free(kvGetCopy(&s.kv, "k1", sizeof(int)));
+            }
+        });
+    for (std::thread &t : threads) t.join();
+    EXPECT_EQ(kvDel(&s.kv, "k3"), KV_NOT_FOUND);
+    EXPECT_EQ(s.text().size(), 4 * std::string("k0=199 ").size());
+}
