@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+#include "pdf/pdf_objects.h"
+
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "pdf/pdf_pages.h"
+#include "pdf/pdf_text.h"
+#include "pdf/pdf_writer.h"
+#include "support/temp_dir.h"
+#include "util/guards.h"
+
+namespace {
+
+struct Table {
+    TempDir dir;
+    FileGuard file{std::fopen(dir.path("a").c_str(), "wb")};
+    std::unique_ptr<PdfDocument> doc = std::make_unique<PdfDocument>();
+
+    Table() { pdfOpenSink(&doc->out, file.get()); }
+    Table(const Table &) = delete;
+    Table &operator=(const Table &) = delete;
+    ~Table() { pdfFreeObjects(doc.get()); }
+};
+
+}  // namespace
+
+TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
+    Table table;
+    PdfDocument *doc = table.doc.get();
+    EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FREE_ENTRY, 0), 0);
+    EXPECT_EQ(pdfAllocObject(doc, PDF_PAGE_TREE), 1);
+    pdfPut(&doc->out, "0123456789");
+    EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 5), 5);
+    EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 4), 4);
+    EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 4), 6);
+    EXPECT_EQ(pdfAllocObjectByID(doc, PDF_PAGE, 9), 9);
+    EXPECT_EQ(pdfAllocObject(doc, PDF_CONTENT), 2);
+    pdfPut(&doc->out, "x");
+    EXPECT_EQ(pdfMarkObjectOffs(doc, 9), PDF_OK);
+    EXPECT_EQ(pdfMarkObjectOffs(doc, 8), PDF_NOT_FOUND);
+    EXPECT_EQ(pdfMarkObjectOffs(doc, 10), PDF_NOT_FOUND);
+
+    EXPECT_EQ(pdfGetObjectByType(doc, PDF_FONT), 4);
+    EXPECT_EQ(pdfGetNextObjectByType(doc, PDF_FONT, 4), 5);
+    EXPECT_EQ(pdfGetNextObjectByType(doc, PDF_FONT, 6), PDF_NOT_FOUND);
+    EXPECT_EQ(pdfGetObjectByType(doc, PDF_INFO), PDF_NOT_FOUND);
+
+    pdfWriteXrefTable(doc);
+    EXPECT_EQ(doc->xrefOffset, 11);
+    EXPECT_EQ(pdfFlush(&doc->out), PDF_OK);
+    table.file.reset();
+    EXPECT_EQ(table.dir.read("a"),
+              "0123456789xxref\n"
+              "0 3\n0000000000 65535 f \n0000000000 00000 n \n0000000010 00000 n \n"
+              "4 3\n0000000010 00000 n \n0000000010 00000 n \n0000000010 00000 n \n"
+              "9 1\n0000000011 00000 n \n");
+
+    // The gaps fill up, and the next number is again behind the last.
+    for (const std::int32_t number : {3, 7, 8, 10, 11})
+        EXPECT_EQ(pdfAllocObject(doc, PDF_CONTENT), number);
+    EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 65535), 65535);
+    EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 65535), PDF_TOO_MANY_OBJECTS);
+}
+
+TEST(PdfPages, RefuseAStreamWhileOneIsOpenAndAFontOutsideTheTable) {
+    const FileGuard file(std::fopen("/dev/null", "w"));
+    auto doc = std::make_unique<PdfDocument>();
+    const PdfDocInfo info{};
+    ASSERT_EQ(pdf_begin(doc.get(), &info, file.get()), PDF_OK);
+    EXPECT_EQ(pdfSetCurrentFont(doc.get(), 1, 8), PDF_NOT_FOUND);
+    EXPECT_EQ(pdfSetCurrentFont(doc.get(), -1, 8), PDF_NOT_FOUND);
+    EXPECT_EQ(doc->fontSize, 10);
+    EXPECT_EQ(pdfRequestPageArea(doc.get(), 10), 808);
+
+    EXPECT_EQ(pdfBeginStream(doc.get()), PDF_STREAM_OPEN);
+    EXPECT_EQ(pdf_end(doc.get()), PDF_STREAM_OPEN);
+}

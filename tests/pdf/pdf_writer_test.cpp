@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: MIT
+// Whole documents compared byte by byte, then checked by a program that reads PDF files.
+#include "pdf/pdf_writer.h"
+
+#include <limits>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/pdf_check.h"
+#include "support/temp_dir.h"
+#include "util/guards.h"
+
+namespace {
+
+constexpr PdfDocInfo INFO = {"Ann (A\\B)", "C", "P", "S", 0, 0, 0, 0};
+
+// A document in a file of its own.
+struct TestDocument {
+    TempDir dir;
+    FileGuard file{std::fopen(dir.path("a.pdf").c_str(), "wb")};
+    std::unique_ptr<PdfDocument> doc = std::make_unique<PdfDocument>();
+    int begun = pdf_begin(doc.get(), &INFO, file.get());
+
+    // Ends the document; the file's content, or an empty text when the end failed or when a reader
+    // complains.
+    std::string finish() {
+        EXPECT_EQ(begun, PDF_OK);
+        EXPECT_EQ(pdf_end(doc.get()), PDF_OK);
+        EXPECT_TRUE(closeWritten(&file));
+        const std::string complaints = pdfComplaints(dir.path("a.pdf"));
+        EXPECT_EQ(complaints, "");
+        return complaints.empty() ? dir.read("a.pdf") : "";
+    }
+};
+
+// The data of a content stream.
+std::string contentOf(const std::string &pdf, const std::string &object) {
+    const std::size_t start = pdf.find("stream\n", pdf.find("\n" + object + " 0 obj\n")) + 7;
+    return pdf.substr(start, pdf.find("endstream\n", start) - start);
+}
+
+int countOf(const std::string &text, const std::string &part) {
+    int count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at++) count++;
+    return count;
+}
+
+// Offsets in the cross-reference table that do not lead to the object they name.
+int wrongOffsets(const std::string &pdf) {
+    const std::size_t xref = std::stoul(pdf.substr(pdf.rfind("startxref\n") + 10));
+    if (pdf.compare(xref, 7, "xref\n0 ") != 0) return -1;
+    const std::size_t count = std::stoul(pdf.substr(xref + 7));
+    const std::size_t entries = pdf.find('\n', xref + 5) + 1;
+    int wrong = pdf.compare(entries, 20, "0000000000 65535 f \n") == 0 ? 0 : 1;
+    for (std::size_t i = 1; i < count; i++) {
+        const std::string entry = pdf.substr(entries + i * 20, 20);
+        const std::string first = std::to_string(i) + " 0 obj\n";
+        if (pdf.compare(std::stoul(entry), first.size(), first) != 0 ||
+            entry.substr(10) != " 00000 n \n")
+            wrong++;
+    }
+    return wrong;
+}
+
+}  // namespace
+
+TEST(PdfWriter, WritesAnEmptyDocumentAsOnePageWithItsNumber) {
+    TestDocument test;
+    const std::string pdf = test.finish();
+    EXPECT_EQ(pdf,
+              "%PDF-1.2\n"
+              "%\xED\xEC\xA6\"\n"
+              "2 0 obj\n<</Length 3 0 R>>\nstream\n"
+              "BT\n40 808 Td\n8 TL\n/F0 8 Tf\n255 -803 Td\n(1) Tj\nET\n"
+              "endstream\nendobj\n"
+              "3 0 obj\n49\nendobj\n"
+              "4 0 obj\n<</Type /Page\n/Parent 1 0 R\n/Contents 2 0 R\n>>\nendobj\n"
+              "5 0 obj\n<</Type /Encoding\n/BaseEncoding /WinAnsiEncoding\n>>\nendobj\n"
+              "6 0 obj\n<</Type /Font\n/Subtype /Type1\n/Name /F0\n/BaseFont /Courier\n"
+              "/Encoding 5 0 R\n>>\nendobj\n"
+              "7 0 obj\n[/PDF /Text]\nendobj\n"
+              "1 0 obj\n<</Type /Pages\n/Kids [4 0 R ]\n/Count 1\n/MediaBox [0 0 600 848]\n"
+              "/Resources <</ProcSet 7 0 R\n/Font << /F0 6 0 R\n>>\n>>\n>>\nendobj\n"
+              "8 0 obj\n<</Type /Catalog\n/Pages 1 0 R\n>>\nendobj\n"
+              "9 0 obj\n<</Author (Ann \\(A\\\\B\\))\n/Creator (C)\n/Producer (P)\n/Subject (S)\n"
+              ">>\nendobj\n"
+              "xref\n0 10\n0000000000 65535 f \n"
+              "0000000382 00000 n \n0000000015 00000 n \n0000000114 00000 n \n"
+              "0000000132 00000 n \n0000000194 00000 n \n0000000261 00000 n \n"
+              "0000000354 00000 n \n0000000516 00000 n \n0000000564 00000 n \n"
+              "trailer\n<</Size 10\n/Root 8 0 R\n/Info 9 0 R\n>>\nstartxref\n647\n%%EOF\n");
+    EXPECT_EQ(wrongOffsets(pdf), 0);
+}
+
+TEST(PdfWriter, SetsLinesFontsAndSizesOneBelowTheOther) {
+    TestDocument test;
+    PdfDocument *doc = test.doc.get();
+    pdf_add_text_line(doc, "first\n");
+    pdf_set_font_type(doc, "Helvetica");
+    pdf_set_font_size(doc, 12);
+    pdf_add_text_line(doc, "second\n");
+    pdf_set_font_type(doc, "Courier");  // already in the table
+    pdf_set_font_type(doc, "A b/#(\x01\xE9");
+    pdf_page_break(doc);
+    pdf_add_text_line(doc, "third");
+
+    const std::string pdf = test.finish();
+    EXPECT_EQ(contentOf(pdf, "2"),
+              "BT\n40 808 Td\n10 TL\n/F0 10 Tf\n(first\n)'\n"
+              "12 TL\n/F1 12 Tf\n(second\n)'\n"
+              "8 TL\n/F0 8 Tf\n255 -781 Td\n(1) Tj\nET\n");
+    EXPECT_EQ(contentOf(pdf, "5"),
+              "BT\n40 808 Td\n12 TL\n/F2 12 Tf\n(third)'\n"
+              "8 TL\n/F0 8 Tf\n255 -791 Td\n(2) Tj\nET\n");
+    EXPECT_NE(pdf.find("/Kids [4 0 R 7 0 R ]\n/Count 2\n"), std::string::npos);
+    EXPECT_NE(pdf.find("/Font << /F0 9 0 R\n /F1 10 0 R\n /F2 11 0 R\n>>\n"), std::string::npos);
+    EXPECT_NE(pdf.find("/Name /F2\n/BaseFont /A#20b#2F#23#28#01#E9\n"), std::string::npos);
+    EXPECT_EQ(wrongOffsets(pdf), 0);
+}
+
+TEST(PdfWriter, BeginsAPageAfter79LinesAndSetsTheFontAgain) {
+    TestDocument test;
+    for (int line = 1; line <= 79 * 11 + 1; line++)
+        pdf_add_text_line(test.doc.get(), std::to_string(line) + "\n");
+
+    const std::string pdf = test.finish();
+    EXPECT_EQ(wrongOffsets(pdf), 0);
+    EXPECT_EQ(contentOf(pdf, "35"),  // page 12; object 1 is the page tree, each page has three
+              "BT\n40 808 Td\n10 TL\n/F0 10 Tf\n(870\n)'\n"
+              "8 TL\n/F0 8 Tf\n255 -793 Td\n(12) Tj\nET\n");
+    const std::string first = pdfText(test.dir.path("a.pdf"));
+    EXPECT_EQ(countOf(first.substr(0, first.find('\f')), "\n7"), 11);  // lines 7 and 70 to 79
+    EXPECT_EQ(countOf(first, "\f"), 12);
+}
+
+TEST(PdfWriter, KeepsEveryByteOfATextInItsString) {
+    struct Case {
+        std::string text, string;
+    };
+    const std::string plain(3000, 'x');
+    const Case cases[] = {
+        {"", "()"},
+        {"12345(78", "(12345\\(78)"},  // in the last of eight bytes and before, in the rest
+        {"1234567)\\", "(1234567\\)\\\\)"},
+        {"\\))))((((", "(\\\\\\)\\)\\)\\)\\(\\(\\(\\()"},
+        {"'*\x1F \x7F\xA8\xA9\xDC\xFF", "('*\\037 \x7F\xA8\xA9\xDC\xFF)"},
+        {"a\tb\rc\nd\x1B", "(a\\011b\\015c\nd\\033)"},
+        {std::string("\0z", 2), "(\\000z)"},
+        {plain + "(" + plain, "(" + plain + "\\(" + plain + ")"},
+        {std::string(20000, '\x01'), ""},
+    };
+    TestDocument test;
+    for (const Case &c : cases) EXPECT_EQ(pdf_add_text_line(test.doc.get(), c.text), PDF_OK);
+    const std::string pdf = test.finish();
+    for (const Case &c : cases)
+        EXPECT_NE(pdf.find("\n" + c.string + (c.string.empty() ? "" : "'\n")), std::string::npos)
+            << c.text;
+    EXPECT_EQ(countOf(pdf, "\\001"), 20000);
+}
+
+TEST(PdfWriter, RefusesTheFifteenthFontAndKeepsTheCurrentOne) {
+    TestDocument test;
+    PdfDocument *doc = test.doc.get();
+    const std::string longName(40, 'n');
+    EXPECT_EQ(pdf_set_font_type(doc, longName), PDF_OK);
+    EXPECT_EQ(pdf_set_font_type(doc, longName), PDF_OK);
+    EXPECT_EQ(doc->fontCount, 2);
+    for (int i = 2; i < PDF_MAX_FONTS; i++)
+        EXPECT_EQ(pdf_set_font_type(doc, "Font" + std::to_string(i)), PDF_OK);
+    EXPECT_EQ(pdf_set_font_type(doc, "Font14"), PDF_TOO_MANY_FONTS);
+    EXPECT_EQ(pdf_set_font_type(doc, "Font3"), PDF_OK);
+    pdf_set_font_type(doc, "Font14");
+    EXPECT_EQ(pdf_add_text_line(doc, "x"), PDF_OK);
+
+    const std::string pdf = test.finish();
+    EXPECT_NE(pdf.find("/F3 10 Tf\n(x)'"), std::string::npos);
+    EXPECT_EQ(countOf(pdf, "/Subtype /Type1"), 14);
+    EXPECT_EQ(countOf(pdf, "/BaseFont /" + longName.substr(0, 31) + "\n"), 1);
+}
+
+TEST(PdfWriter, TakesAnyFontSize) {
+    TestDocument test;
+    for (int i = 0; i < 3; i++) {
+        pdf_set_font_size(test.doc.get(), std::numeric_limits<std::int32_t>::max());
+        EXPECT_EQ(pdf_add_text_line(test.doc.get(), "x"), PDF_OK);
+    }
+    pdf_set_font_size(test.doc.get(), 790);  // fills a page to its lowest line
+    EXPECT_EQ(pdf_add_text_line(test.doc.get(), "x"), PDF_OK);
+    const std::string pdf = test.finish();
+    EXPECT_NE(pdf.find("/Count 5\n"), std::string::npos);
+    EXPECT_NE(pdf.find("790 TL\n/F0 790 Tf\n(x)'\n8 TL\n/F0 8 Tf\n255 -13 Td\n(5) Tj\n"),
+              std::string::npos);
+}
+
+TEST(PdfWriter, ReportsAStreamThatFails) {
+    const FileGuard readOnly(std::fopen("/dev/null", "r"));
+    auto doc = std::make_unique<PdfDocument>();
+    EXPECT_EQ(pdf_begin(doc.get(), &INFO, readOnly.get()), PDF_WRITE_FAILED);
+    EXPECT_EQ(doc->objects, nullptr);
+
+    // Small enough for the buffers: the device refuses it at the end.
+    const FileGuard atEnd(std::fopen("/dev/full", "w"));
+    EXPECT_EQ(pdf_begin(doc.get(), &INFO, atEnd.get()), PDF_OK);
+    EXPECT_EQ(pdf_end(doc.get()), PDF_WRITE_FAILED);
+
+    for (const bool byLines : {true, false}) {
+        const FileGuard full(std::fopen("/dev/full", "w"));
+        EXPECT_EQ(pdf_begin(doc.get(), &INFO, full.get()), PDF_OK);
+        int result = PDF_OK;
+        for (int i = 0; i < 10000 && result == PDF_OK; i++)
+            result = byLines ? pdf_add_text_line(doc.get(), "text") : pdf_page_break(doc.get());
+        EXPECT_EQ(result, PDF_WRITE_FAILED) << byLines;
+        const std::size_t objects = doc->objectCount;
+        EXPECT_EQ(pdf_page_break(doc.get()), PDF_WRITE_FAILED);
+        EXPECT_EQ(pdf_add_text_line(doc.get(), "text"), PDF_WRITE_FAILED);
+        EXPECT_EQ(doc->objectCount, objects);
+        EXPECT_EQ(pdf_end(doc.get()), PDF_WRITE_FAILED);
+        EXPECT_EQ(doc->objects, nullptr);
+    }
+}
+
+TEST(PdfWriter, EndsWithAnErrorWhereItsTablesEnd) {
+    const FileGuard file(std::fopen("/dev/null", "w"));
+    auto doc = std::make_unique<PdfDocument>();
+    ASSERT_EQ(pdf_begin(doc.get(), &INFO, file.get()), PDF_OK);
+    int pages = 1;
+    while (pdf_page_break(doc.get()) == PDF_OK) pages++;
+    EXPECT_EQ(pages, 65535 / 3);  // a content stream, its length and a page each, and the tree
+    EXPECT_EQ(pdf_add_text_line(doc.get(), "text"), PDF_TOO_MANY_OBJECTS);
+    EXPECT_EQ(pdf_end(doc.get()), PDF_TOO_MANY_OBJECTS);
+
+    // An empty document that begins so late that it ends at 2 GiB less 1, or a byte behind that.
+    constexpr std::int32_t end = std::numeric_limits<std::int32_t>::max();
+    const auto emptyDocument = [&](std::int32_t start) {
+        EXPECT_EQ(pdf_begin(doc.get(), &INFO, file.get()), PDF_OK);
+        doc->out.flushed = start;
+        pdfFlush(&doc->out);
+        return pdf_end(doc.get());
+    };
+    ASSERT_EQ(emptyDocument(end - 5000), PDF_OK);
+    const std::int32_t last = end - (doc->out.flushed - (end - 5000));
+    EXPECT_EQ(emptyDocument(last), PDF_OK);
+    EXPECT_EQ(doc->out.flushed, end);
+    for (const std::int32_t tooMuch : {1, 400, 800})
+        EXPECT_EQ(emptyDocument(last + tooMuch), PDF_TOO_LONG) << tooMuch;
+}
