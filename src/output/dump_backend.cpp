@@ -4,6 +4,7 @@
 
 #include <iterator>
 
+#include "output/pdf_output.h"
 #include "output/text_output.h"
 
 namespace {
@@ -22,6 +23,8 @@ struct BackendOps {
 constexpr BackendOps backends[] = {
     {dumpTextInit, dumpTextOutputStyle, dumpTextSectionHeader, dumpTextRow, dumpTextSectionFooter,
      dumpTextFree},
+    {dumpPDFInit, dumpPDFOutputStyle, dumpPDFSectionHeader, dumpPDFRow, dumpPDFSectionFooter,
+     dumpPDFFree},
 };
 
 // The back-end of a format, or null.

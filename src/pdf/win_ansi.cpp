@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+// UTF-8 to code page 1252. Unlike pdf/utf8.h this reads characters strictly: a byte is a "?" or a
+// character, never another character.
+#include "pdf/win_ansi.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+// Characters of the bytes 0x80 to 0x9F; 0: none. From 0xA0 on byte and code point are the same.
+constexpr std::uint32_t PUNCTUATION[] = {
+    0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+    0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
+static_assert(std::size(PUNCTUATION) == 32);
+
+// Reads the character at the front of a text; returns its bytes, 0 when it is not well-formed.
+std::size_t readCharacter(std::string_view text, std::uint32_t *character) {
+    struct Form {
+        unsigned mask, lead;  // of the first byte
+        std::uint32_t least;  // the same character in more bytes than it needs is malformed
+    };
+    constexpr Form forms[] = {
+        {0x80, 0x00, 0}, {0xE0, 0xC0, 0x80}, {0xF0, 0xE0, 0x800}, {0xF8, 0xF0, 0x10000}};
+    const auto lead = static_cast<unsigned char>(text[0]);
+    const Form *form = std::find_if(std::begin(forms), std::end(forms),
+                                    [lead](const Form &f) { return (lead & f.mask) == f.lead; });
+    const auto length = static_cast<std::size_t>(form - forms) + 1;
+    if (form == std::end(forms) || text.size() < length) return 0;
+
+    std::uint32_t code = lead & ~form->mask;
+    for (std::size_t i = 1; i < length; i++) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if ((byte & 0xC0) != 0x80) return 0;
+        code = code << 6 | (byte & 0x3F);
+    }
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (code < form->least || surrogate || code > 0x10FFFF) return 0;
+    *character = code;
+    return length;
+}
+
+// The byte of a character, or 0 when the code page has none.
+char toWinAnsi(std::uint32_t character) {
+    if (character < 0x20 || character == 0x7F) return ' ';
+    if (character < 0x7F || (character >= 0xA0 && character <= 0xFF))
+        return static_cast<char>(character);
+    const std::uint32_t *found =
+        std::find(std::begin(PUNCTUATION), std::end(PUNCTUATION), character);
+    return found == std::end(PUNCTUATION) ? '\0' : static_cast<char>(0x80 + (found - PUNCTUATION));
+}
+
+void noteLoss(WinAnsiLoss *loss, std::uint32_t what, bool isByte) {
+    if (loss->count++ > 0) return;
+    loss->first = what;
+    loss->firstIsByte = isByte;
+}
+
+}  // namespace
+
+std::size_t utf8ToWinAnsi(char *out, std::size_t size, std::string_view text, WinAnsiLoss *loss) {
+    std::size_t used = 0;
+    while (used + 1 < size && !text.empty()) {
+        std::uint32_t character = 0;
+        const std::size_t length = readCharacter(text, &character);
+        const char byte = length == 0 ? '\0' : toWinAnsi(character);
+        if (length == 0) {
+            noteLoss(loss, static_cast<unsigned char>(text[0]), true);
+        } else if (byte == '\0') {
+            noteLoss(loss, character, false);
+        }
+        out[used++] = byte == '\0' ? '?' : byte;
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    out[used] = '\0';
+    return used;
+}

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+// PDF reports, written through the back-end and read back by a program that shows their text.
+#include "output/pdf_output.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "output/dump_backend.h"
+#include "support/log_capture.h"
+#include "support/pdf_check.h"
+#include "support/temp_dir.h"
+#include "util/guards.h"
+
+namespace {
+
+ItemValue text(const char *value) {
+    return {VORN_TYPE_STRING, const_cast<char *>(value), 0, 0};
+}
+
+struct PdfReportFile {
+    TempDir dir;
+    FileGuard file{std::fopen(dir.path("a.pdf").c_str(), "wt")};
+    DumpBackend backend{};
+    int begun = dumpInit(&backend, file.get(), RPT_FMT_PDF);
+
+    int row(const char *cstyle, const std::vector<ItemValue> &values) {
+        ReportRow record{};
+        std::strncpy(record.cstyle, cstyle, sizeof record.cstyle - 1);
+        record.count = static_cast<std::int32_t>(values.size());
+        std::copy(values.begin(), values.end(), record.values);
+        return dumpRow(&backend, &record);
+    }
+
+    // Ends the report; what the file holds, or an empty text when a reader complains.
+    std::string finish() {
+        EXPECT_EQ(begun, DUMP_OK);
+        EXPECT_EQ(dumpFree(&backend), DUMP_OK);
+        EXPECT_TRUE(closeWritten(&file));
+        const std::string complaints = pdfComplaints(dir.path("a.pdf"));
+        EXPECT_EQ(complaints, "");
+        return complaints.empty() ? dir.read("a.pdf") : "";
+    }
+};
+
+// The strings of the report's lines: what stands before each "'" operator, without the string's
+// own parentheses and line end.
+std::vector<std::string> linesOf(const std::string &pdf) {
+    std::vector<std::string> lines;
+    std::size_t end = 0;
+    while ((end = pdf.find("\n)'\n", end)) != std::string::npos) {
+        const std::size_t start = pdf.rfind("\n(", end - 1) + 2;
+        lines.push_back(end < start ? "" : pdf.substr(start, end - start));
+        end += 4;
+    }
+    return lines;
+}
+
+// One blank and one line end for several: how many a reader makes depends on its fonts.
+std::string squeezed(const std::string &text) {
+    std::string result;
+    for (const char c : text)
+        if ((c != ' ' && c != '\n') || result.empty() || result.back() != c) result += c;
+    return result;
+}
+
+}  // namespace
+
+TEST(PdfOutput, WritesRowsWhoseWidthsCountCharacters) {
+    std::uint32_t count = 12;
+    double level = -2.5;
+    PdfReportFile report;
+    EXPECT_EQ(report.row("%-8s|%3s|", {text("\u00D6lstr\u00F6m\u00FC\u00DF"), text("\u20AC")}),
+              DUMP_OK);
+    EXPECT_EQ(report.row("\u00B5W %5u %.1f \u2030 100%%",
+                         {{VORN_TYPE_UINT32, &count, 0, 0}, {VORN_TYPE_DOUBLE, &level, 0, 0}}),
+              DUMP_OK);
+    EXPECT_EQ(report.row("%8d|%.2s|", {{}, text("\u00E9\u00E8\u00EA")}), DUMP_OK);
+    EXPECT_EQ(report.row("no value, no text", {}), DUMP_OK);
+    EXPECT_EQ(report.row("(%s)", {text("a\\b)\tc\nd")}), DUMP_OK);
+
+    EXPECT_EQ(
+        linesOf(report.finish()),
+        (std::vector<std::string>{"\xD6lstr\xF6m\xFC\xDF|  \x80|", "\xB5W    12 -2.5 \x89 100%",
+                                  "    ----|\xE9\xE8|", "", "\\(a\\\\b\\) c d\\)"}));
+    EXPECT_EQ(
+        squeezed(pdfText(report.dir.path("a.pdf"))),
+        "\u00D6lstr\u00F6m\u00FC\u00DF| \u20AC|\n\u00B5W 12 -2.5 \u2030 100%\n ----|\u00E9\u00E8|\n"
+        "(a\\b) c d)\n 1\n\f");
+}
+
+TEST(PdfOutput, SaysOnceHowManyCharactersTheFontsDoNotHave) {
+    LogCapture log(2);
+    {
+        PdfReportFile report;
+        report.row("%s \u20BF", {text("\u0100\U0001F600 \xC3")});
+        report.row("%s", {text("fine \u20AC")});
+        EXPECT_EQ(linesOf(report.finish()), (std::vector<std::string>{"?? ? ?", "fine \x80"}));
+        PdfReportFile bytes;
+        bytes.row("%s", {text("\xFF")});
+        bytes.finish();
+        PdfReportFile nothing;
+        nothing.row("%s", {text("\u00E9")});
+        nothing.finish();
+    }
+    EXPECT_EQ(log.text(),
+              "PDF report: characters shown as '?': 4, the first is U+20BF.\n"
+              "PDF report: characters shown as '?': 1, the first is byte 0xFF.\n");
+}
+
+TEST(PdfOutput, CutsAFieldTo127AndALineTo254CharactersBeforeTheyAreEscaped) {
+    const std::string accents = "\u00E9";
+    std::string many;
+    for (int i = 0; i < 200; i++) many += accents;
+    const std::string brackets(200, '(');
+    PdfReportFile report;
+    EXPECT_EQ(report.row("%s", {text(many.c_str())}), DUMP_OK);
+    EXPECT_EQ(report.row("%s%sa%sb", {text(brackets.c_str()), text(many.c_str()), text("c")}),
+              DUMP_OK);
+    EXPECT_EQ(report.row("%300s", {text("x")}), DUMP_OK);
+
+    std::string escaped;
+    for (int i = 0; i < 127; i++) escaped += "\\(";
+    const std::string field(127, '\xE9');
+    EXPECT_EQ(linesOf(report.finish()),
+              (std::vector<std::string>{field, escaped + field, std::string(127, ' ')}));
+}
+
+TEST(PdfOutput, AddsBlankLinesOfEnabledSectionsAndFollowsStyles) {
+    PdfReportFile report;
+    const TemplateSection enabled{"s", 1, 3, 1, -1};
+    const TemplateSection disabled{"d", 2, 3, 1, -1};
+    EXPECT_EQ(dumpSectionHeader(&report.backend, &enabled), DUMP_OK);
+    EXPECT_EQ(dumpSectionHeader(&report.backend, &disabled), DUMP_OK);
+    EXPECT_EQ(dumpSectionFooter(&report.backend, &disabled), DUMP_OK);
+    const OutputStyle styles[] = {{"Helvetica", 12}, {"", 0}, {"", -1}};
+    for (const OutputStyle &style : styles)
+        EXPECT_EQ(dumpOutputStyle(&report.backend, &style), DUMP_OK);
+    report.row("%s", {text("x")});
+    EXPECT_EQ(dumpSectionFooter(&report.backend, &enabled), DUMP_OK);
+
+    const std::string pdf = report.finish();
+    EXPECT_NE(pdf.find("/F0 10 Tf\n(\n)'\n(\n)'\n(\n)'\n12 TL\n/F1 12 Tf\n(x\n)'\n(\n)'\n8 TL\n"),
+              std::string::npos);
+    EXPECT_NE(pdf.find("<</Author (Norvel Systems)\n/Creator (Norvel Systems)\n"
+                       "/Producer (pdflib)\n/Subject (Measurement report)\n>>\n"),
+              std::string::npos);
+}
+
+TEST(PdfOutput, RefusesARowThatDoesNotMatchItsFormat) {
+    LogCapture log;
+    PdfReportFile report;
+    EXPECT_EQ(report.row("%s %s", {text("x")}), DUMP_ROW_MISMATCH);
+    EXPECT_EQ(report.row("100%%", {text("x")}), DUMP_ROW_MISMATCH);
+    EXPECT_EQ(linesOf(report.finish()).size(), 0u);
+    const std::string message =
+        "Error: number of values in row doesn't match 'cstyle' arguments.\n";
+    EXPECT_EQ(log.text(), message + message);
+}
+
+TEST(PdfOutput, EndsWithAnErrorWhenTheStreamFails) {
+    LogCapture log;
+    DumpBackend backend{};
+    const FileGuard readOnly(std::fopen("/dev/null", "r"));
+    EXPECT_EQ(dumpInit(&backend, readOnly.get(), RPT_FMT_PDF), DUMP_NO_DOCUMENT);
+
+    const FileGuard full(std::fopen("/dev/full", "w"));
+    EXPECT_EQ(dumpInit(&backend, full.get(), RPT_FMT_PDF), DUMP_OK);
+    // As many lines as a template may ask for: they end with the first failure.
+    const TemplateSection section{"s", 1, 2'000'000'000, 0, -1};
+    EXPECT_EQ(dumpSectionHeader(&backend, &section), DUMP_OK);
+    ReportRow row{};
+    EXPECT_EQ(dumpRow(&backend, &row), DUMP_WRITE_FAILED);
+    EXPECT_EQ(dumpFree(&backend), DUMP_NO_DOCUMENT);
+    EXPECT_EQ(log.text(),
+              "Error creating PDF output (err=-2).\n"
+              "Error writing to PDF stream (err=-2).\n"
+              "Error closing PDF output (err=-2).\n");
+}

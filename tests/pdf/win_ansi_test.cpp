@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#include "pdf/win_ansi.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+TEST(WinAnsi, TurnsCharactersIntoBytesAndCountsWhatItCannotTurn) {
+    struct Case {
+        std::string text, turned;
+        std::uint32_t lost, first;
+        bool firstIsByte;
+    };
+    const Case cases[] = {
+        {"plain ~", "plain ~", 0, 0, false},
+        {"\u00A0\u00E9\u00FF\u20AC\u0178\u2019\u2122", "\xA0\xE9\xFF\x80\x9F\x92\x99", 0, 0, false},
+        {"a\tb\nc\x7F\x01", "a b c  ", 0, 0, false},
+        {"\u20BF\u0100", "??", 2, 0x20BF, false},
+        {"\u0081\u0100", "??", 2, 0x81, false},  // the byte 0x81 has no character
+        {"x\U0001F600y", "x?y", 1, 0x1F600, false},
+        {"\xE2\x82", "??", 2, 0xE2, true},  // ends within a character
+        {"\xC3(\xE9\x80 ", "?(?? ", 3, 0xC3, true},
+        {"\xC0\xAF", "??", 2, 0xC0, true},       // "/" in two bytes
+        {"\xED\xA0\x80", "???", 3, 0xED, true},  // half of a surrogate pair
+        {"\xF4\x90\x80\x80\xFF", "?????", 5, 0xF4, true},
+        {"\x80\u20BF", "??", 2, 0x80, true},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.text);
+        char out[32];
+        WinAnsiLoss loss{};
+        EXPECT_EQ(utf8ToWinAnsi(out, sizeof out, c.text, &loss), c.turned.size());
+        EXPECT_EQ(std::string(out), c.turned);
+        EXPECT_EQ(loss.count, c.lost);
+        EXPECT_EQ(loss.first, c.first);
+        EXPECT_EQ(loss.firstIsByte, c.firstIsByte);
+    }
+
+    // Cut to the buffer: what is not written is not lost.
+    char small[3];
+    WinAnsiLoss loss{};
+    EXPECT_EQ(utf8ToWinAnsi(small, sizeof small, "\u00E9\u00E8\u20BF", &loss), 2u);
+    EXPECT_STREQ(small, "\xE9\xE8");
+    EXPECT_EQ(loss.count, 0u);
+}
