@@ -23,7 +23,11 @@ bool isDataTypeLetter(char c) {
 
 // The next % that begins a conversion, or the end; steps over pairs.
 const char *findConversion(const char *text) {
-    while ((text = strchrnul(text, '%'))[0] != '\0' && text[1] == '%') text += 2;
+    for (; *text != '\0'; ++text) {
+        if (*text != '%') continue;
+        if (text[1] != '%') break;
+        ++text;
+    }
     return text;
 }
 

@@ -140,9 +140,9 @@ Conversion readConversion(Reader *reader) {
 // The text being made.
 struct Text {
     char *out;
-    std::size_t length;  // bytes
-    std::size_t room;    // units left
+    std::size_t room;  // units left
     CFormatUnit unit;
+    std::size_t length;  // bytes
 };
 
 void putAscii(Text *text, std::string_view ascii) {
@@ -153,6 +153,7 @@ void putAscii(Text *text, std::string_view ascii) {
 }
 
 void putFill(Text *text, char c, std::size_t count) {
+    if (count == 0) return;
     const std::size_t length = std::min(count, text->room);
     std::memset(text->out + text->length, c, length);
     text->length += length;
@@ -497,7 +498,7 @@ Piece readPiece(std::string_view text) {
 
 std::size_t printPiece(char *out, std::size_t room, CFormatUnit unit, const Piece *piece,
                        const ItemValue *value) {
-    Text text{out, 0, room, unit};
+    Text text{out, room, unit, 0};
     if (value->type <= VORN_TYPE_DOUBLE) {  // no text at all for an unknown type
         putLiteral(&text, piece->before);
         if (piece->hasConversion) putValue(&text, &piece->conversion, value);

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: MIT
+// Conversions of values: results, refusals and who owns what. Leaks and double frees are the
+// sanitizers' part.
+#include "output/conversions.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <variant>
+
+#include <gtest/gtest.h>
+
+#include "output/report_records.h"
+#include "support/log_capture.h"
+
+namespace {
+
+using Number = std::variant<std::uint32_t, std::int32_t, std::uint64_t, float, double>;
+
+ItemValue valueOf(Number *number) {
+    void *data = std::visit([](auto &any) { return static_cast<void *>(&any); }, *number);
+    return {static_cast<std::uint32_t>(VORN_TYPE_UINT32 + number->index()), data, 0, 0};
+}
+
+ValueClause clauseOf(std::uint8_t kind, const char *argument) {
+    ValueClause clause{};
+    clause.convType = kind;
+    std::strncpy(clause.convArg, argument, sizeof clause.convArg - 1);
+    return clause;
+}
+
+constexpr std::uint32_t u32(std::uint32_t number) {
+    return number;
+}
+constexpr const char *UNITS = "B=1:%.0f;kB=1024;MB=1048576";
+
+}  // namespace
+
+TEST(Conversions, MakeStringsOfNumbers) {
+    setenv("TZ", "UTC", 1);
+    struct Case {
+        std::uint8_t kind;
+        const char *argument;
+        Number number;
+        const char *text;  // null: the value stays
+    };
+    const Case cases[] = {
+        {CONV_NONE, "", u32(1), nullptr},
+        {8, "", u32(1), nullptr},
+        {CONV_DATE_TIME, "", u32(1700000000), "Tue Nov 14 22:13:20 2023"},
+        {CONV_DATE_TIME, "", u32(4294967295), "Sun Feb  7 06:28:15 2106"},
+        {CONV_TIME, "", u32(59), "00:00:59"},
+        {CONV_TIME, "", u32(90061), "1/01:01:01"},
+        {CONV_TIME, "", u32(4294967295), "49710/06:28:15"},
+        {CONV_MAC_ADDR, "", std::uint64_t{0xFFFF001A2B3C4D5E}, "00:1A:2B:3C:4D:5E"},
+        {CONV_IPV4_ADDR, "", u32(3232235521), "192.168.0.1"},
+
+        {CONV_BITMAP, "0x4?on:off", u32(6), "on"},
+        {CONV_BITMAP, "0x4?on:off", u32(3), "off"},
+        {CONV_BITMAP, " 010?on:off:x", u32(7), "off:x"},
+        {CONV_BITMAP, "-1?:off", u32(0x80000000), ""},
+        {CONV_BITMAP, "0x100000001?on:off", u32(2), "on"},  // too large: all bits
+        {CONV_BITMAP, "?on:off", u32(0xFFFFFFFF), "off"},
+        {CONV_BITMAP, "0xg?on:off", u32(0xFFFFFFFF), "off"},
+        {CONV_BITMAP, "1?on", u32(1), nullptr},
+        {CONV_BITMAP, "1:on?off", u32(1), nullptr},
+        {CONV_BITMAP, "", u32(1), nullptr},
+
+        {CONV_UNITS, UNITS, u32(1536), "2 kB"},
+        {CONV_UNITS, UNITS, u32(100), "100 B"},
+        {CONV_UNITS, UNITS, u32(1024), "1 kB"},
+        {CONV_UNITS, UNITS, std::int32_t{-5000000}, "-5 MB"},
+        {CONV_UNITS, UNITS, std::uint64_t{1} << 63, "8796093022208 MB"},
+        {CONV_UNITS, UNITS, NAN, "nan MB"},
+        {CONV_UNITS, "s=1", 2.5, "2.500 s"},
+        {CONV_UNITS, "=1", 0.5F, "0.500"},
+        {CONV_UNITS, "A=1;B=0x10:%.1f;C= +256.0e0 ;", u32(640), "2.5 C"},
+        {CONV_UNITS, "a=1;b=2;c=4;d=8;e=16;f=32;g=64;h=128;i=256", u32(1024), "8.000 h"},
+        {CONV_UNITS, "12345\u20AC7=1:%-19.1f######\u20AC", u32(1),
+         "1.0                ###### 12345"},
+        {CONV_UNITS, "x=1:%n%s%*d%%", u32(1), "1.000000%s%*d% x"},
+        {CONV_UNITS, "x=1:none", u32(1), "none x"},
+        {CONV_UNITS, "x=1:%.0f\u20AC", 1e300,
+         "1000000000000000052504760255204420248704468581108 x"},
+        {CONV_UNITS, "x=1;y=1e999", 1.5, "1.500 x"},
+        {CONV_UNITS, "x=1;y=1e-999", 1.5, "inf y"},
+        {CONV_UNITS, "x=--1", 1.5, "inf x"},
+        {CONV_UNITS, "x=-2", 1.5, "-0.750 x"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(std::string(c.argument));
+        LogCapture log;
+        Number number = c.number;
+        const ItemValue before = valueOf(&number);
+        ItemValue value = before;
+        const ValueClause clause = clauseOf(c.kind, c.argument);
+        EXPECT_EQ(convertValue("main.tpl:3", nullptr, &clause, &value), CONV_OK);
+        EXPECT_EQ(log.text(), "");
+        if (c.text == nullptr) {
+            EXPECT_EQ(std::memcmp(&value, &before, sizeof value), 0);
+            continue;
+        }
+        ASSERT_EQ(value.type, static_cast<std::uint32_t>(VORN_TYPE_STRING));
+        EXPECT_EQ(value.flags, VORN_VALUE_OWNED);
+        EXPECT_STREQ(static_cast<char *>(value.data), c.text);
+        releaseItemValue(&value);
+    }
+}
+
+TEST(Conversions, RefuseOtherTypesAndBadArgumentsWithTheValueUnchanged) {
+    const std::string help = "Must be 'units(<unitName>=<factor>[:<printfFormat>],...)'\n";
+    struct Case {
+        std::uint8_t kind;
+        const char *argument;
+        Number number;
+        std::string log;
+    };
+    const Case cases[] = {
+        {CONV_DATE_TIME, "", 1.0,
+         "Error in a:1: 'dateTime' conversion is only supported for UINT32 type.\n"},
+        {CONV_TIME, "", std::int32_t{1},
+         "Error in a:1: 'time' conversion is only supported for UINT32 type.\n"},
+        {CONV_BITMAP, "bad", std::uint64_t{1},
+         "Error in a:1: 'bitmap' conversion is only supported for UINT32 type.\n"},
+        {CONV_ARRAY_FLOAT, "", u32(1),
+         "Error in a:1: 'arrayFloat' conversion is only supported for ARRAY8x4 types.\n"},
+        {CONV_MAC_ADDR, "", u32(1),
+         "Error in a:1: 'mac-addr' conversion is only supported for UINT64 type.\n"},
+        {CONV_IPV4_ADDR, "", 1.0F,
+         "Error in a:1: 'ipv4-addr' conversion is only supported for UINT32 type.\n"},
+        {CONV_UNITS, "", u32(1), "Error in a:1: no units defined in 'units' conversion.\n"},
+        {CONV_UNITS, "B=1;kB;MB=2", u32(1),
+         "Error in a:1: bad arguments to 'units' conversion.\n" + help},
+        {CONV_UNITS, "B=1;;kB=1", u32(1),
+         "Error in a:1: bad arguments to 'units' conversion.\n" + help},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.log);
+        LogCapture log;
+        Number number = c.number;
+        const ItemValue before = valueOf(&number);
+        ItemValue value = before;
+        const ValueClause clause = clauseOf(c.kind, c.argument);
+        EXPECT_EQ(convertValue("a:1", nullptr, &clause, &value), CONV_BAD_TYPE);
+        EXPECT_EQ(std::memcmp(&value, &before, sizeof value), 0);
+        EXPECT_EQ(log.text(), c.log);
+    }
+}
+
+TEST(Conversions, KeepOwnedDataOnceAndReleaseItOnce) {
+    LogCapture log(2);
+    const float number = 2.5F;
+    char *bytes = static_cast<char *>(std::malloc(5));
+    std::memcpy(bytes, &number, sizeof number);
+    bytes[4] = '\0';
+    ItemValue array{VORN_TYPE_STRING, bytes, 8, VORN_VALUE_OWNED};
+    const ValueClause arrayFloat = clauseOf(CONV_ARRAY_FLOAT, "");
+    EXPECT_EQ(convertValue("a:1", nullptr, &arrayFloat, &array), CONV_BAD_TYPE);
+    array.size = 4;
+    EXPECT_EQ(convertValue("a:1", nullptr, &arrayFloat, &array), CONV_OK);
+    EXPECT_EQ(array.type, static_cast<std::uint32_t>(VORN_TYPE_FLOAT));
+    EXPECT_EQ(array.data, bytes);
+
+    // The float is owned, as a plug-in's value may be; a string replaces it and frees it.
+    const ValueClause units = clauseOf(CONV_UNITS, "m=1");
+    EXPECT_EQ(convertValue("a:1", nullptr, &units, &array), CONV_OK);
+    EXPECT_STREQ(static_cast<char *>(array.data), "2.500 m");
+    EXPECT_EQ(convertValue("a:1", nullptr, &units, &array), CONV_BAD_TYPE);  // it is a string now
+    releaseItemValue(&array);
+
+    // Without a dictionary the key itself is shown.
+    std::uint32_t word = 1;
+    ItemValue bit{VORN_TYPE_UINT32, &word, 0, 0};
+    ValueClause bitmap = clauseOf(CONV_BITMAP, "1?up:down");
+    bitmap.flags = VALUE_USE_DICT;
+    EXPECT_EQ(convertValue("a:1", nullptr, &bitmap, &bit), CONV_OK);
+    EXPECT_STREQ(static_cast<char *>(bit.data), "up");
+    releaseItemValue(&bit);
+
+    ItemValue absent[] = {{}, {VORN_TYPE_UINT64, nullptr, 0, 0}};
+    for (ItemValue &value : absent)
+        EXPECT_EQ(convertValue("a:1", nullptr, &units, &value), CONV_OK);
+    EXPECT_EQ(log.text(),
+              "Error in a:1: 'arrayFloat' conversion is only supported for ARRAY8x4 types.\n"
+              "Error in a:1: incompatible data type for 'units' conversion.\n"
+              "Warning: dictionary key 'up' not found.\n");
+}
