@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+// The error codes of the host's application manager and their texts.
+#pragma once
+
+enum OkraError : int {
+    OKRA_OK = 0,
+    OKRA_NOT_READY = -1,    // the manager's directory is not there
+    OKRA_NOT_RUNNING = -2,  // no such application, or a handle of one that is gone
+    OKRA_DISABLED = -3,     // the application's measurements are disabled
+    OKRA_BAD_REQUEST = -4,  // an argument or a request record that makes no sense
+    OKRA_BAD_FILE = -5,     // a results file, or a file of the manager, breaks its rules
+    OKRA_FILE_ERROR = -6,   // a file or a queue cannot be had, read or written
+    OKRA_NO_MEMORY = -7,
+    OKRA_NO_LIST = -8,       // no such change list
+    OKRA_NONE_RUNNING = -9,  // none of the applications to save runs
+};
+
+// Keeps a text for the code, which APX_Error gives to this thread until its next failure. Returns
+// the code.
+[[gnu::format(printf, 2, 3)]] int okraFail(OkraError code, const char *format, ...);

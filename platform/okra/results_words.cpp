@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#include "okra/results_words.h"
+
+#include <cstring>
+
+#include "host/text_file.h"
+
+namespace {
+
+constexpr bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+void skipBlanks(std::string_view *rest) {
+    std::size_t blanks = 0;
+    while (blanks < rest->size() && isBlank((*rest)[blanks])) ++blanks;
+    rest->remove_prefix(blanks);
+}
+
+// Takes what stands between quotes; `rest` begins with the first one.
+WordResult takeQuoted(std::string_view *rest, ResultsText *text, const char **reason) {
+    *text = {{}, true, false};
+    std::size_t at = 1;
+    for (; at < rest->size() && (*rest)[at] != '"'; ++at) {
+        if ((*rest)[at] != '\\') continue;
+        text->escaped = true;
+        ++at;
+        if (at == rest->size() || ((*rest)[at] != '"' && (*rest)[at] != '\\')) {
+            *reason = "a backslash before something else than a quote or a backslash";
+            return WORD_BROKEN;
+        }
+    }
+    if (at >= rest->size()) {
+        *reason = "a quote that is not closed";
+        return WORD_BROKEN;
+    }
+    text->raw = rest->substr(1, at - 1);
+    rest->remove_prefix(at + 1);
+    if (!rest->empty() && !isBlank(rest->front())) {
+        *reason = "no blank after a closing quote";
+        return WORD_BROKEN;
+    }
+    return WORD_FOUND;
+}
+
+// Takes the characters up to the next blank, or up to `stop` when that comes first.
+WordResult takeBare(std::string_view *rest, char stop, std::string_view *word,
+                    const char **reason) {
+    std::size_t length = 0;
+    for (; length < rest->size(); ++length) {
+        const char c = (*rest)[length];
+        if (isBlank(c) || c == stop) break;
+        if (c == '"') {
+            *reason = "a quote inside a word";
+            return WORD_BROKEN;
+        }
+    }
+    *word = rest->substr(0, length);
+    rest->remove_prefix(length);
+    return WORD_FOUND;
+}
+
+}  // namespace
+
+WordResult takeText(std::string_view *rest, ResultsText *text, const char **reason) {
+    skipBlanks(rest);
+    if (rest->empty()) return WORD_NONE;
+    if (rest->front() == '"') return takeQuoted(rest, text, reason);
+    *text = {{}, false, false};
+    return takeBare(rest, ' ', &text->raw, reason);
+}
+
+WordResult takeAttribute(std::string_view *rest, std::string_view *name, bool *hasValue,
+                         ResultsText *value, const char **reason) {
+    skipBlanks(rest);
+    if (rest->empty()) return WORD_NONE;
+    if (takeBare(rest, '=', name, reason) == WORD_BROKEN) return WORD_BROKEN;
+    *hasValue = !rest->empty() && rest->front() == '=';
+    if (!*hasValue) return WORD_FOUND;
+    rest->remove_prefix(1);
+    if (!rest->empty() && rest->front() == '"') return takeQuoted(rest, value, reason);
+    *value = {{}, false, false};
+    return takeBare(rest, ' ', &value->raw, reason);
+}
+
+std::size_t copyText(const ResultsText &text, char *out) {
+    if (!text.escaped) {
+        text.raw.copy(out, text.raw.size());
+        return text.raw.size();
+    }
+    std::size_t length = 0;
+    for (std::size_t at = 0; at < text.raw.size(); ++at) {
+        if (text.raw[at] == '\\') ++at;
+        out[length++] = text.raw[at];
+    }
+    return length;
+}
+
+bool isLineText(std::string_view line) {
+    std::size_t plain = 0;  // characters known to be neither a NUL nor above 0x7F
+    for (std::uint64_t eight = 0; line.size() - plain >= sizeof(eight); plain += sizeof(eight)) {
+        std::memcpy(&eight, line.data() + plain, sizeof(eight));
+        if (((eight | (eight - 0x0101010101010101u)) & 0x8080808080808080u) != 0) break;
+    }
+    return host::isText(line.substr(plain));
+}
+
+NumberResult parseMagnitude(std::string_view digits, std::uint64_t max, std::uint64_t *out) {
+    const bool hex = digits.starts_with("0x") || digits.starts_with("0X");
+    if (hex) digits.remove_prefix(2);
+    const char *end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, *out, hex ? 16 : 10);
+    if (stop != end || error == std::errc::invalid_argument) return NUMBER_BROKEN;
+    return error != std::errc() || *out > max ? NUMBER_OUT_OF_RANGE : NUMBER_OK;
+}
