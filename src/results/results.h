@@ -3,6 +3,7 @@
 // and is read-only from then on.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "vorn/plugin.h"
@@ -33,3 +34,7 @@ void freeResults(Results *results);
 // Returns the register, or null after a message at level 1.
 const RegisterRecord *getAppItemResult(char *itemSpec, const Results *results, std::int32_t *field,
                                        std::int32_t *index);
+
+// The number of bytes behind an array register's data: its length times the size of its elements.
+// 0 for other registers.
+std::size_t resultsArrayBytes(const RegisterRecord *reg);

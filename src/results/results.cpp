@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+#include "results/results.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <string_view>
+
+#include "dmon/dmon.h"
+#include "results/loaded_app.h"
+#include "storage/strings.h"
+
+namespace {
+
+// By VORN_FIELD_...
+constexpr std::string_view fieldNames[] = {"value", "secs", "rate", "min", "max"};
+static_assert(std::size(fieldNames) == VORN_FIELD_MAX + 1);
+
+// What an item text asks for.
+struct ItemSpec {
+    const char *application;  // null: the first
+    char *item;
+    std::int32_t field;
+    std::int32_t index;
+};
+
+// Cuts [application@] off the front of an item text.
+void splitApplication(char *text, ItemSpec *spec) {
+    char *at = std::strchr(text, '@');
+    spec->application = at != nullptr ? text : nullptr;
+    spec->item = at != nullptr ? at + 1 : text;
+    if (at != nullptr) *at = '\0';
+}
+
+// Cuts :field or [index] off the end of the item; false after a message for an unknown field.
+bool splitField(ItemSpec *spec) {
+    spec->field = VORN_FIELD_VALUE;
+    spec->index = -1;
+    char *colon = std::strchr(spec->item, ':');
+    if (colon != nullptr) {
+        *colon = '\0';
+        const std::string_view name = colon + 1;
+        while (spec->field <= VORN_FIELD_MAX && fieldNames[spec->field] != name) ++spec->field;
+        if (spec->field <= VORN_FIELD_MAX) return true;
+        dmon_log(1, "Error: unknown field '%s' in 'link' argument.\n", colon + 1);
+        return false;
+    }
+    char *bracket = std::strchr(spec->item, '[');
+    if (bracket != nullptr) {
+        *bracket = '\0';
+        char *end = std::strchr(bracket + 1, ']');
+        if (end != nullptr) *end = '\0';
+        spec->index = toInt32(bracket + 1);
+    }
+    return true;
+}
+
+const LoadedApp *findApplication(const Results *results, const char *name) {
+    const LoadedApp *first = loadedApp(results);
+    if (name == nullptr) {
+        if (first == nullptr) dmon_log(1, "Error: No applications found in result file.\n");
+        return first;
+    }
+    if (first != nullptr) {
+        const std::int64_t place = findName(first->applications, name, applicationNames(*first));
+        if (place >= 0) return first->list[place];
+    }
+    dmon_log(1, "Error: application '%s' not found in result file.\n", name);
+    return nullptr;
+}
+
+void freeRegister(RegisterRecord *reg) {
+    std::free(reg->name);
+    if (reg->kind == VORN_REG_SELECTION) {
+        std::free(reg->as.selection.label);
+    } else if (reg->kind == VORN_REG_BITSET && reg->as.bitSet.labels != nullptr) {
+        for (std::int32_t i = 0; i < reg->as.bitSet.labelCount; ++i)
+            std::free(reg->as.bitSet.labels[i]);
+        std::free(reg->as.bitSet.labels);
+    } else if (reg->kind == VORN_REG_ARRAY && reg->as.array.data != nullptr) {
+        std::free(reg->as.array.data - sizeof(ArrayHeader));
+    }
+}
+
+}  // namespace
+
+void freeResults(Results *results) {
+    while (results != nullptr) {
+        LoadedApp *app = loadedApp(results);
+        results = results->next;
+        for (std::int32_t i = 0; i < app->record.regCount; ++i) freeRegister(&app->record.regs[i]);
+        std::free(app->record.regs);
+        std::free(app->registers.slots);
+        std::free(app->applications.slots);
+        std::free(app->list);
+        std::free(app);
+    }
+}
+
+const RegisterRecord *getAppItemResult(char *itemSpec, const Results *results, std::int32_t *field,
+                                       std::int32_t *index) {
+    ItemSpec spec;
+    splitApplication(itemSpec, &spec);
+    const LoadedApp *app = findApplication(results, spec.application);
+    if (app == nullptr || !splitField(&spec)) return nullptr;
+
+    const std::int64_t place = findName(app->registers, spec.item, registerNames(*app));
+    if (place < 0) {
+        dmon_log(1, "Error: item '%s' not found in application '%s'.\n", spec.item,
+                 app->record.name);
+        return nullptr;
+    }
+    if (field != nullptr) *field = spec.field;
+    if (index != nullptr) *index = spec.index;
+    return &app->record.regs[place];
+}
+
+std::size_t resultsArrayBytes(const RegisterRecord *reg) {
+    if (reg->kind != VORN_REG_ARRAY || reg->as.array.data == nullptr) return 0;
+    ArrayHeader header;
+    std::memcpy(&header, reg->as.array.data - sizeof(header), sizeof(header));
+    return static_cast<std::size_t>(header.bytes);
+}
