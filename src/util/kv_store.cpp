@@ -77,15 +77,20 @@ std::int32_t putElem(KvStore *store, const char *key, void *value) {
     return KV_OK;
 }
 
-void deleteElem(KvStore *store, KvElem *elem) {
-    unlinkElem(store, elem);
+// Frees an unlinked element and its value.
+void freeElem(const KvStore *store, KvElem *elem) {
     // An owner, since a thread may be cancelled in the program's or a plug-in's free function.
     const HeapGuard<KvElem> owner(elem);
     freeValue(store, elem->value);
 }
 
+void deleteElem(KvStore *store, KvElem *elem) {
+    unlinkElem(store, elem);
+    freeElem(store, elem);
+}
+
 void deleteAll(KvStore *store) {
-    while (store->first != nullptr) deleteElem(store, store->first);
+    while (KvElem *elem = takeFirst(store)) freeElem(store, elem);
 }
 
 void *copyOf(const void *value, std::int32_t size) {

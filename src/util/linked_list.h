@@ -17,8 +17,19 @@ void linkBefore(List *list, Elem *elem, Elem *next) {
 // Takes an element out; it is the caller's then.
 template <class List, class Elem>
 void unlinkElem(List *list, Elem *elem) {
-    (list->first == elem ? list->first : elem->prev->next) = elem->next;
-    (list->last == elem ? list->last : elem->next->prev) = elem->prev;
+    (elem->prev == nullptr ? list->first : elem->prev->next) = elem->next;
+    (elem->next == nullptr ? list->last : elem->next->prev) = elem->prev;
     elem->prev = elem->next = nullptr;
     --list->count;
+}
+
+// Takes the first element out; null when there is none.
+template <class List>
+auto *takeFirst(List *list) {
+    auto *elem = list->first;
+    if (elem == nullptr) return elem;
+    list->first = elem->next;
+    (list->first == nullptr ? list->last : list->first->prev) = nullptr;
+    --list->count;
+    return elem;
 }

@@ -17,7 +17,7 @@ std::int32_t matchSelector(std::uint32_t, std::uint32_t key, void *, void *argum
     return *selector == key ? KV_MATCH_STOP : KV_NO_MATCH;
 }
 
-// Up to discard, these run under the queue's lock.
+// Up to putBefore, these run under the queue's lock.
 
 MqElem *findMatch(const MsgQueue *queue, MqMatchFn match, void *argument) {
     MqElem *elem = queue->first;
@@ -37,10 +37,9 @@ std::int32_t putBefore(MsgQueue *queue, MqElem *next, void *data, std::uint32_t 
     return MQ_OK;
 }
 
-// Takes an item out and frees its data. Its element has an owner, since a thread may be cancelled
-// in the program's or a plug-in's free function.
-void discard(MsgQueue *queue, MqElem *elem, MqFreeFn freeData) {
-    unlinkElem(queue, elem);
+// Frees an unlinked item and its data.
+void freeElem(MqElem *elem, MqFreeFn freeData) {
+    // An owner, since a thread may be cancelled in the program's or a plug-in's free function.
     const HeapGuard<MqElem> owner(elem);
     if (freeData != nullptr)
         freeData(elem->data);
@@ -125,8 +124,9 @@ void *mqCondGetms(MsgQueue *queue, MqMatchFn match, void *argument, std::uint32_
 std::int32_t mqPop(MsgQueue *queue, MqFreeFn freeData) {
     if (queue == nullptr) return 0;
     const MutexGuard lock = lockForWork(&queue->lock);
-    if (queue->first == nullptr) return 0;
-    discard(queue, queue->first, freeData);
+    MqElem *elem = takeFirst(queue);
+    if (elem == nullptr) return 0;
+    freeElem(elem, freeData);
     return 1;
 }
 
@@ -140,7 +140,8 @@ std::int32_t mqCondDel(MsgQueue *queue, MqMatchFn match, void *argument) {
         matched = match(elem->type, elem->key, elem->data, argument);
         next = elem->next;
         if (matched == KV_NO_MATCH) continue;
-        discard(queue, elem, queue->freeData);
+        unlinkElem(queue, elem);
+        freeElem(elem, queue->freeData);
         ++removed;
     }
     return removed;
@@ -149,7 +150,7 @@ std::int32_t mqCondDel(MsgQueue *queue, MqMatchFn match, void *argument) {
 void mqFlush(MsgQueue *queue) {
     if (queue == nullptr) return;
     const MutexGuard lock = lockForWork(&queue->lock);
-    while (queue->first != nullptr) discard(queue, queue->first, queue->freeData);
+    while (MqElem *elem = takeFirst(queue)) freeElem(elem, queue->freeData);
 }
 
 std::int32_t mqNumElems(MsgQueue *queue) {
