@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+#include "core/config_file.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "core/options.h"
+#include "storage/quota.h"
+#include "support/log_capture.h"
+#include "support/temp_dir.h"
+#include "support/test_root.h"
+
+namespace {
+
+// What the options that the file can set hold, in the order of the keys.
+std::string options() {
+    std::string all;
+    const auto add = [&all](const std::string &value) { all += value + " "; };
+    for (const char *path : {opt_resdir, opt_tpldir, opt_rptdir, opt_cfgdir}) add(path);
+    const std::int32_t words[] = {opt_max_res,     opt_max_rpt,     opt_autosave,
+                                  opt_fullact_res, opt_fullact_rpt, opt_fullerr,
+                                  opt_autorpt,     opt_auto_fmt,    opt_autoname};
+    for (const std::int32_t word : words) add(std::to_string(word));
+    add(opt_lang_id.get().text);
+    add(opt_dflt_lang_id);
+    add(opt_dictdir);
+    return all + opt_refname.get().text;
+}
+
+class ConfigFile : public testing::Test {
+protected:
+    ConfigFile() {
+        testRoot();
+        setDefaults();
+    }
+    // Loads a file with this content; the log with the path taken out.
+    std::string load(std::string_view content, int expected) {
+        const std::string path = dir_.write("vorn.cfg", content);
+        const LogCapture log;
+        EXPECT_EQ(loadConfigFile(path.c_str()), expected) << content;
+        std::string text = log.text();
+        for (std::size_t at; (at = text.find(path)) != std::string::npos;)
+            text.replace(at, path.size(), "cfg");
+        return text;
+    }
+
+    TempDir dir_;
+};
+
+}  // namespace
+
+TEST_F(ConfigFile, SetsEveryOption) {
+    EXPECT_EQ(load("# comment\n\n \t \nresults-dir /r\ntemplates-dir\t /t ignored\n"
+                   "reports-dir \"/p\"\nconfigs-dir '/c\nmax-files 7x\nautosave Y\n"
+                   "full-action purge\nblock-error -3\nlang-id english\ndef-lang-id de\n"
+                   "dict-dir \"/d b\"\nautoreport txt\nautoname refseq\nreference R1",
+                   CONFIG_OK),
+              "");
+    EXPECT_EQ(options(), "/r /t /p /c 7 7 1 2 2 -3 1 0 1 eng de /d R1");
+    EXPECT_EQ(load("max-files none\nautosave\nreference\nautoreport none\nautoname time\n"
+                   "purge 0\nblock-error",
+                   CONFIG_FAILED),
+              "Error in [cfg:7]: missing error code.\n");
+    EXPECT_EQ(options(), "/r /t /p /c 0 0 0 0 0 -3 0 0 0 eng de /d ");
+}
+
+TEST_F(ConfigFile, TakesTheLaterOfKeysThatSetTheSame) {
+    load("purge y\nfull-action block\n", CONFIG_OK);
+    EXPECT_EQ(opt_fullact_res, FULL_BLOCK);
+    EXPECT_EQ(opt_fullact_rpt, FULL_BLOCK);
+    load("full-action block\npurge 1\n", CONFIG_OK);
+    EXPECT_EQ(opt_fullact_rpt, FULL_PURGE);
+    for (const auto &[value, expected] : {std::pair{"yes", 1}, {"1", 1}, {"true", 0}, {"no", 0}}) {
+        load("autosave " + std::string(value), CONFIG_OK);
+        EXPECT_EQ(opt_autosave, expected) << value;
+    }
+}
+
+TEST_F(ConfigFile, StopsAtTheFirstErrorAndNamesItsPlace) {
+    struct Case {
+        const char *content;
+        const char *log;
+    };
+    const Case cases[] = {
+        {"results-dir\n", "Error in [cfg:1]: missing path.\n"},
+        {"configs-dir \t\n", "Error in [cfg:1]: missing path.\n"},
+        {"max-files\n", "Error in [cfg:1]: missing number of files.\n"},
+        {"\nfull-action\n", "Error in [cfg:2]: missing full-quota action.\n"},
+        {"full-action Stop\nnext x\n", "Error in [cfg:1]: incorrect value 'Stop'.\n"},
+        {"lang-id\n", "Error in [cfg:1]: missing language ID.\n"},
+        {"def-lang-id\n", "Error in [cfg:1]: missing language ID.\n"},
+        {"dict-dir\n", "Error in [cfg:1]: missing dictionary path.\n"},
+        {"autoreport\n", "Error in [cfg:1]: missing report format.\n"},
+        {"autoreport 'doc'\n", "Error in [cfg:1]: unknown report format 'doc'.\n"},
+        {"autoname\n", "Error in [cfg:1]: missing report name format.\n"},
+        {"autoname seq\n", "Error in [cfg:1]: unknown report name format 'seq'.\n"},
+        {"\nwhat x\nautosave y\nautoname ''\nautosave n",
+         "Warning in [cfg:2]: unknown variable 'what' in config file.\n"
+         "Error in [cfg:4]: unknown report name format ''.\n"},
+    };
+    const std::string before = options();
+    for (const Case &c : cases) EXPECT_EQ(load(c.content, CONFIG_FAILED), c.log);
+    EXPECT_EQ(opt_autosave, 1);  // stood before the error
+    opt_autosave = 0;
+    EXPECT_EQ(options(), before);
+}
+
+TEST_F(ConfigFile, ReadsOddLinesAsTheyStand) {
+    EXPECT_EQ(load("  # no comment\nautosave y\n", CONFIG_OK),
+              "Warning in [cfg:1]: unknown variable '#' in config file.\n");
+    // 127 characters a piece.
+    EXPECT_EQ(load("reference " + std::string(115, ' ') + "abcd efg\nhi", CONFIG_OK),
+              "Warning in [cfg:2]: unknown variable 'cd' in config file.\n"
+              "Warning in [cfg:3]: unknown variable 'hi' in config file.\n");
+    EXPECT_STREQ(opt_refname.get().text, "ab");
+    // A NUL ends its line.
+    EXPECT_EQ(load(std::string_view("reference x\0y\n\0\nwhat\n", 21), CONFIG_OK),
+              "Warning in [cfg:3]: unknown variable 'what' in config file.\n");
+    EXPECT_STREQ(opt_refname.get().text, "x");
+
+    const std::string path = "/" + std::string(70, 'p');
+    EXPECT_EQ(load("results-dir " + path, CONFIG_OK),
+              "Warning: path '" + path.substr(0, 63) + "' was cut at 63 characters.\n");
+    EXPECT_EQ(opt_resdir, path.substr(0, 63));
+}
+
+TEST_F(ConfigFile, FailsWithoutWaitingWhenThereIsNoFileToRead) {
+    ASSERT_EQ(mkfifo(dir_.path("fifo").c_str(), 0600), 0);
+    dir_.makeDir("folder");
+    const std::pair<const char *, const char *> cases[] = {{"none", "No such file or directory"},
+                                                           {"folder", "Is a directory"},
+                                                           {"fifo", "Operation not supported"}};
+    for (const auto &[name, reason] : cases) {
+        const LogCapture log;
+        EXPECT_EQ(loadConfigFile(dir_.path(name).c_str()), CONFIG_FAILED);
+        EXPECT_EQ(log.text(),
+                  "Error loading config from " + dir_.path(name) + ": " + reason + "\n");
+    }
+}
+
+TEST_F(ConfigFile, DefaultsStandBelowTheRoot) {
+    const std::string data = testRoot().path() + "/tarix/data";
+    EXPECT_EQ(options(), data + "/results " + data + "/templates " + data + "/reports " + data +
+                             "/configs 50 50 0 0 0 -1 0 1 0 en en  ");
+    EXPECT_EQ(opt_cfgfile, testRoot().path() + "/etc/tarix/vorn.cfg");
+}
