@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+#include "storage/persistent.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "core/options.h"
+#include "dmon/dmon.h"
+#include "storage/files.h"
+#include "util/guards.h"
+#include "util/root_path.h"
+
+namespace {
+
+constexpr char STATE_DIRECTORY[] = "/tarix/data/vorn";
+constexpr char STATE_FILE[] = "/tarix/data/vorn/vorn.sav";
+constexpr char NEW_STATE_FILE[] = "/tarix/data/vorn/vorn.sav.new";  // until its rename
+constexpr mode_t DIRECTORY_MODE = 0755;
+constexpr mode_t FILE_MODE = 0664;
+
+constexpr std::uint32_t MAGIC = 0xCBEA0111;
+constexpr std::size_t WORD_SIZE = 4;
+constexpr std::size_t STATE_SIZE = 2 * WORD_SIZE;
+
+// One save at a time: the listener's and a client's may meet.
+pthread_mutex_t saveLock = PTHREAD_MUTEX_INITIALIZER;
+
+struct StatePath {
+    char text[PATH_MAX];
+    explicit StatePath(const char *path) { withRoot(text, sizeof text, path); }
+};
+
+void putBigEndian(std::uint8_t *bytes, std::uint32_t word) {
+    for (std::size_t i = 0; i < WORD_SIZE; ++i)
+        bytes[i] = static_cast<std::uint8_t>(word >> (8 * (WORD_SIZE - 1 - i)));
+}
+
+bool readBigEndian(std::FILE *file, std::uint32_t *word) {
+    std::uint8_t bytes[WORD_SIZE];
+    if (std::fread(bytes, 1, sizeof bytes, file) != sizeof bytes) return false;
+    *word = 0;
+    for (const std::uint8_t byte : bytes) *word = *word << 8 | byte;
+    return true;
+}
+
+struct State {
+    std::uint8_t bytes[STATE_SIZE];
+
+    State() {
+        putBigEndian(bytes, MAGIC);
+        putBigEndian(bytes + WORD_SIZE, static_cast<std::uint32_t>(opt_autoseq.load()));
+    }
+};
+
+// Makes the file whole beside its name and moves it there, so that it is never short.
+bool createStateFile(const char *path, const State &state) {
+    const StatePath beside(NEW_STATE_FILE);
+    {
+        const DescriptorGuard file(
+            open(beside.text, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, FILE_MODE));
+        if (file.get() < 0) return false;
+        // On the disk before the name is: a power failure could leave an empty file otherwise.
+        const bool written = write(file.get(), state.bytes, STATE_SIZE) == ssize_t{STATE_SIZE} &&
+                             fsync(file.get()) == 0;
+        if (written && std::rename(beside.text, path) == 0) return true;
+    }
+    unlink(beside.text);
+    return false;
+}
+
+// The eight bytes go out in one write over the old ones. A write that fails is not reported: the
+// number lives on in memory, and the next save writes it again.
+void overwriteStateFile(int file, const State &state) {
+    const ssize_t written = pwrite(file, state.bytes, STATE_SIZE, 0);
+    if (written == ssize_t{STATE_SIZE}) static_cast<void>(ftruncate(file, STATE_SIZE) == 0);
+}
+
+bool saveState(const char *path) {
+    const State state;
+    const DescriptorGuard file(open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
+    if (file.get() < 0) return errno == ENOENT && createStateFile(path, state);
+    overwriteStateFile(file.get(), state);
+    return true;
+}
+
+}  // namespace
+
+int savePersistentData() {
+    const MutexGuard lock = lockMutex(&saveLock);
+    const StatePath directory(STATE_DIRECTORY);
+    struct stat status;
+    if (stat(directory.text, &status) != 0) mkdir(directory.text, DIRECTORY_MODE);
+    const StatePath path(STATE_FILE);
+    if (saveState(path.text)) return PERSISTENT_OK;
+    dmon_log(1, "Error: could not save persistent data to '%s'.\n", path.text);
+    return PERSISTENT_NOT_SAVED;
+}
+
+int loadPersistentData() {
+    const StatePath path(STATE_FILE);
+    const FileGuard file = openForReading(path.text);
+    if (file) return readPersistentData(file.get());
+    if (errno == EISDIR || errno == ENOTSUP) return PERSISTENT_FOREIGN;
+    dmon_log(1, "Warning: no persistent data found.\n");
+    return PERSISTENT_OK;
+}
+
+int readPersistentData(std::FILE *file) {
+    std::uint32_t magic = 0;
+    std::uint32_t sequence = 0;
+    if (!readBigEndian(file, &magic) || magic != MAGIC) return PERSISTENT_FOREIGN;
+    if (!readBigEndian(file, &sequence)) return PERSISTENT_FOREIGN;
+    opt_autoseq = static_cast<std::int32_t>(sequence);
+    return PERSISTENT_OK;
+}

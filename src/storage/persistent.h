@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+// The state file, the one thing that survives a restart: the next sequence number, opt_autoseq. It
+// holds a magic number and the sequence number, each 4 bytes, big-endian. Bytes behind them do not
+// count.
+#pragma once
+
+#include <cstdio>
+
+enum PersistentResult : int {
+    PERSISTENT_OK = 0,
+    PERSISTENT_NOT_SAVED = -10,  // the file cannot be created or opened
+    PERSISTENT_FOREIGN = -20,    // the file is short, or not ours
+};
+
+// Writes the state file, and makes its directory if need be. A process that dies meanwhile leaves
+// the old or the new number. PERSISTENT_OK, or PERSISTENT_NOT_SAVED after a message. Any thread;
+// the value is the one at the time of the write, so of two calls the later number stays.
+int savePersistentData();
+
+// Reads the state file into opt_autoseq. PERSISTENT_OK, also without a file (after a warning; the
+// number keeps its default), or PERSISTENT_FOREIGN without a message.
+int loadPersistentData();
+
+// The same from an open file. PERSISTENT_OK or PERSISTENT_FOREIGN, and then nothing changes.
+int readPersistentData(std::FILE *file);

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+#include "storage/persistent.h"
+
+#include <csignal>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "core/options.h"
+#include "support/log_capture.h"
+#include "support/test_root.h"
+
+namespace {
+
+constexpr char NAME[] = "tarix/data/vorn/vorn.sav";
+constexpr char MAGIC[] = "\xCB\xEA\x01\x11";
+
+class Persistent : public testing::Test {
+protected:
+    Persistent() {
+        std::filesystem::remove_all(root_.path("tarix"));
+        root_.makeDir("tarix/data");
+        setDefaults();
+    }
+
+    const TempDir &root_ = testRoot();
+};
+
+}  // namespace
+
+TEST_F(Persistent, NumbersComeBackFromEightBytes) {
+    const std::pair<std::int32_t, std::string> cases[] = {{258, std::string("\0\0\1\2", 4)},
+                                                          {-2, "\xFF\xFF\xFF\xFE"},
+                                                          {INT32_MIN, {'\x80', 0, 0, 0}}};
+    umask(0);
+    for (const auto &[number, bytes] : cases) {
+        opt_autoseq = number;
+        EXPECT_EQ(savePersistentData(), PERSISTENT_OK);
+        EXPECT_EQ(root_.read(NAME), MAGIC + bytes);
+        opt_autoseq = 1;
+        EXPECT_EQ(loadPersistentData(), PERSISTENT_OK);
+        EXPECT_EQ(opt_autoseq, number);
+    }
+    struct stat status;
+    ASSERT_EQ(stat(root_.path(NAME).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0664u);
+    ASSERT_EQ(stat(root_.path("tarix/data/vorn").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0755u);
+    EXPECT_FALSE(root_.exists("tarix/data/vorn/vorn.sav.new"));
+
+    root_.write(NAME, MAGIC + std::string("\0\0\0\7more", 8));
+    EXPECT_EQ(loadPersistentData(), PERSISTENT_OK);
+    EXPECT_EQ(opt_autoseq, 7);
+    EXPECT_EQ(savePersistentData(), PERSISTENT_OK);
+    EXPECT_EQ(root_.read(NAME), MAGIC + std::string("\0\0\0\7", 4));
+}
+
+TEST_F(Persistent, AMissingFileWarnsAndAForeignOneFails) {
+    opt_autoseq = 5;
+    {
+        const LogCapture log;
+        EXPECT_EQ(loadPersistentData(), PERSISTENT_OK);
+        EXPECT_EQ(log.text(), "Warning: no persistent data found.\n");
+    }
+    const std::string contents[] = {"", MAGIC, std::string("\xCB\xEA\x01\x11\0\0\1", 7),
+                                    std::string("\xCB\xEA\x01\x10\0\0\0\1", 8), "\xCB\xEA"};
+    const LogCapture log;
+    for (const std::string &content : contents) {
+        root_.write(NAME, content);
+        EXPECT_EQ(loadPersistentData(), PERSISTENT_FOREIGN);
+    }
+    std::filesystem::remove(root_.path(NAME));
+    root_.makeDir(NAME);
+    EXPECT_EQ(loadPersistentData(), PERSISTENT_FOREIGN);
+    EXPECT_EQ(log.text(), "");
+    EXPECT_EQ(opt_autoseq, 5);
+}
+
+TEST_F(Persistent, AFileThatCannotBeHadIsReported) {
+    const std::string message =
+        "Error: could not save persistent data to '" + root_.path(NAME) + "'.\n";
+    const LogCapture log;
+    root_.makeDir(NAME);
+    EXPECT_EQ(savePersistentData(), PERSISTENT_NOT_SAVED);
+    std::filesystem::remove_all(root_.path("tarix"));
+    EXPECT_EQ(savePersistentData(), PERSISTENT_NOT_SAVED);
+    EXPECT_EQ(log.text(), message + message);
+}
+
+TEST_F(Persistent, AProcessThatIsKilledLeavesAWholeFile) {
+    for (int round = 0; round < 20; ++round) {
+        std::filesystem::remove(root_.path(NAME));
+        int ready[2];
+        ASSERT_EQ(pipe(ready), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            for (std::int32_t n = 0;; ++n) {
+                opt_autoseq = n;
+                if (n == round) static_cast<void>(write(ready[1], "", 1) == 1);
+                savePersistentData();
+            }
+        }
+        char byte;
+        ASSERT_EQ(read(ready[0], &byte, 1), 1);
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        close(ready[0]);
+        close(ready[1]);
+        opt_autoseq = -1;
+        EXPECT_EQ(loadPersistentData(), PERSISTENT_OK);
+        // In the first round there may be no file yet; in the others the one before is there.
+        EXPECT_GE(opt_autoseq, round - 1);
+    }
+}
+
+TEST_F(Persistent, SavesOfTwoThreadsEndWithTheLastNumberAndAreNeverTorn) {
+    opt_autoseq = 0;
+    savePersistentData();
+    const auto count = [] {
+        for (int i = 0; i < 200; ++i) {
+            ++opt_autoseq;
+            savePersistentData();
+        }
+    };
+    std::thread one(count);
+    std::thread two(count);
+    for (int i = 0; i < 200; ++i) EXPECT_EQ(root_.read(NAME).size(), 8u);
+    one.join();
+    two.join();
+    EXPECT_EQ(root_.read(NAME), MAGIC + std::string("\0\0\1\x90", 4));
+}
