@@ -8,132 +8,10 @@
 #include <cstring>
 
 #include "output/c_format.h"
+#include "output/c_format_piece.h"
 #include "pdf/utf8.h"
 
 namespace {
-
-enum ConversionFlag : std::uint8_t {
-    FLAG_LEFT = 1,
-    FLAG_PLUS = 2,
-    FLAG_BLANK = 4,
-    FLAG_ALTERNATE = 8,
-    FLAG_ZERO = 16,
-    FLAG_GROUP = 32,
-    FLAG_LOCAL_DIGITS = 64,  // no locale here has any
-};
-
-// The size that a length modifier gives an integer.
-enum ModifierSize : std::uint8_t { SIZE_32, SIZE_64, SIZE_MACHINE, SIZE_OTHER };
-
-constexpr std::int32_t NOT_GIVEN = -1;
-
-struct Conversion {
-    std::uint8_t flags;
-    ModifierSize size;
-    char letter;  // 0: none stands there
-    std::int32_t width;
-    std::int32_t precision;  // or NOT_GIVEN
-
-    [[nodiscard]] bool has(unsigned flag) const { return (flags & flag) != 0; }
-};
-
-// ---- reading a conversion ----
-
-// The rest of a piece; at its end it reads as NULs.
-struct Reader {
-    const char *at;
-    const char *end;
-
-    [[nodiscard]] char peek() const { return at < end ? *at : '\0'; }
-    bool skip(char c) {
-        if (peek() != c) return false;
-        ++at;
-        return true;
-    }
-};
-
-constexpr bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-constexpr bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-constexpr unsigned flagOf(char c) {
-    switch (c) {
-        case '-':
-            return FLAG_LEFT;
-        case '+':
-            return FLAG_PLUS;
-        case ' ':
-            return FLAG_BLANK;
-        case '#':
-            return FLAG_ALTERNATE;
-        case '0':
-            return FLAG_ZERO;
-        case '\'':
-            return FLAG_GROUP;
-        case 'I':
-            return FLAG_LOCAL_DIGITS;
-        default:
-            return 0;
-    }
-}
-
-void readFlags(Reader *reader, Conversion *conversion) {
-    while (const unsigned flag = flagOf(reader->peek())) {
-        conversion->flags = static_cast<std::uint8_t>(conversion->flags | flag);
-        ++reader->at;
-    }
-}
-
-// Digits as a number; `absent` without digits, for "*" and for an absurd number.
-std::int32_t readNumber(Reader *reader, std::int32_t absent) {
-    const bool star = reader->skip('*');
-    std::int32_t number = isDigit(reader->peek()) && !star ? 0 : absent;
-    bool absurd = star;
-    for (; isDigit(reader->peek()); ++reader->at) {
-        if (absurd) continue;
-        number = number * 10 + (reader->peek() - '0');
-        absurd = number > CFORMAT_MAX_WIDTH;
-    }
-    if (star) reader->skip('$');
-    return absurd ? absent : number;
-}
-
-constexpr bool isModifier(char c) {
-    return c == 'l' || c == 'h' || c == 'L' || c == 'q' || c == 'j' || c == 'z' || c == 't';
-}
-
-ModifierSize readModifier(Reader *reader) {
-    const char *start = reader->at;
-    while (isModifier(reader->peek())) ++reader->at;
-    if (reader->at == start) return SIZE_32;
-    const char first = *start;
-    if (reader->at - start == 2) return first == 'l' && start[1] == 'l' ? SIZE_64 : SIZE_OTHER;
-    if (reader->at - start > 2 || first == 'h') return SIZE_OTHER;
-    return first == 'l' || first == 'z' || first == 't' ? SIZE_MACHINE : SIZE_64;
-}
-
-// Reads what follows the %. A letter that is no conversion counts as one; another character, or
-// the end, leaves the conversion without.
-Conversion readConversion(Reader *reader) {
-    Conversion conversion{};
-    readFlags(reader, &conversion);
-    conversion.width = readNumber(reader, 0);
-    if (reader->skip('$')) {  // "1$": the number of the argument, and there is but one
-        readFlags(reader, &conversion);
-        conversion.width = readNumber(reader, 0);
-    }
-    conversion.precision = NOT_GIVEN;
-    if (reader->skip('.')) {
-        const char next = reader->peek();
-        conversion.precision = isDigit(next) || next == '*' ? readNumber(reader, NOT_GIVEN) : 0;
-    }
-    conversion.size = readModifier(reader);
-    if (isLetter(reader->peek())) conversion.letter = *reader->at++;
-    return conversion;
-}
 
 // ---- writing text ----
 
@@ -160,10 +38,14 @@ void putFill(Text *text, char c, std::size_t count) {
     text->room -= length;
 }
 
+// Not "c >= 0": a char has no sign on ARM.
+constexpr bool isAscii(char c) {
+    return static_cast<unsigned char>(c) < 0x80;
+}
+
 // Puts the character that begins `rest`; ends the text when it does not fit. Returns its bytes.
 std::size_t putCharacter(Text *text, std::string_view rest) {
-    const bool ascii = static_cast<unsigned char>(rest.front()) < 0x80;
-    const std::size_t length = ascii ? 1 : utf8_char_length(rest);
+    const std::size_t length = isAscii(rest.front()) ? 1 : utf8_char_length(rest);
     const std::size_t units = text->unit == CFORMAT_BYTES ? length : 1;
     if (units > text->room) {
         text->room = 0;
@@ -237,8 +119,9 @@ LibraryFormat libraryFormat(const Conversion *conversion, std::string_view modif
     LibraryFormat format{};
     char *to = format.text;
     *to++ = '%';
-    for (const char flag : {'-', '+', ' ', '#', '0', '\''})
-        if (conversion->has(flagOf(flag))) *to++ = flag;
+    constexpr std::string_view flags = "-+ #0'";  // in the order of the flags' bits
+    for (std::size_t i = 0; i < flags.size(); ++i)
+        if (conversion->has(1U << i)) *to++ = flags[i];
     for (const char c : {'*', '.', '*'}) *to++ = c;
     to = std::copy(modifier.begin(), modifier.end(), to);
     *to = letter;
@@ -416,7 +299,7 @@ void putCharacterString(Text *text, const Conversion *conversion, const char *st
     std::size_t length = 0;
     std::size_t count = 0;
     for (std::size_t at = 0; count < most; ++count) {
-        if (string[at] > 0) {  // ASCII stands for itself
+        if (isAscii(string[at]) && string[at] != '\0') {
             encoded[length++] = string[at++];
             continue;
         }
@@ -471,32 +354,7 @@ void putValue(Text *text, const Conversion *conversion, const ItemValue *value) 
     putInteger(text, conversion, &integer);
 }
 
-// A piece taken apart.
-struct Piece {
-    std::string_view before;
-    bool hasConversion;
-    Conversion conversion;
-    std::string_view after;
-};
-
-Piece readPiece(std::string_view text) {
-    Piece piece{};
-    std::size_t percent = 0;
-    for (; percent < text.size(); ++percent) {
-        if (text[percent] != '%') continue;
-        if (percent + 1 == text.size() || text[percent + 1] != '%') break;
-        ++percent;  // a pair
-    }
-    piece.before = text.substr(0, percent);
-    piece.hasConversion = percent < text.size();
-    if (!piece.hasConversion) return piece;
-    Reader reader{text.data() + percent + 1, text.data() + text.size()};
-    piece.conversion = readConversion(&reader);
-    piece.after = {reader.at, static_cast<std::size_t>(reader.end - reader.at)};
-    return piece;
-}
-
-std::size_t printPiece(char *out, std::size_t room, CFormatUnit unit, const Piece *piece,
+std::size_t printPiece(char *out, std::size_t room, CFormatUnit unit, const CFormatPiece *piece,
                        const ItemValue *value) {
     Text text{out, room, unit, 0};
     if (value->type <= VORN_TYPE_DOUBLE) {  // no text at all for an unknown type
@@ -512,7 +370,7 @@ std::size_t printPiece(char *out, std::size_t room, CFormatUnit unit, const Piec
 
 std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
                          const ItemValue *value) {
-    const Piece piece = readPiece(format);
+    const CFormatPiece piece = readCFormatPiece(format);
     return printPiece(out, room, unit, &piece, value);
 }
 
@@ -523,7 +381,7 @@ std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::s
     std::string_view changed(buffer, length);
     // The change may have pushed the end of a full format out, and cut a character with it.
     if (length == sizeof buffer - 1) changed = changed.substr(0, utf8_whole(changed));
-    Piece piece = readPiece(changed);
-    if (piece.conversion.letter != newType.back()) piece = readPiece(format);
+    CFormatPiece piece = readCFormatPiece(changed);
+    if (piece.conversion.letter != newType.back()) piece = readCFormatPiece(format);
     return printPiece(out, room, unit, &piece, value);
 }
