@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+#include "report/item_values.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+#include "dmon/dmon.h"
+#include "report/clause_args.h"
+#include "report/template_params.h"
+#include "report/template_reader.h"
+#include "results/dict_resolver.h"
+#include "results/results.h"
+#include "storage/strings.h"
+
+namespace {
+
+constexpr std::int32_t FIELD_COUNT = VORN_FIELD_MAX + 1;
+constexpr std::int32_t KIND_COUNT = VORN_REG_ARRAY + 1;
+constexpr std::size_t LABEL_LIST_SIZE = 64;  // of a bit set's labels joined by ","
+
+// What a field of a register kind is: a number inside the record, or a text that has to be made.
+struct FieldSource {
+    std::uint32_t type;  // VORN_TYPE_...; none: the kind has no such field
+    std::size_t offset;  // of the number in the record
+};
+
+#define AT(type, member) \
+    { VORN_TYPE_##type, offsetof(RegisterRecord, as.member) }
+constexpr FieldSource NO_FIELD = {VORN_TYPE_NONE, 0};
+constexpr FieldSource MADE_TEXT = {VORN_TYPE_STRING, 0};
+
+// By kind, then by field: value, secs, rate, min, max.
+constexpr FieldSource fieldSources[][FIELD_COUNT] = {
+    {MADE_TEXT, NO_FIELD, NO_FIELD, NO_FIELD, NO_FIELD},  // selection
+    {MADE_TEXT, NO_FIELD, NO_FIELD, NO_FIELD, NO_FIELD},  // bit set
+    {AT(UINT32, u32.value), NO_FIELD, NO_FIELD, AT(UINT32, u32.min), AT(UINT32, u32.max)},
+    {AT(INT32, i32.value), NO_FIELD, NO_FIELD, AT(INT32, i32.min), AT(INT32, i32.max)},
+    {AT(UINT64, u64.value), NO_FIELD, NO_FIELD, AT(UINT64, u64.min), AT(UINT64, u64.max)},
+    {AT(FLOAT, f32.value), NO_FIELD, NO_FIELD, NO_FIELD, NO_FIELD},
+    {AT(DOUBLE, f64.value), NO_FIELD, NO_FIELD, NO_FIELD, NO_FIELD},
+    {AT(UINT64, counter.value), AT(UINT32, counter.secs), AT(DOUBLE, counter.rate), NO_FIELD,
+     NO_FIELD},
+    {AT(UINT32, u32Secs.value), AT(UINT32, u32Secs.secs), NO_FIELD, NO_FIELD, NO_FIELD},
+    {MADE_TEXT, NO_FIELD, NO_FIELD, NO_FIELD, NO_FIELD},  // array
+};
+#undef AT
+static_assert(std::size(fieldSources) == KIND_COUNT);
+
+constexpr ClauseMessage noFieldMessages[] = {
+    "Error in %s: application item '%s' has no 'val' field.\n",
+    "Error in %s: application item '%s' has no 'secs' field.\n",
+    "Error in %s: application item '%s' has no 'rate' field.\n",
+    "Error in %s: application item '%s' has no 'min' field.\n",
+    "Error in %s: application item '%s' has no 'max' field.\n",
+};
+static_assert(std::size(noFieldMessages) == FIELD_COUNT);
+
+void ownText(ItemValue *value, char *text) {
+    value->type = VORN_TYPE_STRING;
+    value->data = text;
+    value->flags = VORN_VALUE_OWNED;
+}
+
+// The label, or the entry's number when it has none.
+char *makeSelectionText(TemplateContext *ctx, const RegisterRecord *reg) {
+    if (reg->as.selection.label != nullptr)
+        return dictResolvGetCopy(&ctx->dict, reg->as.selection.label);
+    char number[4];
+    std::snprintf(number, sizeof number, "%u", static_cast<unsigned>(reg->as.selection.selValue));
+    return strdup(number);
+}
+
+// The labels of the set bits, joined by ",": as many as fit. A bit without a label shows its
+// number.
+char *makeBitSetText(TemplateContext *ctx, const RegisterRecord *reg) {
+    char text[LABEL_LIST_SIZE];
+    char *cursor = text;
+    std::size_t room = sizeof text;
+    text[0] = '\0';
+    std::uint32_t bits = reg->as.bitSet.bits;
+    for (std::int32_t i = 0; i < reg->as.bitSet.labelCount && bits != 0; ++i, bits &= bits - 1) {
+        char number[4];
+        const char *label = reg->as.bitSet.labels[i];
+        if (label == nullptr) {
+            std::snprintf(number, sizeof number, "%d", __builtin_ctz(bits));
+            label = number;
+        } else {
+            label = dictResolvGet(&ctx->dict, label);
+        }
+        const std::size_t length = std::strlen(label);
+        if (length + 2 > room) break;
+        if (i > 0) safe_strncat_size(&cursor, &room, ",", 1);
+        safe_strncat_size(&cursor, &room, label, length);
+    }
+    return strdup(text);
+}
+
+int takeArrayElement(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t index,
+                     ItemValue *value) {
+    const std::size_t offset = static_cast<std::size_t>(index) * sizeof(std::uint32_t);
+    if (index < 0 || index > reg->as.array.length ||
+        offset + sizeof(std::uint32_t) > resultsArrayBytes(reg)) {
+        dmon_log(1, "Error in %s: array element out of range (%d).\n", getTemplateLine(ctx), index);
+        return MERGE_ITEM_NOT_FOUND;
+    }
+    value->type = VORN_TYPE_UINT32;
+    value->data = reg->as.array.data + offset;
+    return MERGE_OK;
+}
+
+void takeWholeArray(const RegisterRecord *reg, ItemValue *value) {
+    const std::size_t length = reg->as.array.length;
+    auto *text = static_cast<char *>(std::malloc(length + 1));
+    if (text != nullptr) {
+        if (length > 0) std::memcpy(text, reg->as.array.data, length);
+        text[length] = '\0';
+    }
+    ownText(value, text);
+    value->size = static_cast<std::uint8_t>(length);
+}
+
+// Values of the kinds whose text has to be made.
+int makeText(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t index,
+             ItemValue *value) {
+    if (reg->kind == VORN_REG_SELECTION)
+        ownText(value, makeSelectionText(ctx, reg));
+    else if (reg->kind == VORN_REG_BITSET)
+        ownText(value, makeBitSetText(ctx, reg));
+    else if (index != -1)
+        return takeArrayElement(ctx, reg, index, value);
+    else
+        takeWholeArray(reg, value);
+    return MERGE_OK;
+}
+
+}  // namespace
+
+int fetchItemValue(TemplateContext *ctx, const char *link, ItemValue *value) {
+    *value = ItemValue{};
+    const std::string_view expanded = expandTemplateString(ctx, link);
+    if (expanded.data() == nullptr) return MERGE_TEMPLATE_ERROR;
+
+    char item[TEMPLATE_TEXT_SIZE];
+    copyPiece(item, expanded);
+    std::int32_t field = VORN_FIELD_VALUE;
+    std::int32_t index = -1;
+    const RegisterRecord *reg = getAppItemResult(item, ctx->results, &field, &index);
+    if (reg == nullptr) {
+        dmon_log(1, "Error in %s: application item not found.\n", getTemplateLine(ctx));
+        return MERGE_ITEM_NOT_FOUND;
+    }
+    if (reg->valid == 0) return MERGE_OK;
+
+    const FieldSource source = reg->kind < KIND_COUNT ? fieldSources[reg->kind][field] : NO_FIELD;
+    if (source.type == VORN_TYPE_NONE) {
+        // The look-up cut the text at each separator; the message shows it up to the field.
+        const std::size_t at = expanded.find('@');
+        if (at != std::string_view::npos) item[at] = '@';
+        refuseClauseArg(ctx, noFieldMessages[field], item);
+        return MERGE_NO_SUCH_FIELD;
+    }
+    if (source.type == VORN_TYPE_STRING) return makeText(ctx, reg, index, value);
+    value->type = source.type;
+    // The value only points at the number; nothing writes through it.
+    value->data = const_cast<char *>(reinterpret_cast<const char *>(reg)) + source.offset;
+    return MERGE_OK;
+}

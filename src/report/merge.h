@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+// The merge of a template with results: reads the template's tags in order and hands styles,
+// sections and rows to the report's back-end.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "vorn/plugin.h"
+
+// Merges a template into a report.
+//   results       the loaded results, read only; null: no applications
+//   templateFile  the template, open for reading; stays the caller's
+//   report        the report, open for writing and empty; stays the caller's, who flushes and
+//   closes it templatePath  names the template in messages; relative includes count from its folder
+//   format        ReportFormat
+//   userVars      read by value clauses
+//   dictName      dictionary of specifications that name none (15 characters are used)
+// Returns 0 (MERGE_OK) or a negative code, after a message at level 1: MergeResult,
+// ConversionResult, DumpResult. Several merges may run at once, each on a thread of its own.
+int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *report,
+                  const char *templatePath, std::uint32_t format, KvStore *userVars,
+                  const char *dictName);

@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: MIT
+#include "report/plugins.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include <dlfcn.h>
+
+#include "dmon/dmon.h"
+#include "report/clause_args.h"
+#include "report/template_params.h"
+#include "report/template_reader.h"
+#include "storage/strings.h"
+
+namespace {
+
+constexpr std::size_t FUNCTION_NAME_SIZE = 32;
+constexpr std::size_t CALL_VALUE_SIZE = sizeof(TemplateParam::value);
+constexpr char ABI_SYMBOL[] = "vorn_plugin_abi";
+
+// A plugin clause as it was read.
+struct PluginSpec {
+    TemplatePlugin plugin;
+    char lib[TEMPLATE_PATH_SIZE];
+    char initCall[TEMPLATE_TEXT_SIZE];
+};
+
+TemplatePlugin *findPlugin(TemplateContext *ctx, std::string_view name) {
+    for (std::int32_t i = 0; i < ctx->pluginCount; ++i)
+        if (ctx->plugins[i].name == name) return &ctx->plugins[i];
+    return nullptr;
+}
+
+int setName(TemplateContext *ctx, std::string_view value, PluginSpec *spec) {
+    copyPiece(spec->plugin.name, value);
+    if (findPlugin(ctx, spec->plugin.name) == nullptr) return MERGE_OK;
+    dmon_log(1, "Error in %s: plugin '%s' already declared.\n", getTemplateLine(ctx),
+             spec->plugin.name);
+    return MERGE_TEMPLATE_ERROR;
+}
+
+int setLib(TemplateContext *, std::string_view value, PluginSpec *spec) {
+    copyPiece(spec->lib, value);
+    return MERGE_OK;
+}
+
+int setInit(TemplateContext *, std::string_view value, PluginSpec *spec) {
+    copyPiece(spec->initCall, value);
+    return MERGE_OK;
+}
+
+int setEnd(TemplateContext *, std::string_view value, PluginSpec *spec) {
+    copyPiece(spec->plugin.endCall, value);
+    return MERGE_OK;
+}
+
+constexpr ClauseArg<PluginSpec> pluginArgs[] = {
+    {"name", "Error in %s: missing plugin 'name' in template.\n", setName},
+    {"lib", "Error in %s: missing plugin 'lib' in template.\n", setLib},
+    {"init", "Error in %s: missing plugin 'init' in template.\n", setInit},
+    {"end", "Error in %s: missing plugin 'end' in template.\n", setEnd},
+};
+
+int readPluginClause(TemplateContext *ctx, std::string_view args, PluginSpec *spec) {
+    const int result = parseClauseArgs(
+        ctx, args, pluginArgs, "Error in %s: unknown argument '%s' in 'plugin' clause.\n", spec);
+    if (result != MERGE_OK) return result;
+    if (spec->plugin.name[0] == '\0') {
+        dmon_log(1, "Error in %s: No name assigned to this plugin.\n", getTemplateLine(ctx));
+        return MERGE_TEMPLATE_ERROR;
+    }
+    if (spec->lib[0] == '\0') {
+        dmon_log(1, "Error in %s: no library specified for plugin.\n", getTemplateLine(ctx));
+        return MERGE_TEMPLATE_ERROR;
+    }
+    return MERGE_OK;
+}
+
+// A library may say which interface it was built for; one that says another is not called.
+bool speaksOurAbi(TemplateContext *ctx, const PluginSpec *spec) {
+    const auto *abi = static_cast<const int *>(dlsym(spec->plugin.handle, ABI_SYMBOL));
+    if (abi == nullptr || *abi == VORN_PLUGIN_ABI) return true;
+    dmon_log(1, "Error in %s: library '%s' is built for plug-in interface %d, not %d.\n",
+             getTemplateLine(ctx), spec->lib, *abi, VORN_PLUGIN_ABI);
+    return false;
+}
+
+int loadLibrary(TemplateContext *ctx, PluginSpec *spec) {
+    spec->plugin.handle = dlopen(spec->lib, RTLD_NOW);
+    if (spec->plugin.handle == nullptr) {
+        const char *reason = dlerror();
+        dmon_log(1, "Error in %s: could not find library file '%s'.\n", getTemplateLine(ctx),
+                 spec->lib);
+        dmon_log(1, "%s.\n", reason != nullptr ? reason : "unknown error");
+        return MERGE_TEMPLATE_ERROR;
+    }
+    if (speaksOurAbi(ctx, spec)) return MERGE_OK;
+    dlclose(spec->plugin.handle);
+    return MERGE_TEMPLATE_ERROR;
+}
+
+// dlsym hands out an object pointer; POSIX lets it be a function's.
+template <class Function>
+Function asFunction(void *symbol) {
+    Function function = nullptr;
+    static_assert(sizeof function == sizeof symbol);
+    std::memcpy(&function, &symbol, sizeof function);
+    return function;
+}
+
+int runFunction(TemplateContext *ctx, TemplatePlugin *plugin, void *symbol, PluginMode mode,
+                const TemplateParam *arguments, ItemValue *value) {
+    if (mode == PLUGIN_INIT) {
+        plugin->pluginData = asFunction<PluginInitFn>(symbol)(ctx->results, arguments, &ctx->dict);
+        return MERGE_OK;
+    }
+    if (mode == PLUGIN_END) {
+        asFunction<PluginEndFn>(symbol)(plugin->pluginData, arguments);
+        return MERGE_OK;
+    }
+    const std::int32_t result =
+        asFunction<PluginValueFn>(symbol)(plugin->pluginData, arguments, value);
+    if (result == 0) return MERGE_OK;
+    return result == VORN_ITEM_MISSING ? MERGE_ITEM_NOT_FOUND : MERGE_PLUGIN_FAILED;
+}
+
+}  // namespace
+
+int declarePlugin(TemplateContext *ctx, std::string_view args) {
+    if (ctx->pluginCount == TEMPLATE_MAX_PLUGINS) {
+        dmon_log(1, "Error in %s: too many plugins.\n", getTemplateLine(ctx));
+        return MERGE_TEMPLATE_ERROR;
+    }
+    PluginSpec spec{};
+    int result = readPluginClause(ctx, args, &spec);
+    if (result == MERGE_OK) result = loadLibrary(ctx, &spec);
+    if (result != MERGE_OK) return result;
+
+    ctx->plugins[ctx->pluginCount++] = spec.plugin;
+    result = callPluginFunction(ctx, spec.plugin.name, spec.initCall, PLUGIN_INIT, nullptr);
+    if (result != MERGE_OK) {
+        dmon_log(1, "Error in %s: plugin returned error.\n", getTemplateLine(ctx));
+        --ctx->pluginCount;
+        dlclose(spec.plugin.handle);
+    }
+    return result;
+}
+
+int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::string_view call,
+                       PluginMode mode, ItemValue *value) {
+    char text[TEMPLATE_TEXT_SIZE];
+    copyPiece(text, call);
+    const std::string_view argumentText = unclose_str(text, '(', ')');
+    char function[FUNCTION_NAME_SIZE];
+    trimcpy(function, text, sizeof function);
+
+    TemplatePlugin *plugin = findPlugin(ctx, pluginName);
+    if (plugin == nullptr) {
+        dmon_log(1, "Error in %s: plugin '%.*s' not declared.\n", getTemplateLine(ctx),
+                 static_cast<int>(pluginName.size()), pluginName.data());
+        return MERGE_PLUGIN_FAILED;
+    }
+    void *symbol = function[0] != '\0' ? dlsym(plugin->handle, function) : nullptr;
+    if (symbol == nullptr) {
+        dmon_log(1, "Error in %s: plugin function '%s' not found.\n", getTemplateLine(ctx),
+                 function);
+        return MERGE_PLUGIN_FAILED;
+    }
+    TemplateParam *arguments = nullptr;
+    parseParamPieces(ctx, argumentText, CALL_VALUE_SIZE, &arguments);
+    const int result = runFunction(ctx, plugin, symbol, mode, arguments, value);
+    freeTemplateParams(arguments);
+    return result;
+}
+
+int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value) {
+    const std::string_view whole = text;
+    const std::size_t dot = whole.find('.');
+    if (dot >= TEMPLATE_NAME_SIZE) {
+        dmon_log(1, "Error in %s: no plugin name in function call.\n", getTemplateLine(ctx));
+        return MERGE_PLUGIN_FAILED;
+    }
+    return callPluginFunction(ctx, whole.substr(0, dot), whole.substr(dot + 1), PLUGIN_VALUE,
+                              value);
+}
+
+int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *value) {
+    if (value->type > VORN_TYPE_DOUBLE) {
+        dmon_log(1, "Error in %s: plugin call '%s' gave a value of unknown type %u.\n",
+                 getTemplateLine(ctx), text, static_cast<unsigned>(value->type));
+        return MERGE_PLUGIN_FAILED;
+    }
+    if (value->type != VORN_TYPE_NONE && value->data == nullptr) {
+        dmon_log(1, "Error in %s: plugin call '%s' gave a value without data.\n",
+                 getTemplateLine(ctx), text);
+        return MERGE_PLUGIN_FAILED;
+    }
+    return MERGE_OK;
+}
+
+void unloadPlugins(TemplateContext *ctx) {
+    for (std::int32_t i = 0; i < ctx->pluginCount; ++i) {
+        TemplatePlugin *plugin = &ctx->plugins[i];
+        if (plugin->endCall[0] != '\0')
+            static_cast<void>(
+                callPluginFunction(ctx, plugin->name, plugin->endCall, PLUGIN_END, nullptr));
+        else
+            std::free(plugin->pluginData);
+        plugin->pluginData = nullptr;
+        dlclose(plugin->handle);
+        plugin->handle = nullptr;
+    }
+    ctx->pluginCount = 0;
+}

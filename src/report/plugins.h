@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// Template plug-ins: shared libraries that a template loads and whose functions compute values.
+#pragma once
+
+#include <string_view>
+
+#include "report/template_context.h"
+
+// Loads and starts the plug-in of a plugin clause. MERGE_OK, MERGE_TEMPLATE_ERROR or
+// MERGE_PLUGIN_FAILED after a message; the library is then closed again.
+int declarePlugin(TemplateContext *ctx, std::string_view args);
+
+// What callPluginFunction calls the function as.
+enum PluginMode { PLUGIN_INIT = 0, PLUGIN_VALUE = 1, PLUGIN_END = 2 };
+
+// Calls a function of a declared plug-in.
+//   call   function(name:value;...)
+//   value  empty; filled in mode PLUGIN_VALUE, may be null in the others. What it owns is the
+//   caller's,
+//          also after a failure
+// MERGE_OK, MERGE_ITEM_NOT_FOUND (the function says so), or MERGE_PLUGIN_FAILED.
+int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::string_view call,
+                       PluginMode mode, ItemValue *value);
+
+// Calls plugin.function(name:value;...) as a value function; results as above.
+int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value);
+
+// Refuses a value that cannot be printed: an unknown type, or a type without data. MERGE_OK, or
+// MERGE_PLUGIN_FAILED after a message that names the call.
+int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *value);
+
+// Ends every plug-in, in the order of declaration, and closes the libraries.
+void unloadPlugins(TemplateContext *ctx);

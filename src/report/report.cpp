@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+#include "report/report.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/options.h"
+#include "dmon/dmon.h"
+#include "report/merge.h"
+#include "report/report_file.h"
+#include "results/results.h"
+#include "storage/files.h"
+#include "storage/quota.h"
+#include "util/guards.h"
+
+namespace {
+
+// The report quota's handle; -1 until initReports installs it, and when the quota table is full.
+int reportQuotaId = QUOTA_NONE;
+
+struct ResultsFreer {
+    void operator()(Results *results) const { freeResults(results); }
+};
+using ResultsGuard = std::unique_ptr<Results, ResultsFreer>;
+
+constexpr std::size_t EXTENSION_LENGTH = 4;
+
+int isReportFile(const struct dirent *entry) {
+    const std::string_view name = entry->d_name;
+    return entry->d_type == DT_REG && name.size() > EXTENSION_LENGTH &&
+                   (name.ends_with(".pdf") || name.ends_with(".txt"))
+               ? 1
+               : 0;
+}
+
+// The modification time in whole seconds; false when the file cannot be examined.
+bool modificationTime(const struct dirent *entry, std::int64_t *seconds) {
+    char path[OPTION_PATH_SIZE + sizeof entry->d_name];
+    std::snprintf(path, sizeof path, "%s/%s", opt_rptdir, entry->d_name);
+    struct stat status;
+    if (stat(path, &status) != 0) return false;
+    *seconds = status.st_mtim.tv_sec;
+    return true;
+}
+
+// Oldest first.
+int compareFileAge(const struct dirent **a, const struct dirent **b) {
+    std::int64_t timeA = 0;
+    std::int64_t timeB = 0;
+    if (!modificationTime(*a, &timeA) || !modificationTime(*b, &timeB) || timeA == timeB) return 0;
+    return timeA < timeB ? -1 : 1;
+}
+
+int countReportFiles(void *) {
+    return countDirFiles(opt_rptdir, isReportFile);
+}
+
+int purgeReportFiles(void *, int keep) {
+    return purgeDirFiles(opt_rptdir, isReportFile, compareFileAge, keep);
+}
+
+std::uint16_t reportMax() {
+    return static_cast<std::uint16_t>(opt_max_rpt.load());
+}
+std::uint8_t reportAction() {
+    return static_cast<std::uint8_t>(opt_fullact_rpt.load());
+}
+
+// Moves an earlier report aside and creates the new one's file. What is no regular file stays where
+// it is: a device or a folder is nobody's earlier report.
+bool makeRoomAndCreate(ReportFile *file, const char *reportPath) {
+    struct stat status;
+    if (stat(reportPath, &status) == 0 && !S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
+        return false;
+    }
+    backup_file(reportPath);
+    return createReportFile(file, reportPath);
+}
+
+// Loads the results and merges them into the open report file.
+int fillReport(std::FILE *report, const char *resultsPath, std::FILE *templateFile,
+               const char *templatePath, std::uint32_t format, KvStore *userVars,
+               const char *dictName) {
+    Results *loaded = nullptr;
+    if (loadResultsFile(resultsPath, &loaded) != RESULTS_OK) return REPORT_NO_INPUT;
+    const ResultsGuard results(loaded);
+    return mergeTemplate(results.get(), templateFile, report, templatePath, format, userVars,
+                         dictName);
+}
+
+}  // namespace
+
+int initReports() {
+    reportQuotaId =
+        quotaInstall(reportMax(), reportAction(), purgeReportFiles, countReportFiles, nullptr);
+    sweepReportFiles(opt_rptdir);
+    quotaRefreshCount(reportQuotaId);
+    return initResultsLoader();
+}
+
+int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
+                   std::uint32_t /*flags*/, std::uint32_t format, KvStore *userVars,
+                   const char *dictName) {
+    quotaRefreshCount(reportQuotaId);
+    if (quotaCheckBefore(reportQuotaId, 1) == QUOTA_REFUSED) {
+        dmon_log(1, "Error: too many report files.\n");
+        return REPORT_QUOTA_FULL;
+    }
+    const FileGuard templateFile = openForReading(templatePath);
+    if (!templateFile) {
+        dmon_log(1, "Error opening template file '%s': %s\n", templatePath, std::strerror(errno));
+        return REPORT_NO_INPUT;
+    }
+    ReportFile report{};
+    if (!makeRoomAndCreate(&report, reportPath)) {
+        dmon_log(1, "Error creating report file '%s': %s\n", reportPath, std::strerror(errno));
+        return REPORT_NOT_CREATED;
+    }
+    int result = fillReport(report.stream.get(), resultsPath, templateFile.get(), templatePath,
+                            format, userVars, dictName);
+    if (result != REPORT_OK) {
+        dropReportFile(&report);
+        if (result == REPORT_NO_INPUT) return result;
+    } else if (!finishReportFile(&report, reportPath)) {
+        dmon_log(1, "Error writing report file '%s': %s\n", reportPath, std::strerror(errno));
+        result = REPORT_NOT_WRITTEN;
+    } else {
+        quotaAddCount(reportQuotaId, 1);
+    }
+    sync();
+    return result;
+}
+
+int deleteAllReports() {
+    quotaDeleteAll(reportQuotaId);
+    return 0;
+}
+
+int updateReportQuota() {
+    quotaSetMax(reportQuotaId, reportMax());
+    quotaSetAction(reportQuotaId, reportAction());
+    return 0;
+}
+
+int getReportCount() {
+    return quotaGetCount(reportQuotaId);
+}

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+// The state of one merge: what the reader, the clauses and the value sources work on. One thread
+// uses it.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "output/dump_backend.h"
+#include "results/dict_resolver.h"
+#include "vorn/plugin.h"
+
+constexpr std::int32_t TEMPLATE_MAX_FILES = 4;       // the template and three levels of include
+constexpr std::int32_t TEMPLATE_MAX_SECTIONS = 8;    // open at once
+constexpr std::int32_t TEMPLATE_MAX_ITERATIONS = 8;  // open at once
+constexpr std::int32_t TEMPLATE_MAX_PLUGINS = 4;     // declared in one merge
+constexpr std::size_t TEMPLATE_PATH_SIZE = 64;
+
+// Passes of all loops of one merge together. No report that is read has as many; without a limit a
+// template of a few lines could keep a thread busy for years.
+constexpr std::int32_t TEMPLATE_MAX_PASSES = 100'000'000;
+constexpr std::size_t TEMPLATE_LINE_SIZE = 1024;
+constexpr std::size_t TEMPLATE_TEXT_SIZE = 512;  // argument values, literals, expansions
+constexpr std::size_t TEMPLATE_NAME_SIZE = 16;   // arguments, parameters, variables
+constexpr std::size_t TEMPLATE_PLACE_SIZE = 48;
+
+// Bytes of a file that are held at once. A loop whose body fits is run without touching the file
+// again.
+constexpr std::size_t TEMPLATE_WINDOW_SIZE = 8192;
+
+// Where the merge stands; the clauses that count depend on it.
+enum MergeState : std::int32_t {
+    MERGE_OUTSIDE = 0,   // before and after the report
+    MERGE_REPORT = 1,    // in the report, in no section
+    MERGE_SECTION = 2,   // in an enabled section
+    MERGE_ROW = 3,       // in a row
+    MERGE_VALUE = 4,     // in a value
+    MERGE_DISABLED = 5,  // in a disabled section, or in any section inside one
+    MERGE_SKIPPED = 6,   // in an iteration whose range is empty
+};
+constexpr std::int32_t MERGE_STATE_COUNT = 7;
+
+enum MergeResult : int {
+    MERGE_OK = 0,
+    MERGE_NO_APPLICATION = -2,    // a global variable names an unknown application
+    MERGE_TEMPLATE_ERROR = -11,   // a bad clause, argument or expansion
+    MERGE_TOO_MANY_VALUES = -13,  // a seventeenth value in a row
+    MERGE_ITEM_NOT_FOUND = -14,   // an item or an array element that is not there
+    MERGE_UNKNOWN_GLOBAL = -16,   // no such global variable, or no application at all
+    MERGE_NO_SUCH_FIELD = -17,    // a field that the item's kind does not have
+    MERGE_PLUGIN_FAILED = -22,    // a plug-in or function not found, or one that failed
+};
+
+// A line of a template file, kept after the file was left.
+struct TemplatePlace {
+    char path[TEMPLATE_PATH_SIZE];
+    std::int32_t lineNo;
+};
+
+// One open file. A stream that the reader opened is closed when the file is left.
+struct TemplateFile {
+    char path[TEMPLATE_PATH_SIZE];
+    std::FILE *stream;
+    std::int32_t lineNo;  // lines read so far
+    std::uint8_t ownsStream;
+    TemplateParam *params;
+
+    bool atEnd;                // a read found the end
+    std::int64_t windowStart;  // file position of the window's first byte
+    std::size_t windowLength;
+    std::size_t windowPos;  // of the next byte to read
+    char window[TEMPLATE_WINDOW_SIZE];
+};
+
+struct TemplateIteration {
+    std::int32_t from;
+    std::int32_t to;
+    std::int32_t counter;
+    char var[TEMPLATE_NAME_SIZE];  // may be empty
+    std::int64_t filePos;          // of the loop body
+    std::int32_t lineNo;           // of the file at filePos
+    MergeState savedState;         // to go back to when a skipped iteration ends
+};
+
+struct TemplatePlugin {
+    char name[TEMPLATE_NAME_SIZE];
+    char endCall[TEMPLATE_TEXT_SIZE];  // may be empty
+    void *handle;                      // the dynamic loader's
+    void *pluginData;                  // what init returned
+};
+
+struct TemplateContext {
+    MergeState state;
+    std::int32_t sectionLevel;
+    TemplateSection sections[TEMPLATE_MAX_SECTIONS];
+    std::int32_t iterDepth;
+    TemplateIteration iterations[TEMPLATE_MAX_ITERATIONS];
+    DumpBackend backend;
+    DictResolver dict;
+    const Results *results;
+    std::int32_t fileDepth;
+    TemplateFile files[TEMPLATE_MAX_FILES];
+    char line[TEMPLATE_LINE_SIZE];  // a line that lies across the window's edge
+    const char *cursor;             // where the scan goes on; null: at the next line
+    const char *lineEnd;            // the end of the line, in `line` or in the file's window
+    std::int32_t pluginCount;
+    TemplatePlugin plugins[TEMPLATE_MAX_PLUGINS];
+
+    std::int32_t passes;                 // of loop bodies, so far
+    char location[TEMPLATE_PLACE_SIZE];  // what getTemplateLine returns
+    char expansion[TEMPLATE_TEXT_SIZE];  // what expandTemplateString returns
+    TemplatePlace sectionPlaces[TEMPLATE_MAX_SECTIONS];
+    TemplatePlace iterationPlaces[TEMPLATE_MAX_ITERATIONS];
+    TemplatePlace rowPlace;
+};

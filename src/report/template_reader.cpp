@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: MIT
+#include "report/template_reader.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+
+#include <sys/types.h>
+
+#include "dmon/dmon.h"
+#include "report/template_params.h"
+#include "storage/files.h"
+#include "storage/strings.h"
+
+static_assert(sizeof(off_t) == 8, "template positions have 64 bits");
+
+namespace {
+
+TemplateFile *currentFile(TemplateContext *ctx) {
+    return ctx->fileDepth > 0 ? &ctx->files[ctx->fileDepth - 1] : nullptr;
+}
+const TemplateFile *currentFile(const TemplateContext *ctx) {
+    return ctx->fileDepth > 0 ? &ctx->files[ctx->fileDepth - 1] : nullptr;
+}
+
+std::int64_t nextPosition(const TemplateFile *file) {
+    return file->windowStart + static_cast<std::int64_t>(file->windowPos);
+}
+
+// Moves the window to the next byte to read; false at the end of the file or when it cannot be
+// read.
+bool fillWindow(TemplateFile *file) {
+    file->windowStart = nextPosition(file);
+    file->windowPos = 0;
+    file->windowLength = 0;
+    if (ftello(file->stream) != file->windowStart &&
+        fseeko(file->stream, file->windowStart, SEEK_SET) != 0)
+        return false;
+    file->windowLength = std::fread(file->window, 1, sizeof file->window, file->stream);
+    return file->windowLength > 0;
+}
+
+// The path of a file named in an include clause: absolute names and the template's own stand as
+// they are.
+void resolvePath(const TemplateContext *ctx, const char *name, char (&path)[TEMPLATE_PATH_SIZE]) {
+    const TemplateFile *includer = currentFile(ctx);
+    const char *slash = includer != nullptr ? std::strrchr(includer->path, '/') : nullptr;
+    char whole[2 * TEMPLATE_PATH_SIZE] = "";
+    if (name[0] != '/' && slash != nullptr)
+        copyPiece(whole, std::string_view(includer->path)
+                             .substr(0, static_cast<std::size_t>(slash + 1 - includer->path)));
+    safe_strncat(whole, name, sizeof whole);
+    copyPath(path, sizeof path, whole);
+}
+
+// "path:line", cut to fit. Conversions ask for it in every row, so it is written without printf.
+void writePlace(const TemplateFile *file, char (&out)[TEMPLATE_PLACE_SIZE]) {
+    char number[12];
+    const std::to_chars_result end =
+        std::to_chars(number, number + sizeof number - 1, file->lineNo);
+    *end.ptr = '\0';
+    char *cursor = out;
+    std::size_t room = sizeof out;
+    safe_strncat_size(&cursor, &room, file->path, std::strlen(file->path));
+    safe_strncat_size(&cursor, &room, ":", 1);
+    safe_strncat_size(&cursor, &room, number, static_cast<std::size_t>(end.ptr - number));
+}
+
+void setLine(TemplateContext *ctx, const char *line, std::size_t length) {
+    ctx->cursor = line;
+    ctx->lineEnd = line + length;
+}
+
+const char *findInLine(const TemplateContext *ctx, const char *from, char character) {
+    return static_cast<const char *>(
+        std::memchr(from, character, static_cast<std::size_t>(ctx->lineEnd - from)));
+}
+
+}  // namespace
+
+const char *getTemplateLine(TemplateContext *ctx) {
+    const TemplateFile *file = currentFile(ctx);
+    if (file == nullptr)
+        copyPiece(ctx->location, "<unknown>");
+    else
+        writePlace(file, ctx->location);
+    return ctx->location;
+}
+
+TemplatePlace currentPlace(const TemplateContext *ctx) {
+    TemplatePlace place{};
+    const TemplateFile *file = currentFile(ctx);
+    if (file != nullptr) {
+        std::memcpy(place.path, file->path, sizeof place.path);
+        place.lineNo = file->lineNo;
+    }
+    return place;
+}
+
+int readTemplateLine(TemplateContext *ctx) {
+    TemplateFile *file = currentFile(ctx);
+    if (file == nullptr || file->atEnd) return -1;
+
+    std::size_t length = 0;  // of what stands in ctx->line already
+    bool ended = false;
+    do {
+        if (file->windowPos == file->windowLength && !fillWindow(file)) {
+            file->atEnd = true;
+            setLine(ctx, ctx->line, length);
+            break;
+        }
+        const char *from = file->window + file->windowPos;
+        const std::size_t most =
+            std::min(file->windowLength - file->windowPos, TEMPLATE_LINE_SIZE - 1 - length);
+        const auto *newline = static_cast<const char *>(std::memchr(from, '\n', most));
+        const std::size_t taken =
+            newline != nullptr ? static_cast<std::size_t>(newline - from) : most;
+        file->windowPos += taken + (newline != nullptr ? 1 : 0);
+        ended = newline != nullptr || length + taken == TEMPLATE_LINE_SIZE - 1;
+        if (ended && length == 0) {
+            setLine(ctx, from, taken);  // the usual case: nothing is copied
+        } else {
+            std::memcpy(ctx->line + length, from, taken);
+            length += taken;
+            setLine(ctx, ctx->line, length);
+        }
+    } while (!ended);
+    if (file->lineNo < INT32_MAX) ++file->lineNo;
+    return 0;
+}
+
+std::string_view nextTemplateTag(TemplateContext *ctx) {
+    for (;;) {
+        if (ctx->cursor == nullptr || ctx->cursor == ctx->lineEnd) {
+            if (readTemplateLine(ctx) != 0) return {};
+            continue;
+        }
+        const char *open = findInLine(ctx, ctx->cursor, '<');
+        const char *close = open != nullptr ? findInLine(ctx, open, '>') : nullptr;
+        ctx->cursor = close != nullptr ? close + 1 : nullptr;
+        if (close != nullptr) return {open + 1, static_cast<std::size_t>(close - open - 1)};
+    }
+}
+
+int readTemplateText(TemplateContext *ctx, char *out, std::size_t size) {
+    if (ctx->cursor == nullptr || ctx->cursor == ctx->lineEnd) {
+        if (readTemplateLine(ctx) != 0) return -1;
+    }
+    const char *open = findInLine(ctx, ctx->cursor, '<');
+    const char *end = open != nullptr ? open : ctx->lineEnd;
+    const std::size_t length = std::min(static_cast<std::size_t>(end - ctx->cursor), size - 1);
+    std::memcpy(out, ctx->cursor, length);
+    out[length] = '\0';
+    ctx->cursor = end;
+    return 0;
+}
+
+int pushTemplateFile(TemplateContext *ctx, IncludeSpec *spec, std::FILE *stream) {
+    if (ctx->fileDepth == TEMPLATE_MAX_FILES) {
+        dmon_log(1, "Error in %s: too many nested files.\n", getTemplateLine(ctx));
+        return MERGE_TEMPLATE_ERROR;
+    }
+    char path[TEMPLATE_PATH_SIZE];
+    resolvePath(ctx, spec->file, path);
+
+    FileGuard opened;
+    if (stream == nullptr) {
+        opened = openForReading(path);
+        if (!opened) {
+            if ((spec->flags & INCLUDE_OPTIONAL) != 0) return MERGE_OK;
+            dmon_log(1, "Error in %s: file '%s' not found.\n", getTemplateLine(ctx), path);
+            return MERGE_TEMPLATE_ERROR;
+        }
+    }
+
+    TemplateFile *file = &ctx->files[ctx->fileDepth];
+    std::memcpy(file->path, path, sizeof file->path);
+    file->ownsStream = stream == nullptr ? 1 : 0;
+    file->stream = stream == nullptr ? opened.release() : stream;
+    file->lineNo = 0;
+    file->params = spec->params;
+    spec->params = nullptr;
+    file->atEnd = false;
+    file->windowStart = std::max<std::int64_t>(ftello(file->stream), 0);
+    file->windowLength = 0;
+    file->windowPos = 0;
+    ++ctx->fileDepth;
+    resetTemplateLine(ctx);
+    return MERGE_OK;
+}
+
+int popTemplateFile(TemplateContext *ctx) {
+    TemplateFile *file = currentFile(ctx);
+    if (file == nullptr) return MERGE_OK;
+    --ctx->fileDepth;
+    if (file->ownsStream != 0) static_cast<void>(std::fclose(file->stream));
+    file->stream = nullptr;
+    freeTemplateParams(file->params);
+    file->params = nullptr;
+    resetTemplateLine(ctx);
+    return MERGE_OK;
+}
+
+void resetTemplateLine(TemplateContext *ctx) {
+    ctx->cursor = nullptr;
+    ctx->lineEnd = nullptr;
+}
+
+std::int64_t templateTell(const TemplateContext *ctx) {
+    const TemplateFile *file = currentFile(ctx);
+    return file != nullptr ? nextPosition(file) : -1;
+}
+
+void templateSeek(TemplateContext *ctx, std::int64_t position, std::int32_t lineNo) {
+    TemplateFile *file = currentFile(ctx);
+    if (file == nullptr) return;
+    const std::int64_t inWindow = position - file->windowStart;
+    if (inWindow >= 0 && inWindow <= static_cast<std::int64_t>(file->windowLength)) {
+        file->windowPos = static_cast<std::size_t>(inWindow);
+    } else {
+        file->windowStart = position;
+        file->windowLength = 0;
+        file->windowPos = 0;
+    }
+    file->lineNo = lineNo;
+    file->atEnd = false;
+}
+
+TemplateParam **currentParams(TemplateContext *ctx) {
+    TemplateFile *file = currentFile(ctx);
+    return file != nullptr ? &file->params : nullptr;
+}

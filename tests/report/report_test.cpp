@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: MIT
+#include "report/report.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "core/options.h"
+#include "output/dump_backend.h"
+#include "report/user_vars.h"
+#include "storage/quota.h"
+#include "storage/strings.h"
+#include "support/log_capture.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+constexpr char TEMPLATE[] = "<report><row cstyle='%u'><value link=n></value></row></report>";
+constexpr char REPORT[] =
+    "\xEF\xBB\xBF"
+    "42\r\n";
+
+class Report : public testing::Test {
+protected:
+    void SetUp() override {
+        setDefaults();
+        initUserVars();
+        dir.makeDir("rpt");
+        copyPiece(opt_rptdir, dir.path("rpt"));
+        dir.write("in.res", "okra 1\napp a\nreg u32 n value=42\n");
+        dir.write("t.tpl", TEMPLATE);
+    }
+    int make(const char *name, const char *results = "in.res", const char *text = "t.tpl",
+             std::uint32_t format = RPT_FMT_TXT) const {
+        return generateReport(dir.path(results).c_str(), dir.path(text).c_str(),
+                              dir.path(name).c_str(), 0, format, &kv_urv, "dict");
+    }
+    // The names in the reports directory, sorted.
+    [[nodiscard]] std::string listing() const {
+        std::vector<std::string> names;
+        for (const auto &entry : std::filesystem::directory_iterator(dir.path("rpt")))
+            names.push_back(entry.path().filename());
+        std::sort(names.begin(), names.end());
+        std::string joined;
+        for (const std::string &name : names) joined += name + " ";
+        return joined;
+    }
+    // Writes a report file that is older the larger `age` is.
+    void writeOld(const char *name, int age) const {
+        dir.write(std::string("rpt/") + name, "old");
+        const auto now = std::filesystem::file_time_type::clock::now();
+        std::filesystem::last_write_time(dir.path(std::string("rpt/") + name),
+                                         now - std::chrono::hours(age));
+    }
+
+    TempDir dir;
+};
+
+TEST_F(Report, IsWrittenWholeAndMovesAnEarlierOneAside) {
+    initReports();
+    EXPECT_EQ(make("rpt/a.txt"), REPORT_OK);
+    dir.write("rpt/a.txt", "edited");
+    EXPECT_EQ(make("rpt/a.txt"), REPORT_OK);
+    EXPECT_EQ(dir.read("rpt/a.txt"), REPORT);
+    EXPECT_EQ(dir.read("rpt/a_01.txt"), "edited");
+    EXPECT_EQ(listing(), "a.txt a_01.txt ");
+    EXPECT_EQ(getReportCount(), 2);
+}
+
+TEST_F(Report, LeavesNothingWhenItCannotBeMade) {
+    initReports();
+    dir.write("bad.tpl", "<report><row cstyle='%u'>");
+    dir.write("worse.tpl", "<report>\n<row cstyle='%u'><value link=m></value></row>");
+    dir.write("bad.res", "okra 1\nreg u32 n value=42\n");
+    dir.makeDir("folder");
+    ASSERT_EQ(mkfifo(dir.path("fifo").c_str(), 0600), 0);
+    struct Case {
+        const char *results;
+        const char *text;
+        const char *name;
+        std::uint32_t format;
+        int result;
+        std::string log;
+    };
+    const auto path = [this](const char *name) { return "'" + dir.path(name) + "'"; };
+    const Case cases[] = {
+        {"in.res", "none.tpl", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT,
+         "Error opening template file " + path("none.tpl") + ": No such file or directory\n"},
+        {"in.res", "folder", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT,
+         "Error opening template file " + path("folder") + ": Is a directory\n"},
+        {"in.res", "fifo", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT,
+         "Error opening template file " + path("fifo") + ": Operation not supported\n"},
+        {"in.res", "t.tpl", "none/a.txt", RPT_FMT_TXT, REPORT_NOT_CREATED,
+         "Error creating report file " + path("none/a.txt") + ": No such file or directory\n"},
+        {"in.res", "t.tpl", "folder", RPT_FMT_TXT, REPORT_NOT_CREATED,
+         "Error creating report file " + path("folder") + ": Is a directory\n"},
+        {"fifo", "t.tpl", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT, "*"},
+        {"bad.res", "t.tpl", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT, "*"},
+        {"in.res", "worse.tpl", "rpt/a.txt", RPT_FMT_TXT, -14, "*"},
+        {"in.res", "t.tpl", "rpt/a.txt", 2, DUMP_UNKNOWN_FORMAT, ""},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(std::string(c.results) + " " + c.text + " " + c.name);
+        const LogCapture log;
+        EXPECT_EQ(make(c.name, c.results, c.text, c.format), c.result);
+        if (c.log != "*") {
+            EXPECT_EQ(log.text(), c.log);
+        }
+        EXPECT_EQ(listing(), "");
+        EXPECT_EQ(getReportCount(), 0);
+    }
+    EXPECT_TRUE(dir.exists("folder"));
+}
+
+TEST_F(Report, ThatDoesNotFitOnTheDiskIsGone) {
+    // A limit on the size of files stands in for a full disk.
+    const rlimit limit{1, 1};
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{limit.rlim_cur, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const int result = make("rpt/a.txt");
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_EQ(result, REPORT_NOT_WRITTEN);
+    EXPECT_EQ(listing(), "");
+}
+
+TEST_F(Report, QuotaRefusesOrPurgesTheOldest) {
+    opt_max_rpt = 2;
+    for (const char *other : {"x.TXT", "b.pdf.bak", ".pdf"}) writeOld(other, 9);
+    dir.makeDir("rpt/c.txt");
+    writeOld("new.pdf", 1);
+    writeOld("old.txt", 5);
+    const std::string others = listing();
+    initReports();
+    EXPECT_EQ(getReportCount(), 2);
+    {
+        const LogCapture log;
+        EXPECT_EQ(make("rpt/a.txt"), REPORT_QUOTA_FULL);
+        EXPECT_EQ(log.text(), "Error: too many report files.\n");
+        EXPECT_EQ(listing(), others);
+    }
+    opt_fullact_rpt = FULL_PURGE;
+    updateReportQuota();
+    EXPECT_EQ(make("rpt/a.txt"), REPORT_OK);
+    EXPECT_FALSE(dir.exists("rpt/old.txt"));
+    EXPECT_TRUE(dir.exists("rpt/new.pdf"));
+    EXPECT_EQ(getReportCount(), 2);
+
+    quotaEnableAll(0);  // then nothing is deleted
+    EXPECT_EQ(make("rpt/b.txt"), REPORT_OK);
+    EXPECT_EQ(getReportCount(), 3);
+
+    EXPECT_EQ(deleteAllReports(), 0);
+    EXPECT_EQ(listing(), ".pdf b.pdf.bak c.txt x.TXT ");
+    EXPECT_EQ(getReportCount(), 0);
+}
+
+TEST_F(Report, WithoutAQuotaHasNoLimit) {
+    EXPECT_EQ(getReportCount(), -1);
+    for (const char *name : {"rpt/a.txt", "rpt/b.txt"}) EXPECT_EQ(make(name), REPORT_OK);
+    EXPECT_EQ(listing(), "a.txt b.txt ");
+}
+
+TEST_F(Report, FilesLeftHalfWrittenAreSweptAtTheStart) {
+    dir.write("rpt/.a.txt.part", "half");
+    dir.write("rpt/a.part", "somebody's");
+    initReports();
+    EXPECT_EQ(listing(), "a.part ");
+}
+
+TEST_F(Report, TwoAtOnceDoNotMix) {
+    // Each names its own parameter, place and file; a shared buffer would show in one of them.
+    const auto body = [](const char *word) {
+        return "<report>\n<iterate var=i, from=1, to=300>\n<row cstyle='%s %s'><value>" +
+               std::string(word) + "-${i}</value><value var=site></value></row>\n</iterate>\n";
+    };
+    dir.write("a.tpl", body("left"));
+    dir.write("b.tpl", body("right"));
+    std::atomic<bool> done = false;
+    setUserVar(&kv_urv, "site", "first");
+    std::thread writer([&done] {
+        while (!done) setUserVar(&kv_urv, "site", "another text, of another length");
+    });
+    std::thread other([this] { EXPECT_EQ(make("rpt/a.txt", "in.res", "a.tpl"), REPORT_OK); });
+    EXPECT_EQ(make("rpt/b.txt", "in.res", "b.tpl"), REPORT_OK);
+    other.join();
+    done = true;
+    writer.join();
+    EXPECT_EQ(dir.read("rpt/a.txt").find("right"), std::string::npos);
+    EXPECT_NE(dir.read("rpt/a.txt").find("left-300 "), std::string::npos);
+    EXPECT_EQ(dir.read("rpt/b.txt").find("left"), std::string::npos);
+    EXPECT_NE(dir.read("rpt/b.txt").find("right-300 "), std::string::npos);
+}
+
+}  // namespace

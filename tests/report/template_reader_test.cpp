@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: MIT
+#include "report/template_reader.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "report/include_clause.h"
+#include "report/template_params.h"
+#include "support/log_capture.h"
+#include "support/merge_run.h"
+#include "util/guards.h"
+
+namespace {
+
+// A context that reads "main.tpl" of a directory in which the test runs.
+class Reader {
+public:
+    explicit Reader(std::string_view text) : ctx_(std::make_unique<TemplateContext>()) {
+        run_.file("main.tpl", text);
+        stream_.reset(std::fopen("main.tpl", "rt"));
+        IncludeSpec spec{.file = "main.tpl", .params = nullptr, .flags = 0};
+        pushTemplateFile(ctx_.get(), &spec, stream_.get());
+    }
+    ~Reader() {
+        while (ctx_->fileDepth > 0) popTemplateFile(ctx_.get());
+    }
+    TemplateContext *operator->() { return ctx_.get(); }
+    TemplateContext *get() { return ctx_.get(); }
+    MergeRun &files() { return run_; }
+
+    // Every tag that is left in the current file, with its line.
+    std::vector<std::string> tags() {
+        std::vector<std::string> found;
+        for (;;) {
+            const std::string_view tag = nextTemplateTag(ctx_.get());
+            if (tag.data() == nullptr) return found;
+            found.push_back(std::string(tag) + "@" + getTemplateLine(ctx_.get()));
+        }
+    }
+
+private:
+    MergeRun run_;
+    std::unique_ptr<TemplateContext> ctx_;
+    FileGuard stream_;
+};
+
+using Tags = std::vector<std::string>;
+
+TEST(TemplateReader, FindsTheTagsOfEachLine) {
+    Reader reader("<report>text<!-- note --><section id=a>\n<lost\n<next>\r\n<a><b\n> no\n<last>");
+    EXPECT_EQ(reader.tags(),
+              (Tags{"report@main.tpl:1", "!-- note --@main.tpl:1", "section id=a@main.tpl:1",
+                    "next@main.tpl:3", "a@main.tpl:4", "last@main.tpl:6"}));
+}
+
+TEST(TemplateReader, CutsLinesAt1023CharactersAndCountsThePieces) {
+    const std::string fits = std::string(1019, 'x') + "<a>\n<b>";     // the tag ends at 1022
+    const std::string cut = std::string(1021, 'x') + "<a>y<b>\n<c>";  // the tag is cut in two
+    EXPECT_EQ(Reader(fits).tags(), (Tags{"a@main.tpl:1", "b@main.tpl:2"}));
+    EXPECT_EQ(Reader(cut).tags(), (Tags{"b@main.tpl:2", "c@main.tpl:3"}));
+    // Lines and tags that cross the window's edge are whole.
+    const std::string far = std::string(TEMPLATE_WINDOW_SIZE - 2, '\n') + "<edge>\n<two>";
+    EXPECT_EQ(Reader(far).tags(), (Tags{"edge@main.tpl:8191", "two@main.tpl:8192"}));
+}
+
+TEST(TemplateReader, TakesLiteralTextFromTheNextLineWhenTheTagEndsIts) {
+    Reader reader("<v> a b <w>\nsecond line\nthird<x>");
+    char text[8];
+    EXPECT_EQ(nextTemplateTag(reader.get()), "v");
+    EXPECT_EQ(readTemplateText(reader.get(), text, sizeof text), 0);
+    EXPECT_STREQ(text, " a b ");
+    EXPECT_EQ(nextTemplateTag(reader.get()), "w");
+    EXPECT_EQ(readTemplateText(reader.get(), text, sizeof text), 0);
+    EXPECT_STREQ(text, "second ");  // the rest of a longer run is skipped
+    EXPECT_EQ(readTemplateText(reader.get(), text, sizeof text), 0);
+    EXPECT_STREQ(text, "third");
+    EXPECT_EQ(nextTemplateTag(reader.get()), "x");
+    EXPECT_EQ(readTemplateText(reader.get(), text, sizeof text), -1);
+}
+
+TEST(TemplateReader, GoesBackToAPositionNearAndFar) {
+    // The body is longer than the window, so that going back leaves it.
+    const std::string body = "<first>\n" + std::string(2 * TEMPLATE_WINDOW_SIZE, '\n') + "<end>\n";
+    Reader reader("<start>\n" + body);
+    EXPECT_EQ(nextTemplateTag(reader.get()), "start");
+    const std::int64_t position = templateTell(reader.get());
+    EXPECT_EQ(position, 8);
+    for (int pass = 0; pass < 2; ++pass) {
+        EXPECT_EQ(reader.tags(), (Tags{"first@main.tpl:2", "end@main.tpl:16387"}));
+        templateSeek(reader.get(), position, 1);
+    }
+}
+
+TEST(TemplateReader, IncludesFilesBesideTheCurrentOneWithTheirParameters) {
+    Reader reader("<main>");
+    reader.files().file("parts/h.tpl", "<head ${a}>\n");
+    reader.files().file("parts/deep.tpl", "<deep>\n");
+    const LogCapture log;
+    ASSERT_EQ(includeTemplate(reader.get(), "file='parts/h.tpl( a : 1 ; b:  two)'"), MERGE_OK);
+    EXPECT_STREQ(getTemplateLine(reader.get()), "parts/h.tpl:0");
+    EXPECT_STREQ(expandTemplateString(reader.get(), "${a}-${b}").data(), "1-two");
+    // Relative to the including file; its parameters are not seen there.
+    ASSERT_EQ(includeTemplate(reader.get(), "file=deep.tpl"), MERGE_OK);
+    EXPECT_EQ(reader.tags(), (Tags{"deep@parts/deep.tpl:1"}));
+    EXPECT_EQ(expandTemplateString(reader.get(), "${a}").data(), nullptr);
+    popTemplateFile(reader.get());
+    EXPECT_EQ(reader.tags(), (Tags{"head ${a}@parts/h.tpl:1"}));
+    EXPECT_EQ(log.text(), "Error in parts/deep.tpl:2: Parameter 'a' not defined.\n");
+}
+
+TEST(TemplateReader, RefusesIncludesThatCannotBe) {
+    Reader reader("<main>");
+    reader.files().file("sub.tpl", "<sub>");
+    reader.files().dir().makeDir("folder");
+    const std::string longName(70, 'n');
+    struct Case {
+        std::string args;
+        int result;
+        std::string log;
+    };
+    const Case cases[] = {
+        {"file=none.tpl", MERGE_TEMPLATE_ERROR,
+         "Error in main.tpl:0: file 'none.tpl' not found.\n"},
+        {"file=none.tpl, optional", MERGE_OK, ""},
+        {"file=folder", MERGE_TEMPLATE_ERROR, "Error in main.tpl:0: file 'folder' not found.\n"},
+        {"file=", MERGE_TEMPLATE_ERROR,
+         "Error in main.tpl:0: missing section 'file' in template.\n"},
+        {"path=sub.tpl", MERGE_TEMPLATE_ERROR,
+         "Error in main.tpl:0: unknown argument 'path' in 'include' clause.\n"},
+        {"file=sub.tpl(a:${b})", MERGE_OK,  // once as a value, once as a parameter's
+         "Error in main.tpl:0: Parameter 'b' not defined.\n"
+         "Error in main.tpl:0: Parameter 'b' not defined.\n"},
+        {"file=" + longName + ", optional", MERGE_OK,
+         "Warning: path '" + longName.substr(0, 63) + "' was cut at 63 characters.\n"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.args);
+        const LogCapture log;
+        EXPECT_EQ(includeTemplate(reader.get(), c.args), c.result);
+        EXPECT_EQ(log.text(), c.log);
+        if (reader->fileDepth > 1) popTemplateFile(reader.get());
+    }
+    const LogCapture log;
+    while (reader->fileDepth < TEMPLATE_MAX_FILES)
+        ASSERT_EQ(includeTemplate(reader.get(), "file=sub.tpl"), MERGE_OK);
+    EXPECT_EQ(includeTemplate(reader.get(), "file=sub.tpl"), MERGE_TEMPLATE_ERROR);
+    EXPECT_EQ(log.text(), "Error in sub.tpl:0: too many nested files.\n");
+}
+
+TEST(TemplateParams, SplitAnArgumentIntoNameAndValue) {
+    struct Case {
+        const char *text;
+        char separator;
+        const char *name;
+        const char *value;
+    };
+    const Case cases[] = {
+        {"  id = 'My Section'x", '=', "id", "My Section"},
+        {"id=My Section ", '=', "id", "My Section "},
+        {"top 2", '=', "top", "2"},
+        {"optional", '=', "optional", ""},
+        {"==x", '=', "", "x"},
+        {"\tid=x", '=', "\tid", "x"},
+        {"a b c", ':', "a", "b c"},
+        {"a : = b", ':', "a", "= b"},
+        {"v=\"it's", '=', "v", "it's"},
+        {"0123456789abcdefgh=x", '=', "0123456789abcde", "fgh=x"},
+    };
+    Reader reader("");
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.text);
+        ParsedArg arg;
+        EXPECT_EQ(parseClauseArg(reader.get(), c.text, c.separator, TEMPLATE_TEXT_SIZE, &arg),
+                  MERGE_OK);
+        EXPECT_EQ(arg.name, c.name);
+        EXPECT_STREQ(arg.value.data(), c.value);
+    }
+    // A failed expansion leaves the text as it stood; a short buffer cuts.
+    const LogCapture log;
+    ParsedArg arg;
+    EXPECT_EQ(parseClauseArg(reader.get(), "a=${b}", '=', 5, &arg), MERGE_TEMPLATE_ERROR);
+    EXPECT_STREQ(arg.value.data(), "${b}");
+    EXPECT_EQ(parseClauseArg(reader.get(), "a=12345", '=', 5, &arg), MERGE_OK);
+    EXPECT_STREQ(arg.value.data(), "1234");
+}
+
+TEST(TemplateParams, ExpandReferencesToTheFilesParameters) {
+    Reader reader("");
+    TemplateParam **params = currentParams(reader.get());
+    setTemplateParam(params, " a ", "  1 ");
+    setTemplateParam(params, "b", "2");
+    setTemplateParam(params, "a", "${b}");  // replaces, and is not expanded again
+    setTemplateParam(params, "sixteen-letters-", std::string(80, 'v').c_str());
+    setTemplateParam(params, "  ", "nothing");
+    setTemplateParamInt(params, "n", INT32_MIN);
+    const std::string full(511, 'x');
+    const std::string longest = full.substr(1) + "2";
+    const std::string value(63, 'v');
+    struct Case {
+        std::string text;
+        const char *expansion;  // null: refused
+        std::string log;
+    };
+    const Case cases[] = {
+        {"x}$ {a}", "x}$ {a}", ""},
+        {"<${a}${b}>${n}", "<${b}2>-2147483648", ""},
+        {"${sixteen-letters}", value.c_str(), ""},
+        {full, full.c_str(), ""},
+        {full.substr(1) + "${b}", longest.c_str(), ""},
+        {full + "${b}", nullptr, "Error in main.tpl:0: Expanded string is too long.\n"},
+        {full + "x", nullptr, "Error in main.tpl:0: Expanded string is too long.\n"},
+        {"${a", nullptr, "Error in main.tpl:0: Missing '}' in expression.\n"},
+        {"${ a}", nullptr, "Error in main.tpl:0: Parameter ' a' not defined.\n"},
+        {"${}", nullptr, "Error in main.tpl:0: Parameter '' not defined.\n"},
+        {"${sixteen-letters-and-more}", nullptr,
+         "Error in main.tpl:0: Parameter 'sixteen-letters-and-more' not defined.\n"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.text);
+        const LogCapture log;
+        EXPECT_STREQ(expandTemplateString(reader.get(), c.text.c_str()).data(), c.expansion);
+        EXPECT_EQ(log.text(), c.log);
+    }
+}
+
+}  // namespace
