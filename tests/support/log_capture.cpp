@@ -8,6 +8,18 @@
 
 #include "dmon/dmon.h"
 
+std::string withoutStamps(const std::string &log) {
+    std::istringstream lines(log);
+    std::string messages;
+    for (std::string line; std::getline(lines, line);) {
+        // "2026-05-01T10:15:00.123Z 2 text"; what does not look so is passed on as it is.
+        const bool stamped = line.size() >= 27 && line[10] == 'T' && line[23] == 'Z';
+        messages += stamped ? line.substr(27) : line;
+        messages += '\n';
+    }
+    return messages;
+}
+
 LogCapture::LogCapture(int level)
     : savedStderr_(dup(STDERR_FILENO)),
       savedLevel_(dmon_level()),
@@ -26,13 +38,5 @@ LogCapture::~LogCapture() {
 std::string LogCapture::text() const {
     std::string raw(static_cast<std::size_t>(lseek(file_, 0, SEEK_END)), '\0');
     if (pread(file_, raw.data(), raw.size(), 0) != static_cast<ssize_t>(raw.size())) return {};
-    std::istringstream lines(raw);
-    std::string messages;
-    for (std::string line; std::getline(lines, line);) {
-        // "2026-05-01T10:15:00.123Z 2 text"; what does not look so is passed on as it is.
-        const bool stamped = line.size() >= 27 && line[10] == 'T' && line[23] == 'Z';
-        messages += stamped ? line.substr(27) : line;
-        messages += '\n';
-    }
-    return messages;
+    return withoutStamps(raw);
 }

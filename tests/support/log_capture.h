@@ -4,6 +4,9 @@
 
 #include <string>
 
+// The messages of a log, without what dmon_log puts in front of each.
+std::string withoutStamps(const std::string &log);
+
 class LogCapture {
 public:
     // Lets messages up to `level` through.
