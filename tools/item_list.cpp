@@ -1,0 +1,300 @@
+// SPDX-License-Identifier: MIT
+#include "item_list.h"
+
+#include <bit>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "dmon/dmon.h"
+#include "results/results.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// Elements of an array that the text list shows one by one.
+constexpr std::size_t ELEMENTS_SHOWN = 8;
+
+constexpr const char *kindNames[] = {
+    "selection",           "bit set", "UINT32", "INT32", "UINT64", "FLOAT", "DOUBLE", "counter",
+    "UINT32 with seconds", "array"};
+
+// The conversion of a row's cstyle that prints a value of this type.
+struct TypeFormat {
+    std::string_view type, conversion;
+};
+constexpr TypeFormat typeFormats[] = {{"string", "%s"},   {"UINT32", "%u"}, {"INT32", "%d"},
+                                      {"UINT64", "%llu"}, {"FLOAT", "%f"},  {"DOUBLE", "%f"}};
+
+std::string_view conversionFor(std::string_view type) {
+    for (const TypeFormat &format : typeFormats)
+        if (format.type == type) return format.conversion;
+    return "";
+}
+
+// ---- the list ----
+
+// Whether the text stands in a template's argument as it is and leads to the register: equal names
+// hide each other, and some characters mean something else there.
+bool reaches(const std::string &link, const Results *results, const RegisterRecord *reg) {
+    if (link.find_first_of(",<>'\"") != std::string::npos || link.find("${") != std::string::npos)
+        return false;
+    std::string text = link;
+    return getAppItemResult(text.data(), results, nullptr, nullptr) == reg;
+}
+
+// The double that reads like the float: 11.9 instead of 11.899999618530273.
+double shortest(float value) {
+    char digits[32];
+    *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
+    return std::strtod(digits, nullptr);
+}
+
+// Labels as a report shows them before any translation: a missing one is its number.
+std::string selectionText(const RegisterRecord &reg) {
+    const auto &selection = reg.as.selection;
+    return selection.label != nullptr ? selection.label : std::to_string(selection.selValue);
+}
+
+std::string bitSetText(const RegisterRecord &reg) {
+    std::string joined;
+    std::uint32_t bits = reg.as.bitSet.bits;
+    for (std::int32_t i = 0; i < reg.as.bitSet.labelCount && bits != 0; ++i, bits &= bits - 1) {
+        const char *label = reg.as.bitSet.labels[i];
+        if (i > 0) joined += ',';
+        joined += label != nullptr ? label : std::to_string(std::countr_zero(bits));
+    }
+    return joined;
+}
+
+// The texts and values of one register.
+class LinkList {
+public:
+    LinkList(const Results *results, const Results *app, const RegisterRecord *reg)
+        : base_(std::string(app->name) + '@' + reg->name),
+          reachable_(reaches(base_, results, reg)),
+          valid_(reg->valid != 0) {}
+
+    void add(const std::string &suffix, const char *type, Json value) {
+        links_.push_back({{"link", reachable_ ? Json(base_ + suffix) : Json()},
+                          {"type", type},
+                          {"value", valid_ ? std::move(value) : Json()}});
+    }
+    Json take() { return std::move(links_); }
+
+private:
+    std::string base_;
+    bool reachable_;
+    bool valid_;
+    Json links_ = Json::array();
+};
+
+template <class Range>
+void addRange(LinkList *links, const char *type, const Range &range) {
+    links->add("", type, range.value);
+    links->add(":min", type, range.min);
+    links->add(":max", type, range.max);
+}
+
+void addArray(LinkList *links, const RegisterRecord &reg) {
+    const auto *data = reinterpret_cast<const char *>(reg.as.array.data);
+    links->add("", "string",
+               data != nullptr ? std::string(data, strnlen(data, reg.as.array.length)) : "");
+    if (data == nullptr) return;
+    for (std::size_t i = 0; (i + 1) * sizeof(std::uint32_t) <= resultsArrayBytes(&reg); ++i) {
+        std::uint32_t element = 0;
+        std::memcpy(&element, data + i * sizeof element, sizeof element);
+        links->add('[' + std::to_string(i) + ']', "UINT32", element);
+    }
+}
+
+Json linksOf(const Results *results, const Results *app, const RegisterRecord &reg) {
+    LinkList links(results, app, &reg);
+    switch (reg.kind) {
+        case VORN_REG_SELECTION:
+            links.add("", "string", selectionText(reg));
+            break;
+        case VORN_REG_BITSET:
+            links.add("", "string", bitSetText(reg));
+            break;
+        case VORN_REG_UINT32:
+            addRange(&links, "UINT32", reg.as.u32);
+            break;
+        case VORN_REG_INT32:
+            addRange(&links, "INT32", reg.as.i32);
+            break;
+        case VORN_REG_UINT64:
+            addRange(&links, "UINT64", reg.as.u64);
+            break;
+        case VORN_REG_FLOAT:
+            links.add("", "FLOAT", shortest(reg.as.f32.value));
+            break;
+        case VORN_REG_DOUBLE:
+            links.add("", "DOUBLE", reg.as.f64.value);
+            break;
+        case VORN_REG_COUNTER:
+            links.add("", "UINT64", reg.as.counter.value);
+            links.add(":rate", "DOUBLE", reg.as.counter.rate);
+            links.add(":secs", "UINT32", reg.as.counter.secs);
+            break;
+        case VORN_REG_UINT32_SECS:
+            links.add("", "UINT32", reg.as.u32Secs.value);
+            links.add(":secs", "UINT32", reg.as.u32Secs.secs);
+            break;
+        case VORN_REG_ARRAY:
+            addArray(&links, reg);
+            break;
+        default:
+            break;
+    }
+    return links.take();
+}
+
+// A global variable names its application by the first letters: an earlier one may stand before it.
+bool globalReaches(const Results *results, const Results *app) {
+    const std::string_view name = app->name;
+    for (; results != app; results = results->next)
+        if (std::string_view(results->name).substr(0, name.size()) == name) return false;
+    return name.find_first_of(",<>'\"") == std::string_view::npos;
+}
+
+Json timesOf(const Results *results, const Results *app) {
+    const std::pair<const char *, std::uint32_t> times[] = {
+        {"%start-time", app->startTime},         {"%stop-time", app->stopTime},
+        {"%restart-time", app->restartTime},     {"%elapsed-time", app->elapsedTime},
+        {"%powerfail-time", app->powerfailTime},
+    };
+    const bool reachable = globalReaches(results, app);
+    Json list = Json::array();
+    for (const auto &[name, value] : times)
+        list.push_back({{"name", name},
+                        {"global", reachable ? Json(std::string(app->name) + '@' + name) : Json()},
+                        {"type", "UINT32"},
+                        {"value", value}});
+    return list;
+}
+
+Json itemList(const Results *results) {
+    // A text that reaches nothing is a finding here, not an error.
+    const int level = dmon_level();
+    dmon_set_level(0);
+    Json apps = Json::array();
+    for (const Results *app = results; app != nullptr; app = app->next) {
+        Json registers = Json::array();
+        for (std::int32_t i = 0; i < app->regCount; ++i) {
+            const RegisterRecord &reg = app->regs[i];
+            Json entry = {
+                {"name", reg.name}, {"kind", kindNames[reg.kind]}, {"valid", reg.valid != 0}};
+            if (reg.kind == VORN_REG_ARRAY) entry["length"] = reg.as.array.length;
+            entry["links"] = linksOf(results, app, reg);
+            registers.push_back(std::move(entry));
+        }
+        apps.push_back({{"name", app->name},
+                        {"status", app->status},
+                        {"times", timesOf(results, app)},
+                        {"registers", std::move(registers)}});
+    }
+    dmon_set_level(level);
+    return {{"applications", std::move(apps)}};
+}
+
+// ---- for reading ----
+
+// Results files hold what their maker wrote: nothing of it may drive the terminal. JSON escapes
+// control characters and marks what is no UTF-8; DEL and the 8-bit controls are left to us.
+std::string printable(const std::string &text) {
+    const std::string escaped = Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+    std::string shown;
+    for (std::size_t i = 1; i + 1 < escaped.size(); ++i) {
+        const bool control =
+            escaped[i] == '\xC2' && static_cast<unsigned char>(escaped[i + 1]) < 0xA0;
+        shown += control || escaped[i] == '\x7F' ? '?' : escaped[i];
+        if (control) ++i;
+    }
+    return shown;
+}
+
+std::string shownValue(const Json &value) {
+    if (value.is_null()) return "----";
+    return value.is_string() ? printable(value) : value.dump();
+}
+
+// A whole array is a text only if its maker stored one.
+std::string shownArray(const Json &value) {
+    const std::string shown = shownValue(value);
+    return value.is_null() || (shown == value && !shown.empty()) ? shown : "(no text)";
+}
+
+void addLine(std::string *out, const std::string &argument, std::string_view kind,
+             std::string_view conversion, const std::string &value) {
+    char columns[256];
+    std::snprintf(columns, sizeof columns, "  %-40s %-20.*s %-5.*s ", argument.c_str(),
+                  static_cast<int>(kind.size()), kind.data(), static_cast<int>(conversion.size()),
+                  conversion.data());
+    *out += columns + value + '\n';
+}
+
+std::string utcTime(std::uint32_t seconds) {
+    const std::time_t time = seconds;
+    std::tm parts{};
+    char text[32] = "";
+    if (gmtime_r(&time, &parts) != nullptr)
+        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts);
+    return text;
+}
+
+// The argument to write, or that there is none.
+std::string shownArgument(const char *argument, const Json &text, const Json &name) {
+    if (text.is_null())
+        return printable("(no " + std::string(argument) + " reaches " + name.get<std::string>() +
+                         ')');
+    return printable(std::string(argument) + '=' + text.get<std::string>());
+}
+
+void addTimes(std::string *out, const Json &times) {
+    for (const Json &time : times) {
+        std::string shown = shownValue(time["value"]);
+        const auto value = time["value"].get<std::uint32_t>();
+        if (value != 0 && time["name"] != "%elapsed-time") shown += "  " + utcTime(value);
+        addLine(out, shownArgument("global", time["global"], time["name"]), "time",
+                conversionFor("UINT32"), shown);
+    }
+}
+
+void addRegister(std::string *out, const Json &reg) {
+    const Json &links = reg["links"];
+    const std::size_t shown = links.size() > ELEMENTS_SHOWN + 2 ? ELEMENTS_SHOWN + 1 : links.size();
+    for (std::size_t i = 0; i < shown; ++i) {
+        const Json &link = links[i];
+        const bool wholeArray = i == 0 && reg["kind"] == "array";
+        addLine(out, shownArgument("link", link["link"], reg["name"]),
+                reg["kind"].get<std::string>(), conversionFor(link["type"].get<std::string>()),
+                wholeArray ? shownArray(link["value"]) : shownValue(link["value"]));
+    }
+    if (shown < links.size())
+        addLine(out, "...", "", "", "up to index [" + std::to_string(links.size() - 2) + "]");
+}
+
+}  // namespace
+
+std::string itemListJson(const Results *results) {
+    return itemList(results).dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+std::string itemListText(const Results *results) {
+    const Json list = itemList(results);
+    std::string out;
+    for (const Json &app : list["applications"]) {
+        out += "application " + printable(app["name"]) + ", status " + app["status"].dump() + '\n';
+        addTimes(&out, app["times"]);
+        for (const Json &reg : app["registers"]) addRegister(&out, reg);
+    }
+    return out;
+}
