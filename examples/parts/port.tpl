@@ -1,7 +1,7 @@
 <!-- SPDX-License-Identifier: MIT -->
 <!-- One port. Parameters: app, its application; number, as the front panel names it. -->
 <section id=port${number}, bottom=0>
-<css style=font-family:Helvetica-Bold;font-size:13>
+<css style=font-family:Helvetica-Bold;font-size:12>
 <row cstyle='%s %s'><value dict>port</value><value>${number}</value></row>
 <css style=font-family:Courier;font-size:10>
 <row cstyle='  %-22s %20s'><value dict>link</value><value link=${app}@link></value></row>
@@ -18,9 +18,9 @@
 <row cstyle='  %-22s %20s %20s'><value dict>bytes</value><value link=${app}@rxBytes, conv=units(B=1:%.0f;kB=1000:%.2f;MB=1000000;GB=1000000000)></value><value link=${app}@txBytes, conv=units(B=1:%.0f;kB=1000:%.2f;MB=1000000;GB=1000000000)></value></row>
 <row cstyle='  %-22s %20s %20s'><value dict>rate</value><value link=${app}@rxBytes:rate, conv=units(bit/s=1:%.0f;kbit/s=1000:%.2f;Mbit/s=1000000)></value><value link=${app}@txBytes:rate, conv=units(bit/s=1:%.0f;kbit/s=1000:%.2f;Mbit/s=1000000)></value></row>
 <row cstyle='  %-22s %20u'><value dict>errors</value><value link=${app}@rxErrors></value></row>
-<row cstyle='  %-22s %20u'><value dict>errors.max</value><value link=${app}@rxErrors:max></value></row>
+<row cstyle='    %-20s %20u'><value dict>errors.max</value><value link=${app}@rxErrors:max></value></row>
 <row cstyle='  %-22s %20u'><value dict>link.lost</value><value link=${app}@lost></value></row>
-<row cstyle='  %-22s %20s'><value dict>link.lost.time</value><value link=${app}@lost:secs, conv=time></value></row>
+<row cstyle='    %-20s %20s'><value dict>link.lost.time</value><value link=${app}@lost:secs, conv=time></value></row>
 
 <section id=sizes, bottom=0>
 <row cstyle='  %-22s %20s'><value dict>sizes</value><value dict>received</value></row>
