@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// The commands to the listener's configuration thread, which does all work on subscriptions, and
+// the queue that carries them there. Everything here may be called from any thread once
+// initCommandQueue has run.
+#pragma once
+
+#include <cstdint>
+
+#include "core/subscription.h"
+#include "vorn/plugin.h"
+
+enum CommandCode : std::int32_t {
+    CMD_START_SUBS,
+    CMD_STOP_SUBS,
+    CMD_SYNC,
+    CMD_APP_CREATED,
+    CMD_APP_DESTROYED,
+    CMD_SET_TEMPLATE,
+    CMD_UPDATE_QUOTAS,
+    CMD_DELETE_ALL,
+    CMD_COUNT
+};
+
+// Applications are known to the listener by their first 8 characters.
+constexpr int APP_NAME_SIZE = 9;
+
+// A command: each member begins with the code, which says which of them holds the fields. From
+// malloc; it belongs to the queue until the configuration thread takes it, and then to that thread.
+union MeasCommand {
+    struct {
+        std::int32_t code;
+    } any;
+    struct {
+        std::int32_t code;
+        char name[NAME_SIZE];
+        Subscription *subscription;  // owned, from malloc; null in a stop command
+    } subs;
+    struct {
+        std::int32_t code;
+        char name[APP_NAME_SIZE];
+        std::int32_t startTime;  // seconds since 1970-01-01 UTC, 0: not known; CMD_SYNC only
+    } app;
+    struct {
+        std::int32_t code;
+        char name[9];  // of the subscription: longer ones cannot be named here
+        char templateName[64];
+    } setTemplate;
+};
+static_assert(sizeof(MeasCommand) == 80);
+
+enum PostResult : int {
+    POST_OK = 0,
+    POST_REFUSED = -1,  // the queue was full
+};
+
+// At most this many commands wait; one more is refused.
+constexpr int COMMAND_QUEUE_SIZE = 50;
+constexpr std::uint32_t COMMAND_KEY = 1;
+
+extern MsgQueue commandQueue;
+
+// Makes the empty queue. Called once, before any other operation here. MQ_OK.
+int initCommandQueue();
+
+// A zeroed command of this code, or null when there is no memory.
+MeasCommand *newCommand(CommandCode code);
+
+// Queues a command and takes it over. POST_REFUSED, after a message, when the queue is full or the
+// command is null: then the command is released, but not a start command's subscription.
+int postCommand(MeasCommand *command);
+
+// Releases a command that nobody handled, with a start command's subscription.
+void freeCommand(void *command);
+
+// The operations that start the service and serve its clients post. POST_OK or POST_REFUSED.
+
+// Installs a subscription. The record, from malloc, is the listener's when POST_OK is returned and
+// stays the caller's otherwise.
+int startMeasSubs(Subscription *subscription);
+
+// Removes an installed subscription; its files stay.
+int stopMeasSubs(const char *name);
+
+// Sets a subscription's template for automatic reports. Only subscriptions whose names have at most
+// 8 characters can be reached: of a longer name the first 8 are looked for.
+int setSubsTemplate(const char *name, const char *templateName);
+
+// Takes maximum and full action of all results quotas from the options.
+int updateAllSubsQuotas();
+
+// Deletes the results files of all installed subscriptions.
+int deleteAllSubsFiles();

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#include "listener/meas_sync.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <string_view>
+
+#include <sys/msg.h>
+#include <unistd.h>
+
+#include "dmon/dmon.h"
+#include "listener/apx_records.h"
+#include "listener/commands.h"
+#include "listener/listener.h"
+#include "okra/okra.h"
+#include "storage/strings.h"
+
+namespace {
+
+enum KelpEventType : long { EVENT_APP = 1, EVENT_SYNC = 2 };
+
+// Bits of an application event's mask.
+constexpr std::uint32_t APP_CREATED = 1U << 0;
+constexpr std::uint32_t APP_DESTROYED = 1U << 1;
+
+constexpr std::uint8_t STATE_SYNCHRONISED = 2;
+
+// A message as msgrcv delivers it. Its type is as wide as the machine's long, but the positions of
+// the fields after it count as if it had 4 bytes.
+struct KelpEvent {
+    long type;
+    char text[3988];
+};
+constexpr std::size_t TYPE_SIZE = 4;
+constexpr std::size_t MASK_POSITION = 4 - TYPE_SIZE;
+constexpr std::size_t EVENT_NAME_POSITION = 8 - TYPE_SIZE;
+constexpr std::size_t SYNC_NAME_POSITION = 4 - TYPE_SIZE;
+constexpr std::size_t SYNC_NAME_SIZE = 16;
+constexpr std::size_t STATE_POSITION = 20 - TYPE_SIZE;
+
+// How long an event waits for a place in the full command queue before it is dropped. Applications
+// that synchronise together post more commands at once than the queue holds; the first save makes
+// room. Meanwhile further messages are safe in the registry's queue.
+constexpr int PLACE_TRIES = 100;
+constexpr timespec PLACE_PAUSE = {0, 10'000'000};
+
+void postEvent(MeasCommand *command) {
+    for (int i = 0; i < PLACE_TRIES && mqNumElems(&commandQueue) >= COMMAND_QUEUE_SIZE; ++i)
+        nanosleep(&PLACE_PAUSE, nullptr);
+    postCommand(command);
+}
+
+void postAppCommand(CommandCode code, const char *name, std::int32_t startTime) {
+    MeasCommand *command = newCommand(code);
+    if (command != nullptr) {
+        copyPiece(command->app.name, name);
+        command->app.startTime = startTime;
+    }
+    postEvent(command);
+}
+
+// The start time of a running application's measurement, or 0 after a message.
+std::int32_t readStartTime(const char *name) {
+    TimeRecord time{};
+    const int error = APX_Get_Time_Info(APX_Get_Handle(name), 0, &time);
+    if (error == 0) return time.startTime;
+    dmon_log(1, "Error getting start time of '%s': %s.\n", name, APX_Error(error));
+    return 0;
+}
+
+// Takes a name, which ends at a NUL or with the message.
+void readName(char (&name)[APP_NAME_SIZE], std::string_view field) {
+    copyPiece(name, field.substr(0, field.find('\0')));
+}
+
+// Messages that are too short for their fields say nothing: the queue is open to every process.
+
+void onAppEvent(std::string_view text) {
+    if (text.size() <= EVENT_NAME_POSITION) return;
+    std::uint32_t mask = 0;
+    std::memcpy(&mask, text.data() + MASK_POSITION, sizeof mask);
+    char name[APP_NAME_SIZE];
+    readName(name, text.substr(EVENT_NAME_POSITION));
+    dmon_log(2, "App event received. Event mask =0x%04X.\n", mask);
+    if ((mask & APP_CREATED) != 0) postAppCommand(CMD_APP_CREATED, name, 0);
+    if ((mask & APP_DESTROYED) != 0) postAppCommand(CMD_APP_DESTROYED, name, 0);
+}
+
+void onSyncResponse(std::string_view text) {
+    if (text.size() <= STATE_POSITION) return;
+    char name[APP_NAME_SIZE];
+    readName(name, text.substr(SYNC_NAME_POSITION, SYNC_NAME_SIZE));
+    const auto state = static_cast<std::uint8_t>(text[STATE_POSITION]);
+    dmon_log(2, "Sync response from %s, sync=%d.\n", name, state);
+    if (state == STATE_SYNCHRONISED) postAppCommand(CMD_SYNC, name, readStartTime(name));
+}
+
+}  // namespace
+
+void *measSyncThread(void *) {
+    constexpr unsigned RETRY_SECONDS = 5;
+    KelpEvent event;
+    for (;;) {
+        // A message longer than the buffer would stay in the queue for ever if it were not cut.
+        const ssize_t size = msgrcv(kelpQueueId, &event, sizeof event.text, 0, MSG_NOERROR);
+        if (size < 0) {
+            if (errno != EINTR) sleep(RETRY_SECONDS);
+            continue;
+        }
+        const std::string_view text(event.text, static_cast<std::size_t>(size));
+        if (event.type == EVENT_APP)
+            onAppEvent(text);
+        else if (event.type == EVENT_SYNC)
+            onSyncResponse(text);
+    }
+}

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+#include "listener/watched_apps.h"
+
+#include <cstdlib>
+
+#include <unistd.h>
+
+#include "dmon/dmon.h"
+#include "listener/apx_records.h"
+#include "listener/listener.h"
+#include "okra/okra.h"
+#include "storage/strings.h"
+#include "util/guards.h"
+
+namespace {
+
+KvStore appTable;  // application name -> AppEntry, from malloc
+
+// What stands in the table for an application of a subscription.
+struct AppKey {
+    char text[APP_NAME_SIZE];
+
+    explicit AppKey(const char *name) { copyPiece(text, name); }
+};
+
+int createChangeList(std::int32_t handle) {
+    ChangeListRequest request{};
+    request.kind = 2;
+    copyPiece(request.listName, CHANGE_LIST_NAME);
+    request.queueId = kelpQueueId;
+    request.setting28 = 1;
+    request.setting32 = 2;
+    return APX_Create_Chg_List(handle, &request, sizeof request);
+}
+
+void unwatchApp(AppEntry *entry) {
+    entry->active = 0;
+    APX_Kill_Chg_List(entry->handle, CHANGE_LIST_NAME);
+}
+
+// A new entry in the table, watched when the application runs; null without memory.
+AppEntry *addWatchedApp(const AppKey &key) {
+    HeapGuard<AppEntry> entry(static_cast<AppEntry *>(std::calloc(1, sizeof(AppEntry))));
+    if (!entry) return nullptr;
+    copyPiece(entry->name, key.text);
+    if (kvAdd(&appTable, entry->name, entry.get()) != KV_OK) return nullptr;
+    watchApp(entry.get());
+    return entry.release();
+}
+
+}  // namespace
+
+int initWatchedApps() {
+    return kvInit(&appTable, 0, nullptr);
+}
+
+void freeWatchedApps() {
+    kvFree(&appTable);
+}
+
+AppEntry *findWatchedApp(const char *name) {
+    return static_cast<AppEntry *>(kvGet(&appTable, name));
+}
+
+void holdApp(const char *name) {
+    const AppKey key(name);
+    AppEntry *entry = findWatchedApp(key.text);
+    if (entry == nullptr) entry = addWatchedApp(key);
+    if (entry != nullptr) ++entry->refCount;
+}
+
+void releaseApp(const char *name) {
+    const AppKey key(name);
+    AppEntry *entry = findWatchedApp(key.text);
+    if (entry == nullptr) return;
+    if (entry->refCount > 0) --entry->refCount;
+    if (entry->refCount > 0) return;
+    unwatchApp(entry);
+    kvDel(&appTable, key.text);
+}
+
+int watchApp(AppEntry *entry) {
+    constexpr unsigned RETRY_SECONDS = 1;
+    entry->handle = APX_Get_Handle(entry->name);
+    if (entry->handle < 0) {
+        dmon_log(2, "Application '%s' not found. Subscription delayed.\n", entry->name);
+        return WATCH_NO_APP;
+    }
+    TimeRecord time{};
+    if (APX_Get_Time_Info(entry->handle, 0, &time) != 0) {
+        entry->active = 0;
+        dmon_log(2, "Application '%s' has measurements disabled. Ignored.\n", entry->name);
+        return WATCH_OK;
+    }
+    int error = createChangeList(entry->handle);
+    if (error != 0) {
+        // A list of ours may be left over from a process that was killed.
+        APX_Kill_Chg_List(entry->handle, CHANGE_LIST_NAME);
+        sleep(RETRY_SECONDS);
+        error = createChangeList(entry->handle);
+    }
+    if (error != 0) {
+        dmon_log(1, "Could not subscribe to changes in app '%s': %s.\n", entry->name,
+                 APX_Error(error));
+        return WATCH_REFUSED;
+    }
+    entry->active = 1;
+    dmon_log(2, "Created sync change list on app '%s'.\n", entry->name);
+    return WATCH_OK;
+}

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "listener/commands.h"
+
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "support/log_capture.h"
+#include "util/guards.h"
+
+namespace {
+
+HeapGuard<MeasCommand> take() {
+    return HeapGuard<MeasCommand>(
+        static_cast<MeasCommand *>(mqGet(&commandQueue, nullptr, nullptr, VORN_NO_WAIT)));
+}
+
+// What a start command owns; the leak check of the sanitizers sees when nobody releases it.
+Subscription *record(const char *name) {
+    auto *subscription = static_cast<Subscription *>(std::calloc(1, sizeof(Subscription)));
+    std::string(name).copy(subscription->name, NAME_SIZE - 1);
+    return subscription;
+}
+
+TEST(Commands, CarryTheirFieldsInTheOrderPostedWithNamesCutToFit) {
+    ASSERT_EQ(initCommandQueue(), MQ_OK);
+    Subscription *subscription = record("fifteen-letters");
+    EXPECT_EQ(startMeasSubs(subscription), POST_OK);
+    EXPECT_EQ(stopMeasSubs("sixteen-letters-"), POST_OK);
+    EXPECT_EQ(setSubsTemplate("ninechars", std::string(70, 't').c_str()), POST_OK);
+    EXPECT_EQ(updateAllSubsQuotas(), POST_OK);
+    EXPECT_EQ(deleteAllSubsFiles(), POST_OK);
+
+    const HeapGuard<MeasCommand> start = take();
+    EXPECT_EQ(start->any.code, CMD_START_SUBS);
+    EXPECT_STREQ(start->subs.name, "fifteen-letters");
+    EXPECT_EQ(start->subs.subscription, subscription);
+    std::free(subscription);
+    const HeapGuard<MeasCommand> stop = take();
+    EXPECT_EQ(stop->any.code, CMD_STOP_SUBS);
+    EXPECT_STREQ(stop->subs.name, "sixteen-letters");
+    const HeapGuard<MeasCommand> setTemplate = take();
+    EXPECT_EQ(setTemplate->any.code, CMD_SET_TEMPLATE);
+    EXPECT_STREQ(setTemplate->setTemplate.name, "ninechar");
+    EXPECT_STREQ(setTemplate->setTemplate.templateName, std::string(63, 't').c_str());
+    EXPECT_EQ(take()->any.code, CMD_UPDATE_QUOTAS);
+    EXPECT_EQ(take()->any.code, CMD_DELETE_ALL);
+    EXPECT_EQ(take(), nullptr);
+}
+
+TEST(Commands, AreRefusedByAFullQueueWhichLeavesTheCallerItsSubscription) {
+    ASSERT_EQ(initCommandQueue(), MQ_OK);
+    LogCapture log;
+    for (int i = 0; i < COMMAND_QUEUE_SIZE; ++i) ASSERT_EQ(startMeasSubs(record("tx")), POST_OK);
+    EXPECT_EQ(log.text(), "");
+
+    Subscription *refused = record("late");
+    EXPECT_EQ(startMeasSubs(refused), POST_REFUSED);
+    EXPECT_EQ(log.text(), "Overflow in command queue.\n");
+    EXPECT_STREQ(refused->name, "late");
+    std::free(refused);
+
+    mqFlush(&commandQueue);  // releases the fifty records with their commands
+    EXPECT_EQ(stopMeasSubs("tx"), POST_OK);
+    mqFree(&commandQueue);
+}
+
+}  // namespace
