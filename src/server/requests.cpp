@@ -1,0 +1,306 @@
+// SPDX-License-Identifier: MIT
+// The handlers of clients' requests. What a client sends is checked here, before it becomes part of
+// a path; what concerns subscriptions is then only posted to the listener's thread.
+#include "server/requests.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include "core/options.h"
+#include "core/subscription.h"
+#include "dmon/dmon.h"
+#include "listener/commands.h"
+#include "report/report.h"
+#include "report/user_vars.h"
+#include "storage/files.h"
+#include "storage/persistent.h"
+#include "storage/quota.h"
+#include "storage/strings.h"
+#include "util/guards.h"
+
+namespace {
+
+constexpr std::uint32_t LAST_FULL_ACTION = FULL_PURGE;
+constexpr std::uint32_t LAST_REPORT_FORMAT = 1;
+constexpr std::int16_t NAME_BY_SEQUENCE = 1;  // of opt_autoname
+constexpr std::size_t REPORT_NAME_MAX = 39;
+
+// ---- fields ----
+
+template <std::size_t N>
+int readText(const PktMessage *request, char (&text)[N], std::uint32_t *position) {
+    return pktGetString(request, text, N, position) == PKT_OK ? SRV_OK : SRV_BAD_FIELD;
+}
+
+// True for a name that, put behind "directory/", stays in that directory.
+bool staysInside(std::string_view name) {
+    return name != "." && name != ".." && name.find('/') == std::string_view::npos;
+}
+
+// True for a relative path that climbs out of the directory it is put behind, or could.
+bool climbs(std::string_view path) {
+    if (path.starts_with('/')) return false;
+    for (;;) {
+        const std::size_t end = std::min(path.find('/'), path.size());
+        if (path.substr(0, end) == "..") return true;
+        if (end == path.size()) return false;
+        path.remove_prefix(end + 1);
+    }
+}
+
+// Reads a file's name and makes its path: an absolute name is the path, any other is made safe and
+// names a file directly in `directory`. On failure the path is empty.
+int readPath(const PktMessage *request, const char *directory, char (&path)[OPTION_PATH_SIZE],
+             std::uint32_t *position) {
+    char name[OPTION_PATH_SIZE] = "";
+    if (readText(request, name, position) != SRV_OK) return SRV_BAD_FIELD;
+    if (name[0] == '/') {
+        safe_strncpy(path, name, sizeof path);
+        return SRV_OK;
+    }
+    make_filename(name);
+    if (name[0] == '\0' || !staysInside(name)) return SRV_BAD_FIELD;  // names a directory
+    joinPath(path, sizeof path, directory, name);
+    return SRV_OK;
+}
+
+int replyResult(PktMessage *reply, int result) {
+    pktInitFull(reply, REPLY_RESULT, result, 0);
+    return SRV_OK;
+}
+
+// ---- steps of the longer handlers ----
+
+int readSubscription(const PktMessage *request, Subscription *subscription) {
+    std::uint32_t position = 0;
+    if (subscription->numApps < 0 || subscription->numApps > MAX_SUBSCRIPTION_APPS) {
+        return SRV_BAD_APP_COUNT;
+    }
+    if (readText(request, subscription->name, &position) != SRV_OK) return SRV_BAD_FIELD;
+    // The name becomes that of the results directory.
+    if (subscription->name[0] == '\0' || !staysInside(subscription->name)) return SRV_BAD_FIELD;
+    for (int i = 0; i < subscription->numApps; ++i) {
+        SubscriptionApp *app = &subscription->apps[i];
+        if (readText(request, app->appName, &position) != SRV_OK) return SRV_BAD_FIELD;
+        if (readText(request, app->appLabel, &position) != SRV_OK) return SRV_BAD_FIELD;
+    }
+    if (subscription->numApps == 0) {
+        safe_strncpy(subscription->apps[0].appName, subscription->name, NAME_SIZE);
+        safe_strncpy(subscription->apps[0].appLabel, subscription->name, NAME_SIZE);
+        subscription->numApps = 1;
+    }
+    return SRV_OK;
+}
+
+struct ReportRequest {
+    char subscription[NAME_SIZE];
+    char results[OPTION_PATH_SIZE];
+    char templateFile[OPTION_PATH_SIZE];
+    char report[OPTION_PATH_SIZE];
+};
+
+int readReportRequest(const PktMessage *request, ReportRequest *fields) {
+    std::uint32_t position = 0;
+    if (readText(request, fields->subscription, &position) != SRV_OK) return SRV_BAD_FIELD;
+    if (!staysInside(fields->subscription)) return SRV_BAD_FIELD;  // names the dictionary's file
+    int result = readPath(request, opt_resdir, fields->results, &position);
+    if (result == SRV_OK) result = readPath(request, opt_tpldir, fields->templateFile, &position);
+    if (result == SRV_OK) result = readPath(request, opt_rptdir, fields->report, &position);
+    return result;
+}
+
+// Gives templates the report's name: the path's last part up to ".res".
+void setReportName(std::string_view path) {
+    std::string_view name = path.substr(path.rfind('/') + 1);
+    name = name.substr(0, REPORT_NAME_MAX);
+    char text[REPORT_NAME_MAX + 1];
+    copyPiece(text, name.substr(0, name.find(".res")));
+    setUserVar(&kv_urv, "report-name", text);
+}
+
+}  // namespace
+
+int srvAddSubscription(const PktMessage *request, PktMessage *reply) {
+    Subscription fields{};
+    fields.quotaId = QUOTA_NONE;
+    fields.numApps = request->param1;
+    int result = readSubscription(request, &fields);
+    dmon_log(2, "Server: add subscription '%s', num_apps=%d, ret=%d.\n", fields.name,
+             fields.numApps, result);
+    if (result != SRV_OK) return replyResult(reply, result);
+
+    HeapGuard<Subscription> subscription(
+        static_cast<Subscription *>(std::malloc(sizeof(Subscription))));
+    if (!subscription) return replyResult(reply, SRV_NOT_STORED);
+    *subscription = fields;
+    result = startMeasSubs(subscription.get());
+    if (result == 0) static_cast<void>(subscription.release());  // the listener's from now on
+    return replyResult(reply, result);
+}
+
+int srvRemoveSubscription(const PktMessage *request, PktMessage *reply) {
+    char name[NAME_SIZE] = "";
+    std::uint32_t position = 0;
+    int result = readText(request, name, &position);
+    if (result == SRV_OK) result = stopMeasSubs(name);
+    dmon_log(2, "Server: remove subscription '%s', ret=%d.\n", name, result);
+    return replyResult(reply, result);
+}
+
+int srvSetQuota(const PktMessage *request, PktMessage *reply) {
+    const std::int32_t max = request->param1;
+    int result = SRV_OK;
+    if (request->param2 == QUOTA_RESULTS) {
+        opt_max_res = max;
+        updateAllSubsQuotas();
+    } else if (request->param2 == QUOTA_REPORTS) {
+        opt_max_rpt = max;
+        updateReportQuota();
+    } else {
+        result = SRV_UNKNOWN_ID;
+    }
+    dmon_log(2, "Server: set quota-id #%d to %d (ret=%d).\n", request->param2, max, result);
+    return replyResult(reply, result);
+}
+
+int srvSetUserVars(const PktMessage *request, PktMessage *reply) {
+    std::uint32_t position = 0;
+    int result = SRV_OK;
+    for (std::int32_t i = 0; i < request->param1 && result == SRV_OK; ++i) {
+        char name[USER_VAR_NAME_SIZE] = "";
+        char value[USER_VAR_VALUE_SIZE] = "";
+        result = readText(request, name, &position);
+        if (result == SRV_OK) result = readText(request, value, &position);
+        if (result != SRV_OK) break;
+        dmon_log(2, "Server: set URV %s=%s.\n", name, value);
+        if (setUserVar(&kv_urv, name, value) != KV_OK) result = SRV_NOT_STORED;
+    }
+    return replyResult(reply, result);
+}
+
+int srvMakeReport(const PktMessage *request, PktMessage *reply) {
+    const auto flags = static_cast<std::uint32_t>(request->param1);
+    ReportRequest fields{};
+    int result = readReportRequest(request, &fields);
+    dmon_log(2, "Server: make report (flags=%04X, format=%d) :\n", flags, request->param2);
+    dmon_log(2, "  Result file    : %s\n", fields.results);
+    dmon_log(2, "  Template file  : %s\n", fields.templateFile);
+    dmon_log(2, "  Report file    : %s\n", fields.report);
+    setReportName(fields.report);
+    if (result == SRV_OK) {
+        result = generateReport(fields.results, fields.templateFile, fields.report, flags,
+                                static_cast<std::uint32_t>(request->param2), &kv_urv,
+                                fields.subscription);
+    }
+    dmon_log(2, "Server: make report done, ret=%d.\n", result);
+    return replyResult(reply, result);
+}
+
+int srvSetLangId(const PktMessage *request, PktMessage *reply) {
+    char id[sizeof opt_lang_id.get().text] = "";
+    std::uint32_t position = 0;
+    const int result = readText(request, id, &position);
+    if (result == SRV_OK) opt_lang_id.set(id);
+    dmon_log(2, "Server: set lang ID '%s'.\n", opt_lang_id.get().text);
+    return replyResult(reply, result);
+}
+
+int srvSetAutoreport(const PktMessage *request, PktMessage *reply) {
+    const bool on = request->param1 != 0;
+    int result = SRV_OK;
+    if (on && static_cast<std::uint32_t>(request->param2) > LAST_REPORT_FORMAT) {
+        result = SRV_BAD_FORMAT;
+    } else {
+        opt_autorpt = on ? 1 : 0;
+        opt_auto_fmt = request->param2;
+        std::uint32_t position = 0;
+        std::uint16_t nameFormat = 0;
+        if (pktGet16(request, &nameFormat, &position) == PKT_OK) {
+            opt_autoname = static_cast<std::int16_t>(nameFormat);
+        }
+        if (opt_autoname == NAME_BY_SEQUENCE) {
+            char reference[sizeof opt_refname.get().text] = "";
+            if (readText(request, reference, &position) != SRV_OK) return SRV_BAD_FIELD;
+            opt_refname.set(reference);
+        }
+    }
+    dmon_log(2, "Server: set autoreport (%d,%d) autoname=%d.\n", opt_autorpt.load(),
+             opt_auto_fmt.load(), opt_autoname.load());
+    return replyResult(reply, result);
+}
+
+int srvSetAutoSequence(const PktMessage *request, PktMessage *reply) {
+    opt_autoseq = request->param1;
+    savePersistentData();
+    dmon_log(2, "Server: set auto-sequence (%d)\n", request->param1);
+    return replyResult(reply, SRV_OK);
+}
+
+int srvGetAutoSequence(const PktMessage * /*request*/, PktMessage *reply) {
+    const int nameFormat = opt_autoname;
+    const int sequence = opt_autoseq;
+    dmon_log(2, "Server: get auto-sequence (%d,%d).\n", nameFormat, sequence);
+    pktInitFull(reply, REQ_GET_AUTOSEQ, nameFormat, sequence);
+    return SRV_OK;
+}
+
+int srvSetTemplate(const PktMessage *request, PktMessage *reply) {
+    char name[NAME_SIZE] = "";
+    char templateName[sizeof Subscription::templateName] = "";
+    std::uint32_t position = 0;
+    if (readText(request, name, &position) != SRV_OK) return SRV_BAD_FIELD;
+    if (readText(request, templateName, &position) != SRV_OK) return SRV_BAD_FIELD;
+    const int result = climbs(templateName) ? SRV_BAD_FIELD : setSubsTemplate(name, templateName);
+    dmon_log(2, "Server: set template of '%s' to '%s', ret=%d.\n", name, templateName, result);
+    return replyResult(reply, result);
+}
+
+int srvSetFullAction(const PktMessage *request, PktMessage *reply) {
+    const std::int32_t action = request->param1;
+    const bool known = static_cast<std::uint32_t>(action) <= LAST_FULL_ACTION;
+    int result = SRV_UNKNOWN_ID;
+    if (known && request->param2 == QUOTA_RESULTS) {
+        opt_fullact_res = action;
+        updateAllSubsQuotas();
+        result = SRV_OK;
+    } else if (known && request->param2 == QUOTA_REPORTS) {
+        opt_fullact_rpt = action;
+        updateReportQuota();
+        result = SRV_OK;
+    }
+    dmon_log(2, "Server: set full action, quota: %d, action: %d (status:%d).\n", request->param2,
+             action, result);
+    return replyResult(reply, result);
+}
+
+int srvGetNumFiles(const PktMessage *request, PktMessage *reply) {
+    if (request->param2 == QUOTA_REPORTS) {
+        pktInitFull(reply, REQ_GET_NUMFILES, opt_max_rpt, getReportCount());
+    } else {
+        pktInitFull(reply, REPLY_RESULT, SRV_UNKNOWN_ID, 0);
+    }
+    dmon_log(2, "Server: get num-files (%d,%d).\n", reply->param1, reply->param2);
+    return SRV_OK;
+}
+
+int srvSetAutosave(const PktMessage *request, PktMessage *reply) {
+    const int on = request->param1 != 0 ? 1 : 0;
+    opt_autosave = on;
+    dmon_log(2, "Server: set autosave = %d.\n", on);
+    replyResult(reply, SRV_OK);
+    quotaEnableAll(on);
+    return SRV_OK;
+}
+
+int srvDeleteAllFiles(const PktMessage *request, PktMessage *reply) {
+    int result = SRV_UNKNOWN_ID;
+    if (request->param2 == QUOTA_RESULTS) {
+        result = deleteAllSubsFiles();
+    } else if (request->param2 == QUOTA_REPORTS) {
+        result = deleteAllReports();
+    }
+    dmon_log(2, "Server: delete all files, quota=%d, ret=%d.\n", request->param2, result);
+    return replyResult(reply, result);
+}
