@@ -228,3 +228,25 @@ TEST(CFormatRandom, PrintsWhatTheLibraryPrints) {
                       << "]\nwide       [" << wide << "]\ncharacters [" << characters << "]";
     }
 }
+
+// Whatever a template says, a value prints within its room; the sanitizers see the rest.
+TEST(CFormatRandom, SurvivesAnyFormat) {
+    constexpr std::string_view letters =
+        "%%%%%-+ #0'I**..1234567890$hlLqjztdiuoxXeEfFgGaAcCsSpnmy;\xC3\xA9\xE2\xF0\x9F";
+    PairMaker maker(20240502);
+    std::mt19937 random(20240502);
+    for (int i = 0; i < PAIRS / 4; ++i) {
+        Pair pair = maker.make();
+        pair.format.clear();
+        for (std::size_t n = random() % CFORMAT_SIZE; n > 0; --n)
+            pair.format += letters[random() % letters.size()];
+        EXPECT_LE(print(&pair, CFORMAT_BYTES).size(), ROOM);
+        const std::string text = print(&pair, CFORMAT_CHARACTERS);
+        std::string_view rest = text;
+        std::size_t count = 0;
+        for (; !rest.empty(); ++count) rest.remove_prefix(utf8_char_length(rest));
+        EXPECT_LE(count, ROOM) << pair.format;
+        char line[CFORMAT_SIZE * CFORMAT_MAX_BYTES];
+        printCFormatAs(line, CFORMAT_SIZE - 1, CFORMAT_CHARACTERS, pair.format, "ls", &pair.value);
+    }
+}
