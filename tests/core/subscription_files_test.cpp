@@ -108,6 +108,7 @@ TEST(SubscriptionFiles, AreReadLineByLineUntilAnErrorWithItsPlace) {
 
 TEST(SubscriptionFiles, AreAllReadThoughOneFails) {
     const TempDir &root = testRoot();
+    setDefaults();
     EXPECT_EQ(loadSubscriptionFiles(), SUBSCRIPTION_OK);  // no directory
 
     const std::string directory = root.path("etc/tarix/vorn");
