@@ -247,4 +247,3 @@ void lookUpKey(benchmark::State &state) {
 BENCHMARK(lookUpKey)->Name("look_up/dictionary_key")->Arg(10)->Arg(1000)->Arg(100'000);
 
 }  // namespace
-

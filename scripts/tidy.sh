@@ -13,4 +13,5 @@ else
     mapfile -t files < <(git ls-files -- 'src/*.cpp' 'platform/*.cpp' 'tools/*.cpp')
 fi
 tidy=$(command -v clang-tidy-14 || command -v clang-tidy)
-printf '%s\0' "${files[@]}" | xargs -0 -n 4 -P "$(nproc)" "$tidy" -p build/debug --quiet
+# A process a file: with several, version 14 takes every va_list after the first file for unset.
+printf '%s\0' "${files[@]}" | xargs -0 -n 1 -P "$(nproc)" "$tidy" -p build/debug --quiet
