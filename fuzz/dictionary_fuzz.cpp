@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Opens hostile dictionary files and looks keys up in what came of them.
 #include <cstdint>
+#include <initializer_list>
 
 #include "dmon/dmon.h"
 #include "lexica/lexica.h"

@@ -2,6 +2,7 @@
 // Merges hostile templates, as text and as PDF, with results that hold every kind of register.
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 
 #include "core/options.h"
