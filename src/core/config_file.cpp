@@ -211,11 +211,15 @@ int failToRead(const char *path) {
 
 }  // namespace
 
-int loadConfigFile(const char *path) {
+int loadConfigFile(const char *path, AfterError after) {
     const FileGuard file = openForReading(path);
     if (!file) return failToRead(path);
     ConfigLine line{};
-    while (readConfigLine(file.get(), &line))
-        if (!applyLine(path, line)) return CONFIG_FAILED;
-    return std::ferror(file.get()) != 0 ? failToRead(path) : CONFIG_OK;
+    int result = CONFIG_OK;
+    while (readConfigLine(file.get(), &line)) {
+        if (applyLine(path, line)) continue;
+        result = CONFIG_FAILED;
+        if (after == STOP_AT_ERROR) return result;
+    }
+    return std::ferror(file.get()) != 0 ? failToRead(path) : result;
 }

@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr char SUBSCRIPTION_DIRECTORY[] = "/etc/tarix/vorn";
-
 // Between name, applications and template; empty pieces do not count.
 constexpr std::string_view PIECE_SEPARATORS = " :";
 constexpr std::string_view APP_SEPARATOR = ",";
@@ -77,13 +75,17 @@ int loadSubscriptionFiles() {
     return result;
 }
 
-int loadSubscriptionFile(const char *path) {
+int loadSubscriptionFile(const char *path, AfterError after) {
     const FileGuard file = openForReading(path);
     if (!file) return SUBSCRIPTION_FAILED;
     ConfigLine line{};
-    while (readConfigLine(file.get(), &line))
-        if (applyLine(path, line) != SUBSCRIPTION_OK) return SUBSCRIPTION_FAILED;
-    return std::ferror(file.get()) != 0 ? SUBSCRIPTION_FAILED : SUBSCRIPTION_OK;
+    int result = SUBSCRIPTION_OK;
+    while (readConfigLine(file.get(), &line)) {
+        if (applyLine(path, line) == SUBSCRIPTION_OK) continue;
+        result = SUBSCRIPTION_FAILED;
+        if (after == STOP_AT_ERROR) return result;
+    }
+    return std::ferror(file.get()) != 0 ? SUBSCRIPTION_FAILED : result;
 }
 
 int parseSubscription(const char *text, Subscription *record) {

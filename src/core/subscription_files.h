@@ -2,7 +2,10 @@
 // The subscription files: every *.subs in /etc/tarix/vorn, read once at the start into opt_subs.
 #pragma once
 
+#include "core/config_lines.h"
 #include "core/subscription.h"
+
+constexpr char SUBSCRIPTION_DIRECTORY[] = "/etc/tarix/vorn";
 
 enum SubscriptionResult : int { SUBSCRIPTION_OK = 0, SUBSCRIPTION_FAILED = -1 };
 
@@ -13,7 +16,7 @@ int loadSubscriptionFiles();
 
 // Reads one file into the next free entries of opt_subs. SUBSCRIPTION_FAILED when it cannot be read
 // (without a message) or at its first wrong line; the entries before that line stay.
-int loadSubscriptionFile(const char *path);
+int loadSubscriptionFile(const char *path, AfterError after = STOP_AT_ERROR);
 
 // Fills a record from "name:app,app,...:template", of which all but the name may be left out; null
 // or no name is SUBSCRIPTION_FAILED. Texts are cut to the record's fields.

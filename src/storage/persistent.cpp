@@ -17,7 +17,6 @@
 namespace {
 
 constexpr char STATE_DIRECTORY[] = "/tarix/data/vorn";
-constexpr char STATE_FILE[] = "/tarix/data/vorn/vorn.sav";
 constexpr char NEW_STATE_FILE[] = "/tarix/data/vorn/vorn.sav.new";  // until its rename
 constexpr mode_t DIRECTORY_MODE = 0755;
 constexpr mode_t FILE_MODE = 0664;
@@ -94,14 +93,14 @@ int savePersistentData() {
     const StatePath directory(STATE_DIRECTORY);
     struct stat status;
     if (stat(directory.text, &status) != 0) mkdir(directory.text, DIRECTORY_MODE);
-    const StatePath path(STATE_FILE);
+    const StatePath path(PERSISTENT_FILE);
     if (saveState(path.text)) return PERSISTENT_OK;
     dmon_log(1, "Error: could not save persistent data to '%s'.\n", path.text);
     return PERSISTENT_NOT_SAVED;
 }
 
 int loadPersistentData() {
-    const StatePath path(STATE_FILE);
+    const StatePath path(PERSISTENT_FILE);
     const FileGuard file = openForReading(path.text);
     if (file) return readPersistentData(file.get());
     if (errno == EISDIR || errno == ENOTSUP) return PERSISTENT_FOREIGN;

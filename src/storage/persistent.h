@@ -6,6 +6,8 @@
 
 #include <cstdio>
 
+constexpr char PERSISTENT_FILE[] = "/tarix/data/vorn/vorn.sav";
+
 enum PersistentResult : int {
     PERSISTENT_OK = 0,
     PERSISTENT_NOT_SAVED = -10,  // the file cannot be created or opened
