@@ -14,6 +14,7 @@
 #include "server/requests.h"
 #include "vornctl_check.h"
 #include "vornctl_client.h"
+#include "vornctl_texts.h"
 
 namespace {
 
@@ -56,51 +57,6 @@ struct Words {
     bool force = false;
 };
 
-// ---- what the service's numbers mean ----
-
-std::string resultText(int code) {
-    switch (code) {
-        case SRV_OK:
-            return "done";
-        case -1:
-            return "the service's command queue is full";
-        case -5:
-            return "the report quota is full";
-        case SRV_BAD_FIELD:
-            return "a field is too long, missing or not allowed";
-        case SRV_NOT_STORED:
-            return "the value could not be stored";
-        case SRV_BAD_APP_COUNT:
-            return "too many applications";
-        case -9:
-            return "the template or the results file cannot be read";
-        case -10:
-            return "the report file cannot be created";
-        case -18:
-            return "the report file cannot be written";
-        case SRV_BAD_FORMAT:
-            return "no such report format";
-        case SRV_UNKNOWN_ID:
-            return "no such quota or action";
-        default:
-            return "the template cannot be merged";
-    }
-}
-
-// A reply of type 0 comes from the server library, in place of the service's own.
-std::string libraryText(int code) {
-    switch (code) {
-        case -1:
-            return "the service serves as many clients as it can";
-        case 1:
-            return "the service does not know this request";
-        case SRV_BAD_FIELD:
-            return resultText(code);
-        default:
-            return "the service could not handle the request";
-    }
-}
-
 // ---- doing it ----
 
 int complain(const std::string &text) {
@@ -140,8 +96,10 @@ int request(const Common &common, const std::string &command, const Message &mes
     Json json = {{"command", command}};
     if (packet.type == REPLY_RESULT || packet.type == 0) {
         const bool done = packet.type == REPLY_RESULT && packet.param1 == SRV_OK;
+        const ResultOf kind =
+            message.packet.type == REQ_MAKE_REPORT ? ResultOf::REPORT : ResultOf::REQUEST;
         const std::string text =
-            packet.type == 0 ? libraryText(packet.param1) : resultText(packet.param1);
+            packet.type == 0 ? libraryText(packet.param1) : resultText(kind, packet.param1);
         json.update({{"ok", done}, {"result", packet.param1}, {"text", text}});
         if (common.json) printJson(json);
         if (done) return EXIT_DONE;
@@ -150,7 +108,7 @@ int request(const Common &common, const std::string &command, const Message &mes
     if (packet.type != message.packet.type || !show) {
         return complain("the answer is of an unknown type (" + std::to_string(packet.type) + ")");
     }
-    json.update({{"ok", true}, {"result", SRV_OK}, {"text", resultText(SRV_OK)}});
+    json.update({{"ok", true}, {"result", SRV_OK}, {"text", "done"}});
     const std::string line = show(packet, &json);
     if (common.json) {
         printJson(json);

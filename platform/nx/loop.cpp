@@ -26,8 +26,6 @@ constexpr int NEWCOMERS_A_TURN = 16;
 // client, which makes no reply faster.
 constexpr int SEND_BUFFER = 64 * 1024;
 
-constexpr std::int32_t REFUSED = -1;  // param1 for a client that found no place
-
 std::int64_t monotonicMs() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -95,7 +93,7 @@ NxClient *clearSilentPlace(NxLoop *loop, std::int64_t now) {
 // Tells a newcomer that all places are taken.
 void refuse(int fd) {
     PktMessage message{};
-    pktInitFull(&message, 0, REFUSED, 0);
+    pktInitFull(&message, 0, NX_REFUSED, 0);
     std::uint8_t bytes[PKT_HEADER_SIZE];
     pktEncodeHeader(&message, bytes);
     static_cast<void>(send(fd, bytes, sizeof bytes, MSG_NOSIGNAL));

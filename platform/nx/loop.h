@@ -15,6 +15,8 @@ constexpr std::int64_t NX_ACCEPT_PAUSE_MS = 1000;  // without descriptors, wait 
 
 constexpr std::int32_t NX_PLACES_MAX = 1024;
 
+constexpr std::int32_t NX_REFUSED = -1;  // param1 for a client that found no place
+
 struct NxLoop {
     int listener;
     int epoll;

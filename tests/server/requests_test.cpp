@@ -71,7 +71,7 @@ int generateReport(const char *resultsPath, const char *templatePath, const char
                    std::uint32_t flags, std::uint32_t format, KvStore *userVars,
                    const char *dictName) {
     EXPECT_EQ(userVars, &kv_urv);
-    char name[40] = "";
+    char name[64] = "";
     copyUserVar(userVars, "report-name", name, sizeof name);
     return call(std::string("report ") + resultsPath + " " + templatePath + " " + reportPath + " " +
                 std::to_string(flags) + " " + std::to_string(format) + " " + dictName + " " + name);
