@@ -25,11 +25,11 @@ int APX_RegNames_Init(int reserved);
 int APX_Load_Results_File(const char *path, ApxAppCallback app, ApxRegCallback reg, void *user);
 
 // The description of a register, to reach its labels, or null. `names` is the application record's
-// register-name table (its byte 56).
+// register-name table (its byte 56). Asked for within a register's callback, for that register.
 const void *APX_Get_Reg_Info(const void *names, std::uint16_t id);
 
 // The label record of a selection entry or bit number, or null: the text starts at its second
-// character.
+// character. It is valid during the register's callback.
 const char *APX_Get_Sel_Label(const void *info, std::uint32_t value);
 
 // The text of an error code. For a failed load it names the line and the reason, and stays valid

@@ -319,7 +319,8 @@ int resultsNext(ResultsReader *reader, ResultsLine *line) {
 
 int APX_RegNames_Init(int reserved) {
     // Names and labels stand in the results file itself, so there is no table to read in.
-    return reserved == 0 ? OKRA_OK : OKRA_BAD_REQUEST;
+    return reserved == 0 ? static_cast<int>(OKRA_OK)
+                         : okraFail(OKRA_BAD_REQUEST, "unknown kind of register names");
 }
 
 int APX_Load_Results_File(const char *path, ApxAppCallback app, ApxRegCallback reg, void *user) {

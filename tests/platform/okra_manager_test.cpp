@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+// What the service asks the running application manager for.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "okra/okra.h"
+#include "support/temp_dir.h"
+#include "support/test_queue.h"
+
+namespace {
+
+constexpr std::uint32_t ALL = 0xFFFFFFFFu;
+
+// A change-list request.
+struct ListRequest {
+    char bytes[4000];
+
+    ListRequest(const std::string &name, std::int32_t queue) : bytes{2} {
+        name.copy(bytes + 1, 20);
+        std::memcpy(bytes + 24, &queue, sizeof(queue));
+    }
+};
+
+class OkraManager : public testing::Test {
+protected:
+    OkraManager() {
+        setenv("VORN_ROOT", root_.path().c_str(), 1);
+        root_.makeDir("run/tarix/okra");
+    }
+
+    void runApp(const std::string &name, const std::string &attributes = "") const {
+        root_.write("run/tarix/okra/apps/" + name,
+                    "okra 1\napp " + name + attributes + "\nreg u8 r value=1\n");
+    }
+    std::string state(const std::string &name) const {
+        return root_.read("run/tarix/okra/" + name);
+    }
+
+    // Saves applications into a file of the root; the error's text, or "".
+    std::string save(const std::string &file, const std::vector<std::string> &names) const {
+        char request[4000] = {1};
+        const std::string path = root_.path(file);
+        path.copy(request + 4, 63);
+        const auto count = static_cast<std::int32_t>(names.size());
+        std::memcpy(request + 68, &count, sizeof(count));
+        for (std::size_t i = 0; i < names.size(); ++i) names[i].copy(request + 72 + 9 * i, 8);
+        const int code = APX_Save_Mult_Config(request);
+        return code == 0 ? "" : APX_Error(code);
+    }
+
+    // The names of the files in a folder of the root.
+    std::vector<std::string> files(const std::string &folder) const {
+        std::vector<std::string> names;
+        for (const auto &entry : std::filesystem::directory_iterator(root_.path(folder)))
+            names.push_back(entry.path().filename());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    TempDir root_;
+    TestQueue queue_;
+};
+
+}  // namespace
+
+TEST_F(OkraManager, KnowsAnApplicationByItsHandleWhileItRuns) {
+    runApp("ifstats", " start=1700000000 stop=2");
+    const std::int32_t handle = APX_Get_Handle("ifstats");
+    ASSERT_GE(handle, 0);
+    EXPECT_EQ(APX_Get_Handle("ifstats"), handle);
+    std::int32_t record[16] = {};
+    EXPECT_EQ(APX_Get_Time_Info(handle, 0, record), 0);
+    EXPECT_EQ(record[0], 1700000000);
+
+    root_.write("run/tarix/okra/disabled/ifstats", "");
+    EXPECT_STREQ(APX_Error(APX_Get_Time_Info(handle, 0, record)), "measurements are disabled");
+    std::filesystem::remove(root_.path("run/tarix/okra/disabled/ifstats"));
+    root_.write("run/tarix/okra/apps/ifstats", "okra 1\n");
+    EXPECT_STREQ(APX_Error(APX_Get_Time_Info(handle, 0, record)), "ifstats: no application");
+    std::filesystem::remove(root_.path("run/tarix/okra/apps/ifstats"));
+    EXPECT_STREQ(APX_Error(APX_Get_Time_Info(handle, 0, record)), "no such application");
+
+    root_.makeDir("run/tarix/okra/apps/folder");
+    for (const char *name : {"ifstats", "folder", "", ".", "..", "../apps/x", ".x.part"})
+        EXPECT_LT(APX_Get_Handle(name), 0) << name;
+    EXPECT_NE(APX_Get_Time_Info(-1, 0, record), 0);
+    EXPECT_NE(APX_Get_Time_Info(INT32_MAX, 0, record), 0);
+}
+
+TEST_F(OkraManager, GivesNoHandleOfAnEndedApplicationToAnotherOne) {
+    runApp("first");
+    const std::int32_t first = APX_Get_Handle("first");
+    std::filesystem::remove(root_.path("run/tarix/okra/apps/first"));
+    // More names than there are places, one after the other.
+    for (int i = 0; i < 600; ++i) {
+        const std::string name = "app" + std::to_string(i);
+        runApp(name);
+        const std::int32_t handle = APX_Get_Handle(name.c_str());
+        ASSERT_GE(handle, 0);
+        ASSERT_NE(handle, first);
+        std::filesystem::remove(root_.path("run/tarix/okra/apps/" + name));
+    }
+    runApp("app0");
+    std::int32_t record[16] = {};
+    EXPECT_NE(APX_Get_Time_Info(first, 0, record), 0);
+    EXPECT_EQ(APX_Get_Time_Info(APX_Get_Handle("app0"), 0, record), 0);
+}
+
+TEST_F(OkraManager, KeepsSubscribersAndChangeListsInFiles) {
+    EXPECT_EQ(APX_Subscribe_Events(queue_.id(), 1, ALL), 0);
+    EXPECT_EQ(APX_Subscribe_Events(queue_.id(), 1, ALL), 0);
+    const std::string queue = std::to_string(queue_.id()) + "\n";
+    EXPECT_EQ(state("events"), queue);
+    {
+        const TestQueue other;
+        EXPECT_EQ(APX_Subscribe_Events(other.id(), 1, ALL), 0);
+        EXPECT_EQ(state("events"), queue + std::to_string(other.id()) + "\n");
+    }
+    const TestQueue third;  // the second is gone
+    EXPECT_EQ(APX_Subscribe_Events(third.id(), 1, ALL), 0);
+    EXPECT_EQ(state("events"), queue + std::to_string(third.id()) + "\n");
+    EXPECT_NE(APX_Subscribe_Events(-1, 1, ALL), 0);
+    root_.write("run/tarix/okra/events", "many\n");
+    EXPECT_STREQ(APX_Error(APX_Subscribe_Events(queue_.id(), 1, ALL)),
+                 "events: not the id of a queue");
+
+    runApp("ifstats");
+    const std::int32_t handle = APX_Get_Handle("ifstats");
+    const ListRequest request("vorn_sync", queue_.id());
+    EXPECT_EQ(APX_Create_Chg_List(handle, request.bytes, sizeof(request.bytes)), 0);
+    const ListRequest again("vorn_sync", third.id());
+    EXPECT_EQ(APX_Create_Chg_List(handle, again.bytes, sizeof(again.bytes)), 0);
+    EXPECT_EQ(state("changes/ifstats/vorn_sync"), std::to_string(third.id()) + "\n");
+    EXPECT_EQ(APX_Kill_Chg_List(handle, "vorn_sync"), 0);
+    EXPECT_FALSE(root_.exists("run/tarix/okra/changes/ifstats"));
+    EXPECT_STREQ(APX_Error(APX_Kill_Chg_List(handle, "vorn_sync")), "no such change list");
+    EXPECT_STREQ(APX_Error(APX_Kill_Chg_List(handle, "../x")), "bad name of a change list");
+    EXPECT_STREQ(APX_Error(APX_Create_Chg_List(-1, request.bytes, sizeof(request.bytes))),
+                 "no such application");
+}
+
+TEST_F(OkraManager, SavesTheStatesOfWhatRunsIntoOneWholeFile) {
+    root_.makeDir("data");
+    root_.write("data/.old.res.part", "left over");
+    root_.write("run/tarix/okra/apps/b",
+                "okra 1\n# c\napp b stop=2 regs=5\nreg u8 \"x y\"  value=1");
+    runApp("a", " start=1 restart=3 powerfail=4 status=5");
+    EXPECT_EQ(save("data/x.res", {"b", "gone", "../apps", "a", "b", ""}), "");
+    EXPECT_EQ(root_.read("data/x.res"),
+              "okra 1\n"
+              "app b start=0 stop=2 restart=0 powerfail=0 status=0 regs=5\n"
+              "reg u8 \"x y\"  value=1\n"
+              "app a start=1 stop=0 restart=3 powerfail=4 status=5\n"
+              "reg u8 r value=1\n");
+    EXPECT_EQ(files("data"), std::vector<std::string>{"x.res"});
+
+    const std::string before = root_.read("data/x.res");
+    EXPECT_EQ(save("data/x.res", {"gone"}), "none of the applications runs");
+    EXPECT_EQ(save("data/y.res", {}), "none of the applications runs");
+    root_.write("run/tarix/okra/apps/b", "okra 1\napp b\nreg u8 x value=999\n");
+    EXPECT_EQ(save("data/x.res", {"a", "b"}),
+              "b: line 3: '999' of attribute 'value' is out of range");
+    EXPECT_EQ(save("none/x.res", {"a"}), "No such file or directory");
+    EXPECT_EQ(root_.read("data/x.res"), before);
+    EXPECT_EQ(files("data"), std::vector<std::string>{"x.res"});
+
+    char request[4000] = {2};
+    EXPECT_STREQ(APX_Error(APX_Save_Mult_Config(request)), "unknown kind of save request");
+    request[0] = 1;
+    EXPECT_STREQ(APX_Error(APX_Save_Mult_Config(request)), "no path to save to");
+    std::memset(request + 4, 'x', 68);
+    request[67] = '\0';
+    EXPECT_STREQ(APX_Error(APX_Save_Mult_Config(request)), "bad number of applications to save");
+    std::filesystem::remove_all(root_.path("run/tarix/okra"));
+    EXPECT_EQ(save("data/x.res", {"a"}), "the application manager is not ready");
+}
+
+TEST_F(OkraManager, NeverShowsAHalfFileWhileOthersSave) {
+    root_.makeDir("data");
+    runApp("a");
+    std::vector<std::thread> savers;
+    for (int saver = 0; saver < 3; ++saver)
+        savers.emplace_back([&, saver] {
+            for (int i = 0; i < 10; ++i) {
+                // One file of all, and one of each.
+                EXPECT_EQ(save("data/x.res", {"a"}), "");
+                EXPECT_EQ(save("data/" + std::to_string(saver) + ".res", {"a"}), "");
+                EXPECT_EQ(root_.read("data/x.res"),
+                          "okra 1\napp a start=0 stop=0 restart=0 powerfail=0 status=0\n"
+                          "reg u8 r value=1\n");
+            }
+        });
+    for (std::thread &saver : savers) saver.join();
+    EXPECT_EQ(files("data"), (std::vector<std::string>{"0.res", "1.res", "2.res", "x.res"}));
+}
