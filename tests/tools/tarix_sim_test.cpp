@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+// The simulator, run as a program, and what it tells the service.
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/msg.h>
+
+#include "okra/okra.h"
+#include "support/program.h"
+#include "support/temp_dir.h"
+#include "support/test_queue.h"
+
+namespace {
+
+class TarixSim : public testing::Test {
+protected:
+    TarixSim() { setenv("VORN_ROOT", root_.path().c_str(), 1); }
+
+    // Runs the simulator; its output, or "1: " and the line on standard error.
+    std::string sim(std::vector<std::string> words) const {
+        words.insert(words.begin(), VORN_BIN_DIR "/tarix-sim");
+        const Outcome outcome = runProgram(words);
+        if (outcome.status == 0) return outcome.out + outcome.err;
+        return std::to_string(outcome.status) + ": " + outcome.err + outcome.out;
+    }
+
+    // Creates an application with a change list to the queue.
+    void createWatched(const std::string &app) {
+        EXPECT_EQ(sim({"create", app}), "");
+        char request[4000] = {2, 's', 'y', 'n', 'c'};
+        const std::int32_t id = queue_.id();
+        std::memcpy(request + 24, &id, sizeof(id));
+        EXPECT_EQ(APX_Create_Chg_List(APX_Get_Handle(app.c_str()), request, sizeof(request)), 0);
+    }
+
+    TempDir root_;
+    TestQueue queue_;
+};
+
+}  // namespace
+
+TEST_F(TarixSim, MakesAndRemovesAWorldAndLeavesTheData) {
+    EXPECT_NE(APX_Open_Manager(), 0);
+    root_.write("etc/tarix/vorn.cfg", "mine");
+    EXPECT_EQ(sim({"up"}), "");
+    EXPECT_EQ(sim({"up"}), "");
+    EXPECT_EQ(APX_Open_Manager(), 0);
+    root_.write("run/tarix/kelp/vorn_app", std::to_string(queue_.id()) + "\n");
+    EXPECT_EQ(sim({"create", "ifstats"}), "");
+    EXPECT_EQ(sim({"create", "ifstats"}), "1: tarix-sim: application 'ifstats' runs already\n");
+
+    EXPECT_EQ(sim({"down"}), "");
+    EXPECT_FALSE(queue_.exists());
+    EXPECT_FALSE(root_.exists("run/tarix"));
+    EXPECT_EQ(root_.read("etc/tarix/vorn.cfg"), "mine");
+    EXPECT_TRUE(root_.exists("tarix/data/templates"));
+    EXPECT_EQ(sim({"down"}), "");
+    EXPECT_EQ(sim({"show"}), "1: tarix-sim: the application manager is not ready\n");
+}
+
+TEST_F(TarixSim, TellsSubscribersAndChangeListsWhatHappens) {
+    EXPECT_EQ(sim({"up"}), "");
+    EXPECT_EQ(APX_Subscribe_Events(queue_.id(), 1, 0xFFFFFFFFu), 0);
+    {
+        const TestQueue gone;  // gets nothing, and keeps no other from getting it
+        EXPECT_EQ(APX_Subscribe_Events(gone.id(), 1, 0xFFFFFFFFu), 0);
+    }
+    createWatched("fifteen-letters");
+    EXPECT_EQ(queue_.take(), "event 1 fifteen-letters");
+    EXPECT_EQ(sim({"sync", "fifteen-letters", "1700003600"}), "");
+    EXPECT_EQ(queue_.take(), "response fifteen-letters 2");
+    EXPECT_EQ(sim({"respond", "fifteen-letters", "255"}), "");
+    EXPECT_EQ(queue_.take(), "response fifteen-letters 255");
+    EXPECT_EQ(sim({"event", "unknown", "0x80000003"}), "");
+    EXPECT_EQ(queue_.take(), "event 2147483651 unknown");
+    EXPECT_EQ(sim({"destroy", "fifteen-letters"}), "");
+    EXPECT_EQ(queue_.take(), "event 2 fifteen-letters");
+    EXPECT_FALSE(root_.exists("run/tarix/okra/changes/fifteen-letters"));
+    EXPECT_LT(APX_Get_Handle("fifteen-letters"), 0);
+    EXPECT_EQ(queue_.take(), "");
+
+    msqid_ds limits{};
+    msgctl(queue_.id(), IPC_STAT, &limits);
+    limits.msg_qbytes = 10;
+    msgctl(queue_.id(), IPC_SET, &limits);
+    EXPECT_EQ(sim({"event", "a", "1"}), "1: tarix-sim: queue " + std::to_string(queue_.id()) +
+                                            ": full, the message is lost\n");
+}
+
+TEST_F(TarixSim, ShowsWhatItWasTold) {
+    EXPECT_EQ(sim({"up"}), "");
+    EXPECT_EQ(sim({"show"}), "control unset\n");
+    const std::string file = root_.write(
+        "a.res", "okra 1\napp other start=5 stop=6 regs=9\n\n#\nreg u8 \"a b\" value=1 invalid\n");
+    EXPECT_EQ(sim({"create", "b", file}), "");
+    createWatched("a");
+    EXPECT_EQ(sim({"start", "a", "100"}), "");
+    EXPECT_EQ(sim({"sync", "a", "0"}), "");
+    EXPECT_EQ(queue_.take(), "response a 2");
+    EXPECT_EQ(sim({"disable", "b"}), "");
+    EXPECT_EQ(sim({"disable", "a"}), "");
+    EXPECT_EQ(sim({"enable", "a"}), "");
+    const unsigned char off[8] = {2, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF};
+    EXPECT_EQ(APX_Set_Global_Meas_Ctrl(off), 0);
+    const std::string queue = std::to_string(queue_.id());
+    root_.write("run/tarix/kelp/vorn_app", queue);
+    EXPECT_EQ(sim({"show"}),
+              "app a start=100 stop=0 enabled\n"
+              "app b start=5 stop=6 disabled\n"
+              "list a/sync queue=" +
+                  queue +
+                  "\n"
+                  "queue vorn_app id=" +
+                  queue +
+                  " messages=0\n"
+                  "control disabled -1\n");
+    EXPECT_EQ(root_.read("run/tarix/okra/apps/b"),
+              "okra 1\napp b start=5 stop=6 restart=0 powerfail=0 status=0 regs=9\n"
+              "reg u8 \"a b\" value=1 invalid\n");
+    EXPECT_EQ(sim({"start", "a"}), "1: tarix-sim: new measurements are disabled (code -1)\n");
+    const unsigned char on[8] = {3};
+    EXPECT_EQ(APX_Set_Global_Meas_Ctrl(on), 0);
+    EXPECT_EQ(sim({"start", "a", "7"}), "");
+}
+
+TEST_F(TarixSim, TellsEachFailureInOneLine) {
+    EXPECT_EQ(sim({"up"}), "");
+    const std::string bad = root_.write("bad.res", "okra 1\napp a\nreg u8 x value=256\n");
+    const std::string two = root_.write("two.res", "okra 1\napp a\napp b\n");
+    const std::string none = root_.write("none.res", "okra 1\n");
+    root_.makeDir("run/tarix/okra/apps/folder");
+    struct Case {
+        std::vector<std::string> words;
+        const char *error;
+    };
+    const Case cases[] = {
+        {{}, "no command; see tarix-sim --help"},
+        {{"fly\n"}, "unknown command 'fly?'; see tarix-sim --help"},
+        {{"up", "x"}, "usage: tarix-sim up"},
+        {{"respond", "a"}, "usage: tarix-sim respond APP STATE"},
+        {{"create", "sixteen-letters-"},
+         "'sixteen-letters-' is no application's name: 1 to 15 letters, digits, '.', '_', '-'"},
+        {{"create", ".."}, "'..' is no application's name: 1 to 15 letters, digits, '.', '_', '-'"},
+        {{"event", "a/b", "1"},
+         "'a/b' is no application's name: 1 to 15 letters, digits, '.', '_', '-'"},
+        {{"create", "a", bad}, "bad.res: line 3: '256' of attribute 'value' is out of range"},
+        {{"create", "a", two}, "two.res: more than one application"},
+        {{"create", "a", none}, "none.res: no application"},
+        {{"create", "a", root_.path("missing")}, "missing: No such file or directory"},
+        {{"create", "folder"}, "folder: Is a directory"},
+        {{"destroy", "a"}, "application 'a' does not run"},
+        {{"enable", "a"}, "application 'a' does not run"},
+        {{"disable", "a"}, "application 'a' does not run"},
+        {{"start", "a"}, "application 'a' does not run"},
+        {{"sync", "a"}, "application 'a' does not run"},
+        {{"respond", "a", "2"}, "application 'a' does not run"},
+        {{"respond", "a", "256"}, "'256' is no state: 0 to 255"},
+        {{"sync", "a", "0x10"}, "'0x10' is no time: 0 to 4294967295"},
+        {{"start", "a", "4294967296"}, "'4294967296' is no time: 0 to 4294967295"},
+        {{"event", "a", "-1"}, "'-1' is no event mask: 0 to 4294967295"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.error);
+        EXPECT_EQ(sim(c.words), "1: tarix-sim: " + std::string(c.error) + "\n");
+    }
+    EXPECT_FALSE(root_.exists("run/tarix/okra/apps/a"));
+    EXPECT_NE(sim({"create", "--help"}).find("tarix-sim event ifstats 0x3\n"), std::string::npos);
+}

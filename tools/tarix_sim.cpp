@@ -1,0 +1,421 @@
+// SPDX-License-Identifier: MIT
+// tarix-sim: plays the instrument for the host platform. It changes the application manager's files
+// and posts to the queues as the instrument does, so that whatever the service does can be watched
+// and provoked from a shell.
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <exception>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include <sys/msg.h>
+
+#include "host/paths.h"
+#include "host/text_file.h"
+#include "host/whole_file.h"
+#include "host/words.h"
+#include "okra/manager_files.h"
+#include "okra/okra.h"
+#include "okra/okra_error.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A failure: its text is the one line that standard error gets.
+struct Failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// For the library's calls, whose texts name the file.
+void check(int code) {
+    if (code != OKRA_OK) throw Failure(APX_Error(code));
+}
+
+// ---- paths ----
+
+std::string rooted(const char *path) {
+    char out[host::PATH_SIZE];
+    if (host::rootedPath(out, "%s", path) != 0) throw Failure("VORN_ROOT is too long");
+    return out;
+}
+
+std::string okraFile(const char *folder, const char *name = nullptr) {
+    char path[host::PATH_SIZE];
+    check(okraPath(path, folder, name));
+    return path;
+}
+
+// The names in a folder, in order; none when it is not there. Files being written are left out.
+std::vector<std::string> namesIn(const std::string &folder, std::size_t longest = 255) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
+        const std::string name = at->path().filename();
+        if (okraIsName(name, longest)) names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// ---- arguments ----
+
+std::uint32_t number(const char *text, std::uint32_t max, bool hex, const char *what) {
+    std::uint64_t value = 0;
+    const std::string_view digits = text;
+    const bool isHex = digits.find_first_of("xX") != std::string_view::npos;
+    if ((isHex && !hex) || !host::parseUnsigned(digits, max, &value))
+        throw Failure(std::string("'") + text + "' is no " + what + ": 0 to " +
+                      std::to_string(max));
+    return static_cast<std::uint32_t>(value);
+}
+
+std::uint32_t timeArgument(const char *text) {
+    if (text == nullptr) return static_cast<std::uint32_t>(std::time(nullptr));
+    return number(text, UINT32_MAX, false, "time");
+}
+
+void checkName(const char *app) {
+    if (!okraIsName(app, OKRA_APP_NAME_MAX))
+        throw Failure(std::string("'") + app +
+                      "' is no application's name: 1 to 15 letters, digits, '.', '_', '-'");
+}
+
+// The path of a running application's state.
+std::string runningApp(const char *app) {
+    checkName(app);
+    char path[host::PATH_SIZE];
+    if (okraFindApp(app, path) != OKRA_OK)
+        throw Failure(std::string("application '") + app + "' does not run");
+    return path;
+}
+
+// ---- messages ----
+
+// A message as it travels: the queue's type word, whatever its size, and the bytes that count from
+// position 4 on.
+struct Message {
+    long type;
+    char bytes[24];
+};
+constexpr long APP_EVENT = 1;
+constexpr long SYNC_RESPONSE = 2;
+constexpr std::uint32_t EVENT_CREATED = 1;
+constexpr std::uint32_t EVENT_DESTROYED = 2;
+constexpr std::uint32_t STATE_SYNCHRONISED = 2;
+
+// Posts without waiting. A queue that is gone is nobody's loss; the others are served before the
+// first failure is told.
+void post(const Message &message, std::size_t size, const std::vector<std::int32_t> &queues) {
+    std::string failure;
+    for (const std::int32_t queue : queues) {
+        if (msgsnd(queue, &message, size, IPC_NOWAIT) == 0) continue;
+        if (errno == EINVAL || errno == EIDRM || !failure.empty()) continue;
+        failure = "queue " + std::to_string(queue) + ": " +
+                  (errno == EAGAIN ? "full, the message is lost" : std::strerror(errno));
+    }
+    if (!failure.empty()) throw Failure(failure);
+}
+
+void postEvent(const char *app, std::uint32_t mask) {
+    std::int32_t ids[OKRA_SUBSCRIBERS_MAX];
+    std::size_t count = 0;
+    check(okraReadSubscribers(ids, &count));
+    Message message{APP_EVENT, {}};
+    std::memcpy(message.bytes, &mask, sizeof(mask));
+    std::snprintf(message.bytes + 4, OKRA_APP_NAME_MAX + 1, "%s", app);
+    post(message, 4 + OKRA_APP_NAME_MAX + 1, {ids, ids + count});
+}
+
+// The queue of a change list.
+std::int32_t listQueue(const std::string &list) {
+    std::int32_t queue = -1;
+    std::size_t count = 0;
+    check(okraReadIds(list.c_str(), &queue, 1, &count));
+    return queue;
+}
+
+void postResponse(const char *app, std::uint32_t state) {
+    std::vector<std::int32_t> queues;
+    const std::string folder = okraFile("changes", app);
+    for (const std::string &list : namesIn(folder))
+        queues.push_back(listQueue(fs::path(folder) / list));
+    Message message{SYNC_RESPONSE, {}};
+    std::snprintf(message.bytes, OKRA_APP_NAME_MAX + 1, "%s", app);
+    message.bytes[16] = static_cast<char>(state);
+    post(message, 17, queues);
+}
+
+// ---- states ----
+
+// What an application has when nobody says.
+constexpr char ownRegisters[] =
+    "reg u32 frames value=123456 min=0 max=200000\n"
+    "reg counter bytes value=987654321 time=3600 mult=8 div=1 secs=3600\n"
+    "reg sel linkState value=1 labels=\"down|up\"\n"
+    "reg bits alarms value=0x5 labels=\"LOS|AIS|RDI\"\n"
+    "reg a32 hist data=1,2,3,4\n"
+    "reg f64 jitter value=0.125\n";
+
+// Writes a state, which appears whole, from a state or results file with one application.
+void writeState(const std::string &to, const char *app, const OkraApp &times,
+                const std::string &from) {
+    host::WholeFile file;
+    std::error_code error;
+    fs::create_directories(fs::path(to).parent_path(), error);
+    int failed = file.begin(to.c_str());
+    if (failed == 0) {
+        std::fputs(OKRA_FORMAT_LINE, file.stream());
+        check(okraCopyApp(from.c_str(), app, times, file.stream()));
+        failed = file.commit();
+    }
+    if (failed != 0) throw Failure(std::string("application: ") + std::strerror(failed));
+}
+
+OkraApp readState(const std::string &path) {
+    OkraApp app{};
+    check(okraReadApp(path.c_str(), &app));
+    return app;
+}
+
+// The last measurement control as it was sent, or "unset".
+std::string control() {
+    std::string_view line = "unset";
+    const host::FileGuard file = host::openText(okraFile("control").c_str());
+    if (!file) {
+        if (errno == ENOENT) return std::string(line);
+        throw Failure(std::string("control: ") + std::strerror(errno));
+    }
+    host::LineReader lines(file.get());
+    const host::LineResult result = lines.next(&line);
+    if (result != host::LINE_READ)
+        throw Failure(result == host::LINE_END ? "control: empty"
+                                               : std::string("control: ") + lineFailure(result));
+    return std::string(line);
+}
+
+// ---- commands: arguments end with a null ----
+
+// Keeps other simulators and the library from changing what a command has read.
+host::DescriptorGuard lockManager() {
+    host::DescriptorGuard lock;
+    check(okraLock(&lock));
+    return host::DescriptorGuard(lock.release());
+}
+
+void up(const char *const *) {
+    for (const char *folder :
+         {"/run/tarix/kelp", "/run/tarix/okra", "/etc/tarix", "/tarix/data/templates"}) {
+        const std::string path = rooted(folder);
+        const int error = host::makeFolders(path.c_str(), 0775);
+        if (error != 0) throw Failure(path + ": " + std::strerror(error));
+    }
+}
+
+void down(const char *const *) {
+    const std::string registry = rooted("/run/tarix/kelp");
+    for (const std::string &name : namesIn(registry)) {
+        std::int32_t queue = -1;
+        std::size_t count = 0;
+        const std::string path = fs::path(registry) / name;
+        if (okraReadIds(path.c_str(), &queue, 1, &count) == OKRA_OK && count == 1)
+            msgctl(queue, IPC_RMID, nullptr);
+    }
+    for (const char *folder : {"/run/tarix/kelp", "/run/tarix/okra"}) {
+        std::error_code error;
+        fs::remove_all(rooted(folder), error);
+        if (error) throw Failure(rooted(folder) + ": " + error.message());
+    }
+    std::error_code inUse;
+    fs::remove(rooted("/run/tarix"), inUse);  // unless the daemon's socket is there
+}
+
+void create(const char *const *args) {
+    const char *app = args[0];
+    checkName(app);
+    const host::DescriptorGuard lock = lockManager();
+    char path[host::PATH_SIZE];
+    if (okraFindApp(app, path) == OKRA_OK)
+        throw Failure(std::string("application '") + app + "' runs already");
+    const std::string state = okraFile("apps", app);
+    if (args[1] != nullptr) {
+        writeState(state, app, readState(args[1]), args[1]);
+    } else {
+        const std::string text = OKRA_FORMAT_LINE + std::string("app ") + app +
+                                 " start=" + std::to_string(std::time(nullptr)) + "\n" +
+                                 ownRegisters;
+        check(okraWriteText(state.c_str(), text.c_str()));
+    }
+    postEvent(app, EVENT_CREATED);
+}
+
+void destroy(const char *const *args) {
+    const host::DescriptorGuard lock = lockManager();
+    std::error_code error;
+    if (!fs::remove(runningApp(args[0]), error) && error)
+        throw Failure("application: " + error.message());
+    fs::remove_all(okraFile("changes", args[0]), error);
+    postEvent(args[0], EVENT_DESTROYED);
+}
+
+void enable(const char *const *args) {
+    const host::DescriptorGuard lock = lockManager();
+    runningApp(args[0]);
+    std::error_code error;
+    fs::remove(okraFile("disabled", args[0]), error);
+    if (error) throw Failure("disabled: " + error.message());
+}
+
+void disable(const char *const *args) {
+    const host::DescriptorGuard lock = lockManager();
+    runningApp(args[0]);
+    check(okraWriteText(okraFile("disabled", args[0]).c_str(), ""));
+}
+
+void start(const char *const *args) {
+    const std::uint32_t time = timeArgument(args[1]);
+    const host::DescriptorGuard lock = lockManager();
+    const std::string path = runningApp(args[0]);
+    const std::string last = control();
+    if (last.starts_with("disabled"))
+        throw Failure("new measurements are disabled (code" + last.substr(8) + ")");
+    OkraApp app = readState(path);
+    app.start = time;
+    writeState(path, args[0], app, path);
+}
+
+void sync(const char *const *args) {
+    const std::uint32_t time = timeArgument(args[1]);
+    const host::DescriptorGuard lock = lockManager();
+    const std::string path = runningApp(args[0]);
+    OkraApp app = readState(path);
+    app.stop = time;
+    writeState(path, args[0], app, path);
+    postResponse(args[0], STATE_SYNCHRONISED);
+}
+
+void respond(const char *const *args) {
+    const std::uint32_t state = number(args[1], UINT8_MAX, true, "state");
+    const host::DescriptorGuard lock = lockManager();
+    runningApp(args[0]);
+    postResponse(args[0], state);
+}
+
+void event(const char *const *args) {
+    checkName(args[0]);
+    const std::uint32_t mask = number(args[1], UINT32_MAX, true, "event mask");
+    const host::DescriptorGuard lock = lockManager();
+    postEvent(args[0], mask);
+}
+
+void show(const char *const *) {
+    const host::DescriptorGuard lock = lockManager();
+    for (const std::string &app : namesIn(okraFile("apps"), OKRA_APP_NAME_MAX)) {
+        const OkraApp state = readState(runningApp(app.c_str()));
+        const bool disabled = fs::exists(okraFile("disabled", app.c_str()));
+        std::printf("app %s start=%u stop=%u %s\n", app.c_str(), unsigned{state.start},
+                    unsigned{state.stop}, disabled ? "disabled" : "enabled");
+    }
+    for (const std::string &app : namesIn(okraFile("changes"), OKRA_APP_NAME_MAX)) {
+        const std::string folder = okraFile("changes", app.c_str());
+        for (const std::string &list : namesIn(folder))
+            std::printf("list %s/%s queue=%d\n", app.c_str(), list.c_str(),
+                        int{listQueue(fs::path(folder) / list)});
+    }
+    const std::string registry = rooted("/run/tarix/kelp");
+    for (const std::string &name : namesIn(registry)) {
+        const std::int32_t id = listQueue(fs::path(registry) / name);
+        msqid_ds status{};
+        const bool there = msgctl(id, IPC_STAT, &status) == 0;
+        std::printf("queue %s id=%d %s\n", name.c_str(), int{id},
+                    there ? ("messages=" + std::to_string(status.msg_qnum)).c_str() : "gone");
+    }
+    std::printf("control %s\n", control().c_str());
+}
+
+struct Command {
+    const char *name;
+    const char *arguments;
+    const char *purpose;
+    const char *example;
+    int required;
+    int allowed;
+    void (*run)(const char *const *args);
+};
+
+constexpr Command commands[] = {
+    {"up", "", "make registry, manager and folders; what is there stays", "up", 0, 0, up},
+    {"down", "", "remove queues, registry and manager; the data stays", "down", 0, 0, down},
+    {"create", " APP [FILE]", "run an application, with the registers of a results file",
+     "create ifstats ifstats.res", 1, 2, create},
+    {"destroy", " APP", "end an application, and its change lists", "destroy ifstats", 1, 1,
+     destroy},
+    {"enable", " APP", "enable its measurements", "enable ifstats", 1, 1, enable},
+    {"disable", " APP", "disable its measurements", "disable ifstats", 1, 1, disable},
+    {"start", " APP [TIME]", "set its start time, unless the control says disabled",
+     "start ifstats 1700000000", 1, 2, start},
+    {"sync", " APP [TIME]", "set its stop time and tell that it is synchronised",
+     "sync ifstats 1700003600", 1, 2, sync},
+    {"respond", " APP STATE", "post a synchronisation response, 0 to 255", "respond ifstats 1", 2,
+     2, respond},
+    {"event", " APP MASK", "post an application event: 1 created, 2 destroyed", "event ifstats 0x3",
+     2, 2, event},
+    {"show", "", "print applications, change lists, queues and control", "show", 0, 0, show},
+};
+
+void printHelp() {
+    std::printf("tarix-sim plays the instrument for the service.\n\nUsage: tarix-sim COMMAND\n\n");
+    for (const Command &command : commands)
+        std::printf("  %s%s\n      %s\n      tarix-sim %s\n", command.name, command.arguments,
+                    command.purpose, command.example);
+    std::printf(
+        "\nTIME is seconds since 1970-01-01 UTC, now when absent. VORN_ROOT of the environment\n"
+        "stands in front of all paths. Failures are told on standard error, with status 1.\n");
+}
+
+void runCommand(int count, char **words) {
+    if (count == 0) throw Failure("no command; see tarix-sim --help");
+    const std::string_view name = words[0];
+    for (const Command &command : commands) {
+        if (name != command.name) continue;
+        if (count - 1 < command.required || count - 1 > command.allowed)
+            throw Failure(std::string("usage: tarix-sim ") + command.name + command.arguments);
+        const char *args[3] = {};
+        std::copy(words + 1, words + count, args);
+        return command.run(args);
+    }
+    throw Failure("unknown command '" + std::string(name) + "'; see tarix-sim --help");
+}
+
+// Tells a failure in one line, whatever was in the words.
+int fail(std::string text) {
+    for (char &c : text)
+        if (static_cast<unsigned char>(c) < ' ' || c == 0x7F) c = '?';
+    std::fprintf(stderr, "tarix-sim: %s\n", text.c_str());
+    return 1;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    try {
+        for (int i = 1; i < argc; ++i) {
+            if (std::strcmp(argv[i], "--help") != 0 && std::strcmp(argv[i], "-h") != 0) continue;
+            printHelp();
+            return 0;
+        }
+        runCommand(argc - 1, argv + 1);
+        if (std::fflush(stdout) != 0) return fail("standard output cannot be written");
+        return 0;
+    } catch (const std::exception &error) {
+        return fail(error.what());
+    }
+}
