@@ -109,7 +109,6 @@ std::int32_t pdfOffset(const PdfSink *sink) {
 
 int pdfFail(PdfSink *sink, int error) {
     if (sink->error == PDF_OK) sink->error = error;
-    sink->room = sink->used;
     return sink->error;
 }
 

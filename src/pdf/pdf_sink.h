@@ -24,11 +24,10 @@ constexpr std::uint32_t PDF_BLOCK_SIZE = 32768;
 
 struct PdfSink {
     std::FILE *stream;
-    int error;             // the first failure, PDF_OK: none; after one nothing is written
+    int error;             // the first failure, PDF_OK: none; after one the stream gets nothing
     std::int32_t flushed;  // bytes handed to the stream
     std::uint32_t used;    // bytes in the block
-    std::uint32_t room;    // bytes that fit into it: fewer near the largest offset, and no more
-                           // than are in it after a failure
+    std::uint32_t room;    // bytes that fit into it; fewer near the largest offset
     char block[PDF_BLOCK_SIZE];
 };
 
