@@ -14,7 +14,6 @@ namespace {
 // A reply waits for the rest of its batch, unless that takes longer than this.
 constexpr std::int64_t BATCH_MS = 5;
 
-constexpr NxFate LEFT = "it went away";
 constexpr NxFate BROKEN_HEADER = "broken message header";
 constexpr NxFate NOT_READING = "it does not read its replies";
 
@@ -32,7 +31,7 @@ NxFate readOnce(NxClient *client, NxClock clock) {
     const ssize_t got = recv(client->fd, client->in + client->inLength, room, 0);
     if (got < 0) {
         if (errno == EINTR) return NX_KEEP;
-        if (!wouldBlock()) return LEFT;
+        if (!wouldBlock()) return NX_GONE;
         client->readable = false;
         return NX_KEEP;
     }
@@ -103,6 +102,8 @@ NxFate answerAll(NxClient *client, NxCallback callback, NxClock clock, std::size
 
 }  // namespace
 
+const NxFate NX_GONE = "it went away";
+
 void openClient(NxClient *client, int fd, std::int64_t now) {
     client->fd = fd;
     client->readable = false;
@@ -141,11 +142,11 @@ NxFate flushClient(NxClient *client) {
         if (sent >= 0) {
             client->outStart += static_cast<std::size_t>(sent);
         } else if (errno != EINTR) {
-            if (!wouldBlock()) return LEFT;
+            if (!wouldBlock()) return NX_GONE;
             return waiting(client) < NX_WAITING_MAX ? NX_KEEP : NOT_READING;
         }
     }
     client->outStart = 0;
     client->outEnd = 0;
-    return client->inputEnded ? LEFT : NX_KEEP;
+    return client->inputEnded ? NX_GONE : NX_KEEP;
 }

@@ -34,6 +34,7 @@ struct NxClient {
 using NxFate = const char *;
 
 constexpr NxFate NX_KEEP = nullptr;
+extern const NxFate NX_GONE;  // the client has left, as all do
 
 // Takes a free place for a connected socket.
 void openClient(NxClient *client, int fd, std::int64_t now);

@@ -42,7 +42,7 @@ int watch(const NxLoop *loop, int fd, void *who) {
 
 // A place or descriptor is free again: newcomers are worth another look.
 void dropClient(NxLoop *loop, NxClient *client, NxFate why) {
-    dmon_log(2, "Client %d closed: %s.\n", client->fd, why);
+    dmon_log(why == NX_GONE ? 3 : 2, "Client %d closed: %s.\n", client->fd, why);
     closeClient(client);
     loop->outOfDescriptors = false;
 }

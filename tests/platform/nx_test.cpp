@@ -9,19 +9,15 @@
 #include <string>
 #include <vector>
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "nx/loop.h"
 #include "support/log_capture.h"
+#include "support/request_server.h"
 
 namespace {
 
@@ -60,20 +56,13 @@ std::string message(std::uint16_t type, std::int32_t param1, std::int32_t param2
     return bytes + payload;
 }
 
-class Server {
+class Server : public RequestServer {
 public:
-    explicit Server(int places) {
+    explicit Server(int places) : RequestServer(places, callback) {
         now = 1000;
         served.clear();
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(loopOpen(&loop, reinterpret_cast<sockaddr *>(&address), sizeof address, places,
-                           callback),
-                  0);
         loop.clock = [] { return now; };
     }
-    ~Server() { loopClose(&loop); }
 
     // Turns until the condition holds, or for five seconds.
     bool runUntil(const std::function<bool()> &condition) {
@@ -89,22 +78,12 @@ public:
         for (int i = 0; i < loop.places; ++i) count += loop.clients[i].fd >= 0;
         return count;
     }
-
-    NxLoop loop{};
 };
 
 class Peer {
 public:
-    explicit Peer(Server *server) : server_(server) {
-        fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(loopPort(&server->loop));
-        EXPECT_EQ(connect(fd_, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    explicit Peer(Server *server) : server_(server), fd_(connectLoopback(loopPort(&server->loop))) {
         fcntl(fd_, F_SETFL, O_NONBLOCK);
-        const int on = 1;
-        setsockopt(fd_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     }
     Peer(const Peer &) = delete;
     Peer &operator=(const Peer &) = delete;

@@ -2,24 +2,18 @@
 // Keeps docs/protocol.md true: sends its example bytes and runs its Python client, as they stand on
 // the page, against the request server with the service's own callback.
 #include <array>
-#include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
-#include <thread>
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include "core/options.h"
-#include "nx/loop.h"
 #include "report/user_vars.h"
 #include "server/server.h"
+#include "support/request_server.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -55,35 +49,17 @@ protected:
     void SetUp() override {
         setDefaults();
         initUserVars();
-        address_.sin_family = AF_INET;
-        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        auto *where = reinterpret_cast<sockaddr *>(&address_);
-        ASSERT_EQ(loopOpen(&loop_, where, sizeof address_, 10, serverRequestCallback), 0);
-        address_.sin_port = htons(loopPort(&loop_));
-        thread_ = std::thread([this] {
-            while (!stop_) loopTurn(&loop_, 10);
-        });
-    }
-    void TearDown() override {
-        stop_ = true;
-        thread_.join();
-        loopClose(&loop_);
+        server_.serveInBackground();
     }
 
-    sockaddr_in address_{};
-
-private:
-    NxLoop loop_{};
-    std::atomic<bool> stop_ = false;
-    std::thread thread_;
+    RequestServer server_{10, serverRequestCallback};
 };
 
 TEST_F(ProtocolPage, ShowsTheBytesOfARequestAndItsReply) {
     const std::string request = bytesOf(blockOfPage("hex request"));
     const std::string reply = bytesOf(blockOfPage("hex reply"));
     ASSERT_EQ(request.size(), 35u);
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    ASSERT_EQ(connect(fd, reinterpret_cast<sockaddr *>(&address_), sizeof address_), 0);
+    const int fd = connectLoopback(loopPort(&server_.loop));
     send(fd, request.data(), request.size(), 0);
     std::string got(reply.size(), '\0');
     EXPECT_EQ(recv(fd, got.data(), got.size(), MSG_WAITALL), 16);
@@ -94,7 +70,6 @@ TEST_F(ProtocolPage, ShowsTheBytesOfARequestAndItsReply) {
 TEST_F(ProtocolPage, HasAPythonClientThatRunsAsItStands) {
     const TempDir dir;
     const std::string script = dir.write("client.py", blockOfPage("python"));
-    setenv("NX_PORT", std::to_string(ntohs(address_.sin_port)).c_str(), 1);
     std::FILE *pipe = popen(("python3 " + script + " 2>&1").c_str(), "r");
     std::array<char, 1000> output{};
     const std::size_t length = std::fread(output.data(), 1, output.size(), pipe);

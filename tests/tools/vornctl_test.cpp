@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: MIT
 // Runs the program against a request server and a control socket of the test's own.
-#include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <mutex>
 #include <string>
 #include <thread>
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "nx/loop.h"
 #include "server/requests.h"
+#include "support/request_server.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -52,30 +48,9 @@ int answer(void *, void *, const PktMessage *request, PktMessage *reply) {
     return nextResult;
 }
 
-class Server {
+class Server : public RequestServer {
 public:
-    Server() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(
-            loopOpen(&loop_, reinterpret_cast<sockaddr *>(&address), sizeof address, 10, answer),
-            0);
-        setenv("NX_PORT", std::to_string(loopPort(&loop_)).c_str(), 1);
-        thread_ = std::thread([this] {
-            while (!stop_) loopTurn(&loop_, 10);
-        });
-    }
-    ~Server() {
-        stop_ = true;
-        thread_.join();
-        loopClose(&loop_);
-    }
-
-private:
-    NxLoop loop_{};
-    std::atomic<bool> stop_ = false;
-    std::thread thread_;
+    Server() : RequestServer(10, answer) { serveInBackground(); }
 };
 
 struct Outcome {
@@ -187,9 +162,7 @@ TEST(Vornctl, RefusesWrongWordsWithStatusTwoAndSendsNothing) {
 }
 
 TEST(Vornctl, TellsALostConnectionFromASilentService) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sockaddr_in address = loopbackAddress(0);
     socklen_t size = sizeof address;
     const int listener = socket(AF_INET, SOCK_STREAM, 0);
     ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), size), 0);
