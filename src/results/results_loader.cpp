@@ -137,12 +137,12 @@ template <std::size_t width, std::size_t offset>
 bool readArray(const LibraryRegister &from, RegisterRecord *reg) {
     const std::uint16_t length = from.get<std::uint16_t>(REG_VALUE);
     if (length == 0) return true;
-    const ArrayHeader header{length * width};
-    char *block = static_cast<char *>(std::malloc(sizeof(header) + header.bytes));
+    const std::size_t bytes = length * width;
+    const ArrayHeader header{bytes};
+    char *block = static_cast<char *>(std::malloc(sizeof(header) + bytes));
     if (block == nullptr) return false;
     std::memcpy(block, &header, sizeof(header));
-    std::memcpy(block + sizeof(header), static_cast<const char *>(from.value) + offset,
-                header.bytes);
+    std::memcpy(block + sizeof(header), static_cast<const char *>(from.value) + offset, bytes);
     reg->as.array = {length, reinterpret_cast<std::uint8_t *>(block + sizeof(header))};
     return true;
 }
