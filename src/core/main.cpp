@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+// The service's entry: hands body and callbacks to the daemon framework.
+#include "core/service.h"
+#include "core/status.h"
+#include "dmon/dmon.h"
+
+int main(int argc, char **argv) {
+    return dmon_run_daemon(serviceMain, argc, argv, &vorn_ops);
+}

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "core/service.h"
+
+#include <clocale>
+#include <cstdlib>
+
+#include <sys/stat.h>
+
+#include "core/command_line.h"
+#include "core/config_file.h"
+#include "core/options.h"
+#include "core/subscription_files.h"
+#include "dmon/dmon.h"
+#include "listener/commands.h"
+#include "listener/listener.h"
+#include "report/report.h"
+#include "report/user_vars.h"
+#include "server/server.h"
+#include "storage/persistent.h"
+#include "util/guards.h"
+
+namespace {
+
+// Hands the listener a copy of an initial subscription: it releases every record it is done with,
+// and those of opt_subs are not from malloc.
+void postInitialSubscription(const Subscription &initial) {
+    HeapGuard<Subscription> copy(static_cast<Subscription *>(std::malloc(sizeof(Subscription))));
+    if (!copy) return;
+    *copy = initial;
+    if (startMeasSubs(copy.get()) == POST_OK) static_cast<void>(copy.release());
+}
+
+}  // namespace
+
+int serviceMain(int argc, char **argv) {
+    int result = setDefaults();
+    if (result != 0) return result;
+    std::setlocale(LC_NUMERIC, "en");
+
+    result = parseArgs(argc, argv);
+    if (result != ARGS_OK) return result;
+    result = loadConfigFile(opt_cfgfile);
+    if (result != CONFIG_OK) return result;
+    result = loadPersistentData();
+    if (result != PERSISTENT_OK) return result;
+    result = loadSubscriptionFiles();
+    if (result != SUBSCRIPTION_OK) return result;
+
+    result = runService();
+    dmon_log(1, "Server stopped.\n");
+    return result;
+}
+
+int runService() {
+    vorn_status = LISTENER_CONNECTED;
+    dmon_log(1, "Configs and Reports Manager (VORN) is running...\n");
+    initReports();
+    // The listener's first save sets a user variable, and may come before the first client.
+    initUserVars();
+
+    initMeasListener();
+    const int result = startMeasListener();
+    if (result != LISTENER_OK) {
+        dmon_log(1, "Could not start measurements listener.\n");
+        return result;
+    }
+    for (int i = 0; i < opt_num_subs; ++i) postInitialSubscription(opt_subs[i]);
+
+    // What is there already, or cannot be made, shows at the first file.
+    for (const char *directory : {opt_cfgdir, opt_resdir, opt_rptdir}) mkdir(directory, 0775);
+    return runVornServer();
+}
