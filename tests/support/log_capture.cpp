@@ -3,6 +3,7 @@
 
 #include <sstream>
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@ LogCapture::LogCapture(int level)
     : savedStderr_(dup(STDERR_FILENO)),
       savedLevel_(dmon_level()),
       file_(memfd_create("log", MFD_CLOEXEC)) {
+    fcntl(file_, F_SETFL, O_APPEND);  // threads log side by side
     dup2(file_, STDERR_FILENO);
     dmon_set_level(level);
 }
