@@ -9,7 +9,6 @@
 #include "output/conversions.h"
 #include "report/report.h"
 #include "report/template_context.h"
-#include "results/dict_resolver.h"
 #include "server/requests.h"
 #include "server/server.h"
 
@@ -46,8 +45,6 @@ constexpr CodeText REPORT_TEXTS[] = {
     {REPORT_NOT_WRITTEN, "the report file cannot be written"},
     {SRV_BAD_FORMAT, "no such report format"},
     {MERGE_PLUGIN_FAILED, "a plug-in failed"},
-    {DICT_FULL, "the template uses too many dictionaries"},
-    {DICT_NOT_OPEN, "a dictionary cannot be opened"},
 };
 
 constexpr CodeText LIBRARY_TEXTS[] = {
