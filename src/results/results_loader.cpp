@@ -30,8 +30,8 @@ constexpr std::size_t REG_FLAGS = 0;
 constexpr std::size_t REG_VALUE = 8;
 constexpr unsigned REG_FLAG_NO_VALUE = 2;
 
-constexpr std::int32_t FIRST_CAPACITY = 32;  // registers; doubled as they come
-constexpr std::uint32_t BITS = 32;           // of a bit set
+constexpr std::int32_t FIRST_CAPACITY = 4;  // registers; doubled as they come
+constexpr std::uint32_t BITS = 32;          // of a bit set
 
 // A number in a library record, which need not be aligned.
 template <class T>
