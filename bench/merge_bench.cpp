@@ -3,6 +3,7 @@
 // of four values, taken from 1,000 registers by name.
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include <benchmark/benchmark.h>
@@ -26,6 +27,11 @@ constexpr int ROWS = 100'000;
 constexpr char CSTYLE[] = "%-16s %10u %12llu %10.3f";
 
 struct Files {
+    Files() = default;
+    Files(const Files &) = delete;
+    Files &operator=(const Files &) = delete;
+    ~Files() { std::filesystem::remove_all(folder); }
+
     std::string folder;
     std::string results;
     std::string text;
@@ -61,18 +67,17 @@ void writeFile(const std::string &path, const std::string &content) {
 }
 
 const Files &files() {
-    static const Files made = [] {
+    static Files f;
+    if (f.folder.empty()) {
         char folder[] = "/tmp/vornbenchXXXXXX";
-        Files f;
         f.folder = mkdtemp(folder);
         f.results = f.folder + "/in.res";
         f.text = f.folder + "/t.tpl";
         setDefaults();
         initResultsLoader();
         writeFile(f.results, resultsText());
-        return f;
-    }();
-    return made;
+    }
+    return f;
 }
 
 Results *load() {
@@ -82,9 +87,9 @@ Results *load() {
 }
 
 const RegisterRecord *find(const Results *results, const char *name, int number) {
-    char spec[64];
-    std::snprintf(spec, sizeof spec, "ports@%s%d", name, number);
-    return getAppItemResult(spec, results, nullptr, nullptr);
+    char item[64];
+    std::snprintf(item, sizeof item, "ports@%s%d", name, number);
+    return getAppItemResult(item, results, nullptr, nullptr);
 }
 
 // ---- whole reports ----

@@ -15,7 +15,7 @@
 //   closes it templatePath  names the template in messages; relative includes count from its folder
 //   format        ReportFormat
 //   userVars      read by value clauses
-//   dictName      dictionary of specifications that name none (15 characters are used)
+//   dictName      dictionary where a clause names none (15 characters are used)
 // Returns 0 (MERGE_OK) or a negative code, after a message at level 1: MergeResult,
 // ConversionResult, DumpResult. Several merges may run at once, each on a thread of its own.
 int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *report,
