@@ -62,68 +62,50 @@ protected:
 };
 
 TEST_F(Report, IsWrittenWholeAndMovesAnEarlierOneAside) {
-    initReports();
+    EXPECT_EQ(make("rpt/b.txt"), REPORT_OK);  // no quota yet
+    EXPECT_EQ(getReportCount(), -1);
+    std::filesystem::rename(dir.path("rpt/b.txt"), dir.path("rpt/.b.txt.part"));
+    dir.write("rpt/b.part", "somebody's");
+    initReports();  // sweeps what was left half written
+    EXPECT_EQ(listing(), "b.part ");
     EXPECT_EQ(make("rpt/a.txt"), REPORT_OK);
     dir.write("rpt/a.txt", "edited");
     EXPECT_EQ(make("rpt/a.txt"), REPORT_OK);
     EXPECT_EQ(dir.read("rpt/a.txt"), REPORT);
     EXPECT_EQ(dir.read("rpt/a_01.txt"), "edited");
-    EXPECT_EQ(listing(), "a.txt a_01.txt ");
+    EXPECT_EQ(listing(), "a.txt a_01.txt b.part ");
     EXPECT_EQ(getReportCount(), 2);
 }
 
 TEST_F(Report, LeavesNothingWhenItCannotBeMade) {
     initReports();
-    dir.write("bad.tpl", "<report><row cstyle='%u'>");
-    dir.write("worse.tpl", "<report>\n<row cstyle='%u'><value link=m></value></row>");
-    dir.write("bad.res", "okra 1\nreg u32 n value=42\n");
-    dir.makeDir("folder");
+    dir.write("bad.tpl", "<report>\n<row cstyle='%u'><value link=m></value></row>");
     ASSERT_EQ(mkfifo(dir.path("fifo").c_str(), 0600), 0);
     struct Case {
-        const char *results;
-        const char *text;
-        const char *name;
+        const char *results, *text, *name;
         std::uint32_t format;
         int result;
-        std::string log;
     };
-    const auto path = [this](const char *name) { return "'" + dir.path(name) + "'"; };
     const Case cases[] = {
-        {"in.res", "none.tpl", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT,
-         "Error opening template file " + path("none.tpl") + ": No such file or directory\n"},
-        {"in.res", "folder", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT,
-         "Error opening template file " + path("folder") + ": Is a directory\n"},
-        {"in.res", "fifo", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT,
-         "Error opening template file " + path("fifo") + ": Operation not supported\n"},
-        {"in.res", "t.tpl", "none/a.txt", RPT_FMT_TXT, REPORT_NOT_CREATED,
-         "Error creating report file " + path("none/a.txt") + ": No such file or directory\n"},
-        {"in.res", "t.tpl", "folder", RPT_FMT_TXT, REPORT_NOT_CREATED,
-         "Error creating report file " + path("folder") + ": Is a directory\n"},
-        {"fifo", "t.tpl", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT, "*"},
-        {"bad.res", "t.tpl", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT, "*"},
-        {"in.res", "worse.tpl", "rpt/a.txt", RPT_FMT_TXT, -14, "*"},
-        {"in.res", "t.tpl", "rpt/a.txt", 2, DUMP_UNKNOWN_FORMAT, ""},
+        {"fifo", "t.tpl", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT},
+        {"in.res", "fifo", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT},
+        {"in.res", "t.tpl", "none/a.txt", RPT_FMT_TXT, REPORT_NOT_CREATED},
+        {"in.res", "bad.tpl", "rpt/a.txt", RPT_FMT_TXT, -14},
+        {"in.res", "t.tpl", "rpt/a.txt", 2, DUMP_UNKNOWN_FORMAT},
     };
     for (const Case &c : cases) {
-        SCOPED_TRACE(std::string(c.results) + " " + c.text + " " + c.name);
-        const LogCapture log;
         EXPECT_EQ(make(c.name, c.results, c.text, c.format), c.result);
-        if (c.log != "*") {
-            EXPECT_EQ(log.text(), c.log);
-        }
         EXPECT_EQ(listing(), "");
         EXPECT_EQ(getReportCount(), 0);
     }
-    EXPECT_TRUE(dir.exists("folder"));
 }
 
 TEST_F(Report, ThatDoesNotFitOnTheDiskIsGone) {
     // A limit on the size of files stands in for a full disk.
-    const rlimit limit{1, 1};
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit small{limit.rlim_cur, before.rlim_max};
+    const rlimit small{1, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     const int result = make("rpt/a.txt");
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
@@ -160,19 +142,6 @@ TEST_F(Report, QuotaRefusesOrPurgesTheOldest) {
     EXPECT_EQ(deleteAllReports(), 0);
     EXPECT_EQ(listing(), ".pdf b.pdf.bak c.txt x.TXT ");
     EXPECT_EQ(getReportCount(), 0);
-}
-
-TEST_F(Report, WithoutAQuotaHasNoLimit) {
-    EXPECT_EQ(getReportCount(), -1);
-    for (const char *name : {"rpt/a.txt", "rpt/b.txt"}) EXPECT_EQ(make(name), REPORT_OK);
-    EXPECT_EQ(listing(), "a.txt b.txt ");
-}
-
-TEST_F(Report, FilesLeftHalfWrittenAreSweptAtTheStart) {
-    dir.write("rpt/.a.txt.part", "half");
-    dir.write("rpt/a.part", "somebody's");
-    initReports();
-    EXPECT_EQ(listing(), "a.part ");
 }
 
 TEST_F(Report, TwoAtOnceDoNotMix) {
