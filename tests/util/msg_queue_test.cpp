@@ -70,14 +70,11 @@ TEST(MsgQueue, HandsItemsOutInOrderWithTheirTypeUpToItsCapacity) {
     EXPECT_EQ(mqGetms(&q.mq, nullptr, &type, 1), nullptr);
     EXPECT_EQ(type, 0u);
     EXPECT_EQ(mqPut(&q.mq, nullptr, 0, 0, 0), MQ_BAD_ARG);
-    EXPECT_EQ(mqUnget(&q.mq, nullptr, 0, 0), MQ_BAD_ARG);
-    EXPECT_EQ(mqNumElems(nullptr), MQ_BAD_ARG);
 }
 
 TEST(MsgQueue, SelectsByKey) {
     Queue q;
-    const std::pair<char, std::uint32_t> items[] = {{'a', 1}, {'b', 3}, {'c', 3}, {'d', 1}};
-    for (const auto &[item, key] : items) q.put(item, key);
+    for (const char c : {'a', 'b', 'c', 'd'}) q.put(c, c == 'b' || c == 'c' ? 3 : 1);
     std::uint32_t selector = 3;
     EXPECT_EQ(q.get(&selector), 'b');
     selector = 0;
