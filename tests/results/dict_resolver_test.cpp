@@ -70,10 +70,7 @@ TEST_F(DictResolverTest, ChoosesItsLanguages) {
     dir_.write("A_en.lxc", "[1]\nk = english\nonly = english\n");
     dir_.write("A_eng.lxc", "[1]\nk = three letters\n");
     struct Case {
-        const char *lang;
-        const char *dfltLang;
-        const char *text;
-        const char *only;
+        const char *lang, *dfltLang, *text, *only;
     };
     const Case cases[] = {
         {"fr", nullptr, "french", "only"},
@@ -138,7 +135,7 @@ TEST_F(DictResolverTest, TriesAFileThatCannotBeOpenedAgainAtTheNextRequest) {
 
 TEST_F(DictResolverTest, SaysWhenThePathIsCut) {
     const std::string longDir = "/" + std::string(58, 'd');
-    safe_strncpy(opt_dictdir, longDir.c_str(), sizeof opt_dictdir);
+    copyPiece(opt_dictdir, longDir);
     const LogCapture log;
     dictResolvCreate(&resolver_, "abc", "en", nullptr);
     EXPECT_EQ(dictResolvAddDict(&resolver_, nullptr, 1, 0), DICT_NOT_OPEN);
