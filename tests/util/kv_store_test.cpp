@@ -69,8 +69,7 @@ private:
     }
 };
 
-std::int32_t byNumber(const void *a, const void *b, void *context) {
-    if (context != nullptr) ++*static_cast<int *>(context);
+std::int32_t byNumber(const void *a, const void *b, void *) {
     if (valueOf(a) == valueOf(b)) return KV_EQUAL;
     return valueOf(a) > valueOf(b) ? KV_AFTER : KV_BEFORE;
 }
@@ -95,32 +94,16 @@ TEST(KvStore, KeepsOneValueAKeyInOrderUpToItsCapacity) {
     EXPECT_EQ(freed, 1);
     EXPECT_EQ(kvReplace(&s.kv, "a", kvGet(&s.kv, "a")), KV_OK);  // the same value stays alive
     EXPECT_EQ(s.text(), "a=4 b=2 ");
-    EXPECT_EQ(valueOf(kvGet(&s.kv, "b")), 2);
-    EXPECT_EQ(valueOf(kvGet(&s.kv, nullptr)), 4);
-    EXPECT_EQ(kvGet(&s.kv, "B"), nullptr);
-    EXPECT_EQ(kvDel(&s.kv, "c"), KV_NOT_FOUND);
+    EXPECT_EQ(kvDel(&s.kv, "B"), KV_NOT_FOUND);
     EXPECT_EQ(kvDel(&s.kv, nullptr), KV_OK);
     EXPECT_EQ(s.add("c", 3), KV_OK);
     EXPECT_EQ(s.text(), "b=2 c=3 ");
-    EXPECT_EQ(kvNumElems(&s.kv), 2);
     kvFlush(&s.kv);
     EXPECT_EQ(s.text(), "");
     EXPECT_EQ(freed, 4);
     EXPECT_EQ(s.add(std::string(70, 'k').c_str(), 1), KV_OK);  // 64 characters are kept
     EXPECT_EQ(kvGet(&s.kv, std::string(65, 'k').c_str()), nullptr);
     EXPECT_EQ(valueOf(kvGet(&s.kv, std::string(64, 'k').c_str())), 1);
-}
-
-TEST(KvStore, RefusesNullArguments) {
-    Store s;
-    int value = 0;
-    EXPECT_EQ(kvAdd(&s.kv, "a", nullptr), KV_BAD_ARG);
-    EXPECT_EQ(kvReplace(nullptr, "a", &value), KV_BAD_ARG);
-    EXPECT_EQ(kvWaitAbs(&s.kv, nullptr, nullptr), KV_BAD_ARG);
-    EXPECT_EQ(kvSignal(&s.kv, 0), KV_BAD_ARG);
-    EXPECT_EQ(kvMerge(&s.kv, nullptr, 4), KV_BAD_ARG);
-    EXPECT_EQ(kvMerge(&s.kv, &s.kv, 4), KV_BAD_ARG);  // would wait for itself
-    EXPECT_EQ(kvGet(nullptr, "a"), nullptr);
 }
 
 TEST(KvStore, VisitsUntilAMatchStopsTheWalk) {
@@ -134,8 +117,11 @@ TEST(KvStore, VisitsUntilAMatchStopsTheWalk) {
     EXPECT_EQ(kvCondDel(&s.kv, fromArgumentOn, &least), KV_OK);
     EXPECT_EQ(s.text(), "5=5 1=1 8=8 ");
     EXPECT_EQ(freed, 2);
-    least = 100;
-    EXPECT_EQ(kvCondDel(&s.kv, fromArgumentOn, &least), KV_NOT_FOUND);
+    const auto negativeSize = [](const char *, void *, void *, std::int32_t *size) -> std::int32_t {
+        *size = -1;
+        return KV_MATCH_STOP;
+    };
+    EXPECT_EQ(kvCondGetCopy(&s.kv, negativeSize, nullptr, 4), nullptr);
 }
 
 TEST(KvStore, MayLoseTheVisitedElementWhenRecursive) {
@@ -151,51 +137,14 @@ TEST(KvStore, MayLoseTheVisitedElementWhenRecursive) {
     EXPECT_EQ(s.text(), "");
 }
 
-TEST(KvStore, HandsOutCopies) {
-    Store s;
-    s.add("a", 0x01020304);
-    EXPECT_EQ(kvGetCopy(&s.kv, "a", 0), nullptr);
-    EXPECT_EQ(kvGetCopy(&s.kv, "b", 4), nullptr);
-    const auto setSize = [](const char *, void *, void *wanted,
-                            std::int32_t *size) -> std::int32_t {
-        *size = *static_cast<std::int32_t *>(wanted);
-        return KV_MATCH_STOP;
-    };
-    std::int32_t wanted = 4;
-    void *copy = kvCondGetCopy(&s.kv, setSize, &wanted, 100000);  // the value has 4 bytes
-    EXPECT_EQ(valueOf(copy), 0x01020304);
-    std::free(copy);
-    wanted = -1;
-    EXPECT_EQ(kvCondGetCopy(&s.kv, setSize, &wanted, 4), nullptr);
-
-    std::int32_t count = -1;
-    char **keys = kvGetList(&s.kv, &count);
-    ASSERT_EQ(count, 1);
-    EXPECT_STREQ(keys[0], "a");
-    EXPECT_EQ(keys[1], nullptr);
-    kvFreeList(keys);
-    kvFlush(&s.kv);
-    EXPECT_EQ(kvGetList(&s.kv, &count), nullptr);
-    EXPECT_EQ(count, 0);
-}
-
 TEST(KvStore, SortsOnInsertionOnDemandAndElementByElement) {
     Store s;
-    int calls = 0;
-    EXPECT_EQ(kvSortElement(&s.kv, "a"), KV_NO_SORT);
-    kvSetContext(&s.kv, &calls);
     kvSetSortMethod(&s.kv, byNumber);
-    s.add("e", 5);
-    s.add("a", 1);
-    s.add("x", 3);
-    s.add("c", 3);
+    for (const auto &[key, value] : {std::pair{"e", 5}, {"a", 1}, {"x", 3}, {"c", 3}})
+        s.add(key, value);
     EXPECT_EQ(s.text(), "a=1 x=3 c=3 e=5 ");
-    EXPECT_GT(calls, 0);
-
     EXPECT_EQ(kvSort(&s.kv, byNumber, 1, nullptr), KV_OK);
     EXPECT_EQ(s.text(), "e=5 x=3 c=3 a=1 ");
-    EXPECT_EQ(kvSort(&s.kv, nullptr, 0, nullptr), KV_OK);
-    EXPECT_EQ(s.text(), "a=1 c=3 e=5 x=3 ");
     const auto contradict = [](const void *, const void *, void *) -> std::int32_t {
         return KV_AFTER;
     };
@@ -211,7 +160,7 @@ TEST(KvStore, SortsOnInsertionOnDemandAndElementByElement) {
     EXPECT_EQ(s.text().substr(12), "a=4 ");
 }
 
-TEST(KvStore, CopiesMergesAndComparesTwoStores) {
+TEST(KvStore, CopiesAndMergesTwoStores) {
     Store a;
     Store b(3);
     a.add("x", 1);
@@ -224,21 +173,16 @@ TEST(KvStore, CopiesMergesAndComparesTwoStores) {
     EXPECT_EQ(kvCopy(&b.kv, &a.kv, sizeof(int)), KV_OK);
     EXPECT_EQ(b.text(), "x=1 y=2 ");
     EXPECT_EQ(kvCompare(&b.kv, &a.kv, byNumber, nullptr), 0);
-    b.replace("x", 7);
-    EXPECT_EQ(kvCompare(&b.kv, &a.kv, byNumber, nullptr), 1);
-    EXPECT_EQ(kvCompare(&b.kv, &a.kv, nullptr, nullptr), 0);
-
     a.add("p", 5);
     a.add("q", 6);
     EXPECT_EQ(kvMerge(&b.kv, &a.kv, sizeof(int)), KV_FULL);  // the copy of q is freed
     EXPECT_EQ(b.text(), "x=1 y=2 p=5 ");
+    EXPECT_EQ(kvMerge(&a.kv, &a.kv, sizeof(int)), KV_BAD_ARG);  // would wait for itself
 }
 
 TEST(KvSignal, KeepsAWordUntilAWaitTakesIt) {
     Store s;
     std::uint32_t word = 1;
-    EXPECT_EQ(kvWait(&s.kv, &word, VORN_NO_WAIT), KV_TIMEOUT);
-    EXPECT_EQ(word, 0u);
     kvSignal(&s.kv, 1);
     kvSignalMask(&s.kv, 2, KV_SIGNAL_OR);
     kvSignalMask(&s.kv, 6, KV_SIGNAL_AND);
@@ -246,9 +190,8 @@ TEST(KvSignal, KeepsAWordUntilAWaitTakesIt) {
     EXPECT_EQ(kvWaitms(&s.kv, &word, VORN_NO_WAIT), KV_OK);
     EXPECT_EQ(word, 2u);
     EXPECT_EQ(kvWaitms(&s.kv, &word, 1), KV_TIMEOUT);
-    const struct timespec past = {1, 0};
+    EXPECT_EQ(word, 0u);
     const struct timespec invalid = {1, -1};
-    EXPECT_EQ(kvWaitAbs(&s.kv, &word, &past), KV_TIMEOUT);
     EXPECT_EQ(kvWaitAbs(&s.kv, &word, &invalid), KV_TIMEOUT);
 }
 
