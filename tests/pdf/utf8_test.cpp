@@ -18,14 +18,10 @@ TEST(Utf8, EncodesWhatFitsAndWritesNothingElse) {
         const char *bytes;
     };
     const Case cases[] = {
-        {0x41, 0, 1, "A...."},
         {0x7F, 3, 4, "...\x7F."},
         {0x80, 0, 2, "\xC2\x80..."},
-        {0xE9, 2, 4, "..\xC3\xA9."},
-        {0xE9, 3, -1, "....."},
-        {0x7FF, 0, 2, "\xDF\xBF..."},
-        {0x800, 0, 3, "\xE0\xA0\x80.."},
-        {0x20AC, 1, 4, ".\xE2\x82\xAC."},
+        {0x7FF, 3, -1, "....."},
+        {0x800, 1, 4, ".\xE0\xA0\x80."},
         {0x20AC, 2, -1, "....."},
         {0xD800, 0, 3, "\xED\xA0\x80.."},  // surrogates are not refused
         {0xFFFF, 0, 3, "\xEF\xBF\xBF.."},
@@ -65,18 +61,13 @@ TEST(Utf8, DecodesAnythingForwards) {
         std::u32string text;
     };
     const Case cases[] = {
-        {"", U""},
         {"a\xC3\xA9\xE2\x82\xAC", U"a\u00E9\u20AC"},
-        {"\xC3", U"\u00C0"},                     // nothing added to the lead's bits
-        {"\xC3z", U"\u00C0z"},                   // and the next byte is kept
-        {"\xE2", U"\u2000"},                     //
-        {"\xE2\x82", U"\u2080"},                 //
-        {"\xE2z", U"\u2000z"},                   //
-        {"\xA9", U")"},                          // a stray byte gives its low seven bits
-        {"\xFF\xF8", U"\x7Fx"},                  //
-        {"a\x80z", U"a"},                        // a decoded 0 ends the text
-        {"\xC0\x80z", U""},                      //
-        {"\xE0\x80\x80z", U""},                  //
+        {"\xC3z", U"\u00C0z"},    // nothing added to the lead's bits, and the next byte is kept
+        {"\xE2\x82", U"\u2080"},  //
+        {"\xA9", U")"},           // a stray byte gives its low seven bits
+        {"\xFF\xF8", U"\x7Fx"},   //
+        {"a\x80z", U"a"},         // a decoded 0 ends the text
+        {"\xE0\x80\x80z", U""},   //
         {"\xF0\x9F\x98\x80z", U"\x70\x1F\x18"},  // no four-byte sequences
         {"\xC1\x81", U"A"},                      // overlong
     };
@@ -103,8 +94,6 @@ TEST(Utf8, DecodesBackwards) {
     };
     const Case cases[] = {
         {"", 0, 0},
-        {"ab", U'b', 1},
-        {"a\xC3\xA9", U'\u00E9', 1},
         {"a\xE2\x82\xAC", U'\u20AC', 1},
         {"\xA9\xA9", 0, 0},  // the start is reached
         {"a\xA9", U'a', 0},  // gathered bits are dropped

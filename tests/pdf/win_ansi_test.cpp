@@ -12,13 +12,10 @@ TEST(WinAnsi, TurnsCharactersIntoBytesAndCountsWhatItCannotTurn) {
         bool firstIsByte;
     };
     const Case cases[] = {
-        {"plain ~", "plain ~", 0, 0, false},
         {"\u00A0\u00E9\u00FF\u20AC\u0178\u2019\u2122", "\xA0\xE9\xFF\x80\x9F\x92\x99", 0, 0, false},
         {"a\tb\nc\x7F\x01", "a b c  ", 0, 0, false},
-        {"\u20BF\u0100", "??", 2, 0x20BF, false},
         {"\u0081\u0100", "??", 2, 0x81, false},  // the byte 0x81 has no character
         {"x\U0001F600y", "x?y", 1, 0x1F600, false},
-        {"\xE2\x82", "??", 2, 0xE2, true},  // ends within a character
         {"\xC3(\xE9\x80 ", "?(?? ", 3, 0xC3, true},
         {"\xC0\xAF", "??", 2, 0xC0, true},       // "/" in two bytes
         {"\xED\xA0\x80", "???", 3, 0xED, true},  // half of a surrogate pair
