@@ -6,7 +6,11 @@
  * A plug-in is a shared library with functions of three types, declared below: PluginInitFn starts
  * it, functions of PluginValueFn compute values, PluginEndFn ends it. The template's plugin clause
  * names the first and the last. All run on the thread of the merge that loaded the plug-in, one
- * call at a time. */
+ * call at a time; but two merges may run at once on two threads, and share what the library keeps
+ * outside its pluginData. No C++ exception may leave a plug-in's function.
+ *
+ * On 32-bit hosts compile with -D_TIME_BITS=64 -D_FILE_OFFSET_BITS=64, as `pkg-config --cflags
+ * vorn-plugin` and the CMake target say: kvWaitAbs takes a struct timespec with 64-bit seconds. */
 #ifndef VORN_PLUGIN_H
 #define VORN_PLUGIN_H
 
@@ -18,13 +22,13 @@
 extern "C" {
 #endif
 
-/* What a library's optional `int vorn_plugin_abi` must say. */
+/* The number of this interface. A library that defines `int vorn_plugin_abi = VORN_PLUGIN_ABI;` is
+ * refused, with both numbers, by a program that speaks another; one without it is always taken. */
 #define VORN_PLUGIN_ABI 1
 
 /* ---- records that a plug-in reads and fills ---- */
 
-/* One parameter or call argument, a node of a list. Blanks at both ends of name and value are gone.
- */
+/* One parameter or call argument, a node of a list. Name and value have no blanks at their ends. */
 typedef struct TemplateParam TemplateParam;
 struct TemplateParam {
     char name[16];
@@ -43,19 +47,22 @@ enum {
     VORN_TYPE_DOUBLE
 };
 
-enum {
-    VORN_VALUE_OWNED = 1
-}; /* ItemValue.flags: `data` came from malloc and goes with the value */
+/* ItemValue.flags: `data` came from malloc, and the engine releases it with free. */
+enum { VORN_VALUE_OWNED = 1 };
 
 /* One value of a row. A value function gets it empty (all zero) and fills type, data and flags.
- * Data that is not owned stays valid until the row is written. */
+ *   data   holds what type says; it need not be aligned. Without VORN_VALUE_OWNED it stays the
+ *          plug-in's and valid until the row is written, at the latest until the end function.
+ *   size   0; only a text that stands for the raw bytes of an array says how many there are, so
+ *          that conv=arrayFloat takes four of them as a FLOAT
+ *   flags  0 or VORN_VALUE_OWNED. Other bits, an unknown type, and a type or VORN_VALUE_OWNED
+ *          without data end the report with a message. */
 typedef struct ItemValue ItemValue;
 struct ItemValue {
     uint32_t type; /* VORN_TYPE_... */
     void *data;
-    uint8_t
-        size; /* low 8 bits of the element count when the text is a whole array register; else 0 */
-    uint8_t flags; /* bit 0, VORN_VALUE_OWNED: release data with free */
+    uint8_t size;
+    uint8_t flags; /* bit 0: release data with free */
 };
 
 /* Kinds of registers: which member of `as` holds the fields. */
@@ -72,10 +79,12 @@ enum {
     VORN_REG_ARRAY
 };
 
-/* Fields of a register that a link text can name. */
+/* Fields of a register that an item text can name. */
 enum { VORN_FIELD_VALUE, VORN_FIELD_SECS, VORN_FIELD_RATE, VORN_FIELD_MIN, VORN_FIELD_MAX };
 
-/* One item of an application. All texts belong to the record. */
+/* One item of an application. Texts and arrays belong to the record; a label may be null. An array
+ * has `length` elements of 1, 2 or 4 bytes in host order, with no word here on which: the
+ * application that wrote the file defines that. */
 typedef struct RegisterRecord RegisterRecord;
 struct RegisterRecord {
     char *name;
@@ -118,35 +127,44 @@ typedef struct DictResolver DictResolver;
 
 /* ---- the functions of a plug-in ---- */
 
-/* Starts the plug-in; what it returns is handed to every later function. `results` and `dict` are
- * given only here and stay valid until the end function returns. */
+/* Starts the plug-in.
+ *   results    the file's first application, null when it has none; read only
+ *   arguments  those of the clause's `init`, null without any; freed when the call returns
+ *   dict       the report's dictionaries
+ * `results` and `dict` are given only here and stay valid until the end function returns. What init
+ * returns, null included, is handed to every later function and is not looked at: when something
+ * failed, the value functions say so. */
 typedef void *(*PluginInitFn)(const Results *results, const TemplateParam *arguments,
                               DictResolver *dict);
 
 enum { VORN_ITEM_MISSING = -3 }; /* a value function's "no such item": the merge stops with -14 */
 
-/* Fills `value` and returns 0; VORN_ITEM_MISSING or any other number ends the report. */
+/* Fills `value` and returns 0; VORN_ITEM_MISSING or any other number ends the report. Data that is
+ * marked VORN_VALUE_OWNED is released then, too. `arguments` as for init. */
 typedef int32_t (*PluginValueFn)(void *pluginData, const TemplateParam *arguments,
                                  ItemValue *value);
 
-/* Releases what init made. Without an end function the engine calls free(pluginData). */
+/* Releases what init made, at the end of every merge, a failed one included. When the clause names
+ * no end function, the engine calls free(pluginData). `arguments` as for init. */
 typedef void (*PluginEndFn)(void *pluginData, const TemplateParam *arguments);
 
 /* ---- service functions ---- */
 
-/* Finds a register by [application@]item[:field] or [application@]item[index].
+/* Finds a register by [application@]item[:field] or [application@]item[index], in the first
+ * application when none is named. The index is not handed back.
  *   itemText  is changed in place (separators become NUL): pass a copy of your own
- *   results   the list that init was given, and no other
+ *   results   what init was given
  *   field     gets VORN_FIELD_...; may be null
  * Returns the register, which belongs to the results, or null after a message in the log. */
 const RegisterRecord *vorn_get_result_item(char *itemText, const Results *results, int32_t *field);
 
 /* Returns the value of the first parameter with exactly this name, or null. The text belongs to the
- * list, which is freed when the running call returns. `params` may be null. */
+ * list, which is freed when the running call returns. `params` may be null: an empty list. */
 const char *vorn_get_param_value(const TemplateParam *params, const char *name);
 
-/* Translates a key. Returns a new text that the caller releases with free: the translation, or the
- * key itself when no dictionary holds it. */
+/* Translates a key with the dictionaries that are in use at the template's present place. Returns a
+ * new text that the caller releases with free: the translation, or the key itself when no
+ * dictionary holds it. Null when memory ran out. */
 char *vorn_copy_dict_value(DictResolver *dict, const char *key);
 
 /* ---- keyed store ----
@@ -168,12 +186,12 @@ enum { KV_EQUAL = 0, KV_AFTER = 2, KV_BEFORE = 3 };              /* KvCompareFn 
 enum { KV_NO_MATCH = 0, KV_MATCH_STOP = 1, KV_MATCH_GO_ON = 2 }; /* KvMatchFn, MqMatchFn */
 enum { KV_SIGNAL_SET = 0, KV_SIGNAL_OR = 1, KV_SIGNAL_AND = 2 }; /* kvSignalMask */
 
-/* Times of the waits: 0 waits without limit, all bits set does not wait, else a time-out from now.
- */
-#define VORN_WAIT_FOREVER 0u
-#define VORN_NO_WAIT 0xFFFFFFFFu
+/* Times of the waits, in seconds or milliseconds from now, but for these two. */
+#define VORN_WAIT_FOREVER 0u     /* no limit */
+#define VORN_NO_WAIT 0xFFFFFFFFu /* return at once */
 
-/* Tests an element: KV_NO_MATCH, KV_MATCH_STOP (a match, and the walk ends) or KV_MATCH_GO_ON. */
+/* Tests an element: KV_NO_MATCH, KV_MATCH_STOP (a match, and the walk ends), or KV_MATCH_GO_ON, as
+ * any other number. */
 typedef int32_t (*KvMatchFn)(const char *key, void *value, void *argument);
 /* The same for kvCondGetCopy, which takes as many bytes as *size then says. */
 typedef int32_t (*KvCopyMatchFn)(const char *key, void *value, void *argument, int32_t *size);
@@ -275,7 +293,8 @@ int32_t kvWait(KvStore *store, uint32_t *word, uint32_t seconds);
 int32_t kvWaitms(KvStore *store, uint32_t *word, uint32_t milliseconds);
 int32_t kvWaitAbs(KvStore *store, uint32_t *word, const struct timespec *deadline);
 
-/* Lock and unlock the store's mutex; the mutex call's result. */
+/* Lock and unlock the store's mutex; the mutex call's result. Between the two, the thread may call
+ * the other operations of a KV_RECURSIVE store only. */
 int32_t kvLock(KvStore *store);
 int32_t kvUnlock(KvStore *store);
 
@@ -286,10 +305,10 @@ char **kvGetList(KvStore *store, int32_t *count);
 /* Releases a table of kvGetList; null is allowed. */
 void kvFreeList(char **list);
 
-/* Copies `size` bytes of each source value under its key into the destination, over values that are
- * there; kvCopy empties the destination first. KV_OK, KV_FULL (the rest is left out) or KV_BAD_ARG
- * for a null store. The two stores differ, and no two threads name the same pair in opposite order.
- */
+/* Copies `size` bytes of each source value, which has at least as many, under its key into the
+ * destination, over values that are there; kvCopy empties the destination first. KV_OK, KV_FULL
+ * (the rest is left out), or KV_BAD_ARG for a null store, the same store twice, or a size below 1.
+ * No two threads name the same pair in opposite order. */
 int32_t kvCopy(KvStore *destination, KvStore *source, int32_t size);
 int32_t kvMerge(KvStore *destination, KvStore *source, int32_t size);
 
@@ -298,7 +317,7 @@ int32_t kvMerge(KvStore *destination, KvStore *source, int32_t size);
 int32_t kvCompare(KvStore *a, KvStore *b, KvCompareFn compare, void *context);
 
 /* Reorders the list by compare, or by key when that is null; any non-zero `descending` turns the
- * order round. KV_OK, or KV_BAD_ARG for a null store. */
+ * order round. `context` is compare's third argument. KV_OK, or KV_BAD_ARG for a null store. */
 int32_t kvSort(KvStore *store, KvCompareFn compare, uint8_t descending, void *context);
 
 /* Moves an element whose value changed back to its sorted place. KV_OK, KV_BAD_ARG, KV_NO_SORT or
@@ -350,13 +369,14 @@ int32_t mqInitFlags(MsgQueue *queue, int32_t maxElems, MqFreeFn freeData, uint32
 int32_t mqPut(MsgQueue *queue, void *data, uint32_t type, uint32_t key, uint32_t ignored);
 
 /* Takes the first item that the selector accepts; the data is then the caller's. Null when none
- * came in time (seconds or milliseconds, as for kvWait). selector  null: every item; *selector 0:
- * every item, and it gets the item's key; else only items with that key type      gets the item's
- * type, 0 when none came; may be null */
+ * came in time (seconds or milliseconds, as for kvWait).
+ *   selector  null: every item; *selector 0: every item, and it gets that item's key; else only
+ *             items with that key
+ *   type      gets the item's type, 0 when none came; may be null */
 void *mqGet(MsgQueue *queue, uint32_t *selector, uint32_t *type, uint32_t seconds);
 void *mqGetms(MsgQueue *queue, uint32_t *selector, uint32_t *type, uint32_t milliseconds);
 
-/* The same with a match function. */
+/* The same with a match function, which is handed `argument`, in place of the selector. */
 void *mqCondGet(MsgQueue *queue, MqMatchFn match, void *argument, uint32_t *type, uint32_t seconds);
 void *mqCondGetms(MsgQueue *queue, MqMatchFn match, void *argument, uint32_t *type,
                   uint32_t milliseconds);
@@ -369,17 +389,18 @@ int32_t mqPop(MsgQueue *queue, MqFreeFn freeData);
  * or MQ_BAD_ARG for null data. */
 int32_t mqUnget(MsgQueue *queue, void *data, uint32_t type, uint32_t key);
 
-/* Removes every item that matches, stopping after KV_MATCH_STOP, and frees its data. Returns how
- * many. */
+/* Removes every item that matches, stopping after KV_MATCH_STOP, and frees its data with the
+ * queue's freeData. Returns how many. */
 int32_t mqCondDel(MsgQueue *queue, MqMatchFn match, void *argument);
 
-/* Removes all items and frees their data. */
+/* Removes all items and frees their data with the queue's freeData. */
 void mqFlush(MsgQueue *queue);
 
 /* The number of items, or MQ_BAD_ARG for a null queue. */
 int32_t mqNumElems(MsgQueue *queue);
 
-/* mqFlush, then destroys the lock; the mutex destruction's result. */
+/* mqFlush, then destroys the lock; the mutex destruction's result. The queue's memory stays the
+ * caller's. No other thread may use the queue meanwhile. */
 int32_t mqFree(MsgQueue *queue);
 
 #ifdef __cplusplus

@@ -181,8 +181,14 @@ int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value) {
         dmon_log(1, "Error in %s: no plugin name in function call.\n", getTemplateLine(ctx));
         return MERGE_PLUGIN_FAILED;
     }
-    return callPluginFunction(ctx, whole.substr(0, dot), whole.substr(dot + 1), PLUGIN_VALUE,
-                              value);
+    const int result =
+        callPluginFunction(ctx, whole.substr(0, dot), whole.substr(dot + 1), PLUGIN_VALUE, value);
+    if ((value->flags & ~VORN_VALUE_OWNED) == 0) return result;
+    // Most likely a record that was never filled: its data is not for us to read or to free.
+    dmon_log(1, "Error in %s: plugin call '%s' gave a value with unknown flags 0x%02X.\n",
+             getTemplateLine(ctx), text, static_cast<unsigned>(value->flags));
+    *value = ItemValue{};
+    return MERGE_PLUGIN_FAILED;
 }
 
 int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *value) {
@@ -191,7 +197,8 @@ int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *va
                  getTemplateLine(ctx), text, static_cast<unsigned>(value->type));
         return MERGE_PLUGIN_FAILED;
     }
-    if (value->type != VORN_TYPE_NONE && value->data == nullptr) {
+    const bool needsData = value->type != VORN_TYPE_NONE || value->flags != 0;
+    if (needsData && value->data == nullptr) {
         dmon_log(1, "Error in %s: plugin call '%s' gave a value without data.\n",
                  getTemplateLine(ctx), text);
         return MERGE_PLUGIN_FAILED;

@@ -15,18 +15,18 @@ enum PluginMode { PLUGIN_INIT = 0, PLUGIN_VALUE = 1, PLUGIN_END = 2 };
 
 // Calls a function of a declared plug-in.
 //   call   function(name:value;...)
-//   value  empty; filled in mode PLUGIN_VALUE, may be null in the others. What it owns is the
-//   caller's,
-//          also after a failure
+//   value  empty; the function fills it in mode PLUGIN_VALUE, and it may be null in the others
 // MERGE_OK, MERGE_ITEM_NOT_FOUND (the function says so), or MERGE_PLUGIN_FAILED.
 int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::string_view call,
                        PluginMode mode, ItemValue *value);
 
-// Calls plugin.function(name:value;...) as a value function; results as above.
+// Calls plugin.function(name:value;...) as a value function. Results as above; MERGE_PLUGIN_FAILED,
+// after a message, also for a value with flags that nobody knows, which is then empty again. What
+// the value owns is the caller's, also after a failure.
 int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value);
 
-// Refuses a value that cannot be printed: an unknown type, or a type without data. MERGE_OK, or
-// MERGE_PLUGIN_FAILED after a message that names the call.
+// Refuses a value that cannot be printed: an unknown type, or a type or an owner without data.
+// MERGE_OK, or MERGE_PLUGIN_FAILED after a message that names the call.
 int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *value);
 
 // Ends every plug-in, in the order of declaration, and closes the libraries.

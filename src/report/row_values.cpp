@@ -122,8 +122,8 @@ int translatePluginText(TemplateContext *ctx, ItemValue *value) {
     if (text.data() == nullptr) return MERGE_TEMPLATE_ERROR;
     char *translation = dictResolvGetCopy(&ctx->dict, text.data());
     releaseItemValue(value);
-    value->data = translation;
-    value->flags |= VORN_VALUE_OWNED;
+    // The size, if any, was that of the old bytes.
+    *value = {VORN_TYPE_STRING, translation, 0, VORN_VALUE_OWNED};
     return MERGE_OK;
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The functions that plug-ins call by name from the running program.
+// The functions that plug-ins call by name from the running program. A null where a text belongs is
+// a plug-in's mistake, most often a look-up that found nothing; it finds nothing here either.
 #include <string_view>
 
 #include "results/dict_resolver.h"
@@ -10,10 +11,12 @@ extern "C" {
 
 const RegisterRecord *vorn_get_result_item(char *itemText, const Results *results,
                                            std::int32_t *field) {
+    if (itemText == nullptr) return nullptr;
     return getAppItemResult(itemText, results, field, nullptr);
 }
 
 const char *vorn_get_param_value(const TemplateParam *params, const char *name) {
+    if (name == nullptr) return nullptr;
     const std::string_view wanted = name;
     for (; params != nullptr; params = params->next)
         if (params->name == wanted) return params->value;
@@ -21,6 +24,7 @@ const char *vorn_get_param_value(const TemplateParam *params, const char *name) 
 }
 
 char *vorn_copy_dict_value(DictResolver *dict, const char *key) {
+    if (key == nullptr) return nullptr;
     return dictResolvGetCopy(dict, key);
 }
 }
