@@ -28,6 +28,12 @@ make_report --lang de examples/tester.res examples/tester.tpl "$out/tester-de.tx
 make_report examples/tester.res examples/tester.tpl "$out/tester.pdf"
 cat "$out/tester-de.txt"
 
+say "A report whose values a plug-in computes, from examples/plugin"
+cp examples/plugin/*.tpl "$out"
+cc -std=gnu99 -O2 -Wall -fPIC -shared -Iinclude examples/plugin/stats.c -o "$out/libstats.so"
+(cd "$out" && "$bin/vorn-report" "$OLDPWD/examples/tester.res" stats.tpl stats.txt)
+cat "$out/stats.txt"
+
 # ---- the service ----
 
 # Paths of the service are cut at 63 characters, so its directory has a short name of its own.

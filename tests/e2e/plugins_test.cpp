@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+// The plug-in interface as it is delivered: what the programs export, and the example built against
+// an installation of it.
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/program.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+const std::string source = VORN_SOURCE_DIR "/";
+const std::string example = source + "examples/plugin/";
+constexpr char PREFIX[] = "/opt/vorn";
+
+std::string readFile(const std::string &path) {
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
+}
+
+// The functions that the header declares: lines that begin with a type and hold NAME(.
+std::set<std::string> declaredFunctions() {
+    std::set<std::string> names;
+    std::istringstream header(readFile(source + "include/vorn/plugin.h"));
+    for (std::string line; std::getline(header, line);) {
+        const std::size_t open = line.find('(');
+        if (open == std::string::npos ||
+            std::string_view(" /*#t").find(line[0]) != std::string::npos)
+            continue;
+        const std::size_t start = line.find_last_of(" *", open) + 1;
+        names.insert(line.substr(start, open - start));
+    }
+    return names;
+}
+
+// The dynamic symbols that a program defines, without those that it took over from a library, whose
+// names end in "@VERSION".
+std::set<std::string> exportedSymbols(const std::string &program) {
+    const Outcome nm = runProgram({"nm", "-D", "-P", "--defined-only", VORN_BIN_DIR "/" + program});
+    EXPECT_EQ(nm.status, 0) << nm.err;
+    std::set<std::string> names;
+    std::istringstream lines(nm.out);
+    for (std::string line; std::getline(lines, line);) {
+        const std::string name = line.substr(0, line.find(' '));
+        if (name.find('@') == std::string::npos) names.insert(name);
+    }
+    return names;
+}
+
+std::string textBetween(const std::string &text, const std::string &before,
+                        const std::string &after) {
+    const std::size_t start = text.find(before) + before.size();
+    return text.substr(start, text.find(after, start) - start);
+}
+
+// Runs a step that has to succeed.
+void step(const std::vector<std::string> &words, const std::string &workDir = "") {
+    const Outcome outcome = runProgram(words, workDir);
+    ASSERT_EQ(outcome.status, 0) << words[0] << "\n" << outcome.out << outcome.err;
+}
+
+// An installation below a folder of the test's own, as a package is made, and the example in a
+// copy.
+class Installation {
+public:
+    void make() {
+        step({"env", "DESTDIR=" + dir.path(), VORN_CMAKE, "--install", VORN_BUILD_DIR, "--prefix",
+              PREFIX});
+        std::filesystem::copy(example, dir.path("example"));
+    }
+    [[nodiscard]] std::string path(const std::string &name) const {
+        return dir.path() + PREFIX + "/" + name;
+    }
+    Outcome report(const std::string &templateName, const std::string &output) const {
+        return runProgram(
+            {path("bin/vorn-report"), source + "examples/tester.res", templateName, output},
+            dir.path("example"));
+    }
+
+    TempDir dir;
+};
+
+}  // namespace
+
+TEST(PluginInterface, IsAllThatTheProgramsExport) {
+    const std::set<std::string> declared = declaredFunctions();
+    EXPECT_EQ(declared.size(), 46u);
+    for (const char *program : {"vorn", "vorn-report"}) {
+        std::set<std::string> exported = exportedSymbols(program);
+#ifdef VORN_SANITIZED
+        // These programs export what the sanitizers need, too.
+        std::erase_if(exported, [&](const std::string &name) { return !declared.contains(name); });
+#endif
+        EXPECT_EQ(exported, declared) << program;
+    }
+}
+
+TEST(PluginInterface, InstalledBuildsTheExampleWithCMakeAndRunsIt) {
+    Installation installed;
+    installed.make();
+    for (const char *file :
+         {"include/vorn/plugin.h", "share/doc/vorn/docs/plugins.md",
+          "share/doc/vorn/examples/tester.tpl", "share/bash-completion/completions/vornctl"})
+        EXPECT_TRUE(std::filesystem::exists(installed.path(file))) << file;
+    EXPECT_EQ(readFile(installed.path("include/vorn/plugin.h")),
+              readFile(source + "include/vorn/plugin.h"));
+
+    const std::string work = installed.dir.path("example");
+    step({VORN_CMAKE, "-B", "build", "-DCMAKE_PREFIX_PATH=" + installed.path("")}, work);
+    step({VORN_CMAKE, "--build", "build"}, work);
+    std::filesystem::rename(work + "/build/libstats.so", work + "/libstats.so");
+    const Outcome outcome = installed.report("stats.tpl", "stats.txt");
+    EXPECT_EQ(outcome.err, "");
+    ASSERT_EQ(outcome.status, 0);
+
+    std::string text = readFile(work + "/stats.txt").substr(3);
+    std::erase(text, '\r');
+    EXPECT_EQ(text, readFile(source + "tests/e2e/golden/plugin_stats.txt"));
+}
+
+TEST(PluginInterface, InstalledCompilesByPkgConfigAsPlainCAndCpp) {
+    Installation installed;
+    installed.make();
+    const Outcome flags = runProgram({"env", "PKG_CONFIG_PATH=" + installed.path("share/pkgconfig"),
+                                      "pkg-config", "--cflags", "vorn-plugin >= 1"});
+    ASSERT_EQ(flags.status, 0) << flags.err;
+    std::vector<std::string> options;
+    std::istringstream words(flags.out);
+    for (std::string word; words >> word;) options.push_back(word);
+
+    const std::string work = installed.dir.path("example");
+    const auto compile = [&](std::vector<std::string> command) {
+        command.insert(command.end(), options.begin(), options.end());
+        command.insert(command.end(),
+                       {"-Wall", "-Wextra", "-Werror", "-pedantic", "-shared", "-fPIC"});
+        step(command, work);
+    };
+    // The first plug-in of the manual, as it stands there.
+    const std::string manual = readFile(source + "docs/plugins.md");
+    installed.dir.write("example/hello.c", textBetween(manual, "```c\n", "```"));
+    installed.dir.write("example/hello.tpl",
+                        "<report>" + textBetween(manual, "    <report>", "    </report>"));
+    compile({VORN_CC, "-std=c99", "hello.c", "-o", "libhello.so"});
+    EXPECT_EQ(installed.report("hello.tpl", "hello.txt").err, "");
+    EXPECT_EQ(readFile(work + "/hello.txt").substr(3), "half of the errors: 8.5\r\n");
+    // No feature macro at all, and the oldest C++.
+    installed.dir.write("example/bare.c", "#include <vorn/plugin.h>\nint used = KV_OK;\n");
+    compile({VORN_CC, "-std=c99", "bare.c", "-o", "bare.so"});
+    std::filesystem::copy(work + "/bare.c", work + "/bare.cpp");
+    compile({VORN_CXX, "-std=c++98", "bare.cpp", "-o", "bare.so", "-Wno-long-long"});
+}
