@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "support/program.h"
+#include "support/service_run.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -153,4 +154,26 @@ TEST(PluginInterface, InstalledCompilesByPkgConfigAsPlainCAndCpp) {
     compile({VORN_CC, "-std=c99", "bare.c", "-o", "bare.so"});
     std::filesystem::copy(work + "/bare.c", work + "/bare.cpp");
     compile({VORN_CXX, "-std=c++98", "bare.cpp", "-o", "bare.so", "-Wno-long-long"});
+}
+
+// The service's own binary, with what is linked into it statically: threads of a plug-in wait in
+// it, and are cancelled in it.
+TEST(PluginInterface, IsWholeInTheService) {
+    constexpr std::uint16_t REQ_MAKE_REPORT = 262;
+    ServiceRun run;
+    std::filesystem::create_symlink(VORN_TEST_PLUGIN_DIR "/containers.so",
+                                    run.root.path("containers.so"));
+    run.sim({"up"});
+    run.root.write("tarix/data/results/a.res", "okra 1\napp tx\n");
+    std::string rows;
+    for (const std::string name : {"store", "signals", "queue", "threads"})
+        rows += "<row cstyle='%s'><value plugin=c.check(of:" + name + ")></value></row>\n";
+    run.root.write("tarix/data/templates/c.tpl",
+                   "<report><plugin name=c, init=start, lib=" + run.root.path("containers.so") +
+                       ">\n" + rows + "</report>\n");
+    run.startServing();
+    ASSERT_EQ(run.request(REQ_MAKE_REPORT, 0, 0, {"", "a.res", "c.tpl", "c.txt"}).param1, 0)
+        << run.log();
+    EXPECT_EQ(run.root.read("tarix/data/reports/c.txt").substr(3), "ok\r\nok\r\nok\r\nok\r\n");
+    EXPECT_EQ(run.stop(), 0);
 }
