@@ -256,7 +256,7 @@ int autosave(const Common &common, const Words &words) {
 }
 
 int deleteAll(const Common &common, const Words &words) {
-    return request(common, "delete-all", Message(REQ_DELETE_ALL, 0, QUOTAS.at(words.quota)));
+    return request(common, "delete-all", Message(REQ_DELETE_ALL, QUOTAS.at(words.quota)));
 }
 
 int status(const Common &common, const Words & /*words*/) {

@@ -296,11 +296,11 @@ int srvSetAutosave(const PktMessage *request, PktMessage *reply) {
 
 int srvDeleteAllFiles(const PktMessage *request, PktMessage *reply) {
     int result = SRV_UNKNOWN_ID;
-    if (request->param2 == QUOTA_RESULTS) {
+    if (request->param1 == QUOTA_RESULTS) {
         result = deleteAllSubsFiles();
-    } else if (request->param2 == QUOTA_REPORTS) {
+    } else if (request->param1 == QUOTA_REPORTS) {
         result = deleteAllReports();
     }
-    dmon_log(2, "Server: delete all files, quota=%d, ret=%d.\n", request->param2, result);
+    dmon_log(2, "Server: delete all files, quota=%d, ret=%d.\n", request->param1, result);
     return replyResult(reply, result);
 }

@@ -32,7 +32,7 @@ enum RequestCode : std::uint16_t {
 enum RequestResult : int {
     SRV_OK = 0,
     SRV_BAD_FIELD = -6,      // cannot be read, or names no file or subscription
-    SRV_NOT_STORED = -7,     // no memory for a user variable, or no name
+    SRV_NOT_STORED = -7,     // no memory for a user variable
     SRV_BAD_APP_COUNT = -8,  // below 0 or above 8 applications
     SRV_BAD_FORMAT = -19,    // no ReportFormat
     SRV_UNKNOWN_ID = -22,    // no such quota, or no FullAction
@@ -90,5 +90,5 @@ int srvGetNumFiles(const PktMessage *request, PktMessage *reply);
 // param1: on or off.
 int srvSetAutosave(const PktMessage *request, PktMessage *reply);
 
-// param2: RequestQuota.
+// param1: RequestQuota, which other requests have in param2.
 int srvDeleteAllFiles(const PktMessage *request, PktMessage *reply);

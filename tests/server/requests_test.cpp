@@ -194,11 +194,11 @@ TEST_F(Requests, OnSubscriptionsArePosted) {
           "Server: set template of 'tx' to 'a/../../t', ret=-6.\n");
     check(REQ_SET_TEMPLATE, 0, 0, {"tx"}, "result -6", "", "");
     check(REQ_SET_TEMPLATE, 0, 0, {}, "result -6", "", "");
-    check(REQ_DELETE_ALL, 0, 0, {}, result(0), "delete results\n",
+    check(REQ_DELETE_ALL, 0, 1, {}, result(0), "delete results\n",
           "Server: delete all files, quota=0, ret=0.\n");
-    check(REQ_DELETE_ALL, 0, 1, {}, result(0), "delete reports\n",
+    check(REQ_DELETE_ALL, 1, 0, {}, result(0), "delete reports\n",
           "Server: delete all files, quota=1, ret=0.\n");
-    check(REQ_DELETE_ALL, 0, 2, {}, result(-22), "",
+    check(REQ_DELETE_ALL, 2, 0, {}, result(-22), "",
           "Server: delete all files, quota=2, ret=-22.\n");
     nextResult = -1;
     check(REQ_REMOVE_SUBS, 0, 0, {"tx"}, result(-1), "stop tx\n",

@@ -101,7 +101,7 @@ TEST(Vornctl, SendsEachRequestAsTheServiceReadsIt) {
         {"set-template tx t.tpl", "267 0 0 [tx] [t.tpl]"},
         {"full-action results purge", "269 2 0"},
         {"autosave on", "271 1 0"},
-        {"delete-all reports", "272 0 1"},
+        {"delete-all reports", "272 1 0"},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.words);
