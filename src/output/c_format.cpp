@@ -6,6 +6,8 @@
 #include <array>
 #include <cstring>
 
+#include "output/c_format_piece.h"
+
 namespace {
 
 // The letters that changeCFormatDataType replaces: conversions, and the length modifier l.
@@ -91,4 +93,11 @@ std::size_t changeCFormatDataType(char *out, std::size_t outSize, std::string_vi
     }
     *copy.to = '\0';
     return static_cast<std::size_t>(copy.to - out);
+}
+
+bool isTextPiece(std::string_view text, const CFormatPiece *piece) {
+    // The letter stands alone, and the longer format would not be cut.
+    return piece->conversion.letter == 's' && piece->conversion.size == SIZE_32 &&
+           (piece->after.empty() || !isDataTypeLetter(piece->after.front())) &&
+           text.size() + 1 < CFORMAT_SIZE;
 }

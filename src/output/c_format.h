@@ -10,6 +10,8 @@
 
 #include "vorn/plugin.h"
 
+struct CFormatPiece;  // output/c_format_piece.h
+
 // The number of conversions: each % that is not the first of a pair "%%".
 std::int32_t countCFormatFields(const char *format);
 
@@ -66,3 +68,11 @@ std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::str
 // bytes; by the format itself when it has no letters to change.
 std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
                            std::string_view newType, const ItemValue *value);
+
+// printCFormat by a piece that was taken apart before.
+std::size_t printCFormatPiece(char *out, std::size_t room, CFormatUnit unit,
+                              const CFormatPiece *piece, const ItemValue *value);
+
+// Whether a piece, and `text` that it was read from, prints strings by itself just as
+// printCFormatAs prints them by it with "s" or "ls". Many that do are not found out.
+bool isTextPiece(std::string_view text, const CFormatPiece *piece);

@@ -354,8 +354,10 @@ void putValue(Text *text, const Conversion *conversion, const ItemValue *value) 
     putInteger(text, conversion, &integer);
 }
 
-std::size_t printPiece(char *out, std::size_t room, CFormatUnit unit, const CFormatPiece *piece,
-                       const ItemValue *value) {
+}  // namespace
+
+std::size_t printCFormatPiece(char *out, std::size_t room, CFormatUnit unit,
+                              const CFormatPiece *piece, const ItemValue *value) {
     Text text{out, room, unit, 0};
     if (value->type <= VORN_TYPE_DOUBLE) {  // no text at all for an unknown type
         putLiteral(&text, piece->before);
@@ -366,12 +368,10 @@ std::size_t printPiece(char *out, std::size_t room, CFormatUnit unit, const CFor
     return text.length;
 }
 
-}  // namespace
-
 std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
                          const ItemValue *value) {
     const CFormatPiece piece = readCFormatPiece(format);
-    return printPiece(out, room, unit, &piece, value);
+    return printCFormatPiece(out, room, unit, &piece, value);
 }
 
 std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
@@ -383,5 +383,5 @@ std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::s
     if (length == sizeof buffer - 1) changed = changed.substr(0, utf8_whole(changed));
     CFormatPiece piece = readCFormatPiece(changed);
     if (piece.conversion.letter != newType.back()) piece = readCFormatPiece(format);
-    return printPiece(out, room, unit, &piece, value);
+    return printCFormatPiece(out, room, unit, &piece, value);
 }

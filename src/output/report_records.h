@@ -9,11 +9,14 @@
 
 constexpr std::int32_t ROW_MAX_VALUES = 16;
 
+struct RowFormat;  // output/row_format.h
+
 // One line of the report.
 struct ReportRow {
     char cstyle[64];  // printf-style format: one conversion a value
     std::int32_t count;
     ItemValue values[ROW_MAX_VALUES];
+    RowFormat *format = nullptr;  // where a back-end keeps the cstyle taken apart; may be null
 };
 
 // A css style; an empty family or a size below 1 leaves font or size as they are.

@@ -5,6 +5,7 @@
 #include "dmon/dmon.h"
 #include "output/c_format.h"
 #include "output/dump_backend.h"
+#include "output/row_format.h"
 #include "pdf/utf8.h"
 
 namespace {
@@ -35,6 +36,13 @@ std::size_t printWide(char *out, std::size_t room, std::string_view piece, const
     return printCFormat(out, room, CFORMAT_CHARACTERS, piece, value);
 }
 
+// The same by a piece of a row's cstyle.
+std::size_t printRowValue(char *out, const RowPiece *piece, const ItemValue *value) {
+    const bool isText = value->type == VORN_TYPE_NONE || value->type == VORN_TYPE_STRING;
+    if (isText && !piece->isText) return printWide(out, VALUE_TEXT_MAX, piece->text, value);
+    return printCFormatPiece(out, VALUE_TEXT_MAX, CFORMAT_CHARACTERS, &piece->piece, value);
+}
+
 }  // namespace
 
 int dumpTextInit(void **state, std::FILE *stream) {
@@ -59,16 +67,19 @@ int dumpTextSectionFooter(void *stream, const TemplateSection *section) {
 }
 
 int dumpTextRow(void *stream, const ReportRow *row) {
-    if (countCFormatFields(row->cstyle) != row->count) {
+    RowFormat unkept;
+    unkept.cstyle[0] = '\0';
+    unkept.count = 0;
+    RowFormat *format = row->format != nullptr ? row->format : &unkept;
+    readRowFormat(format, row->cstyle);
+    if (format->count != row->count) {
         dmon_log(1, "Error: number of values in row doesn't match 'cstyle' arguments.\n");
         return DUMP_ROW_MISMATCH;
     }
     char line[LINE_SIZE];
     std::size_t length = 0;
-    const char *cursor = row->cstyle;
     for (std::int32_t i = 0; i < row->count; ++i)
-        length +=
-            printWide(line + length, VALUE_TEXT_MAX, takeCFormatPiece(&cursor), &row->values[i]);
+        length += printRowValue(line + length, &format->pieces[i], &row->values[i]);
     line[length++] = '\r';
     line[length++] = '\n';
     return writeAll(streamOf(stream), line, length);

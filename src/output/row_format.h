@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+// A row's cstyle taken apart into one piece a value. Rows of a loop have the same cstyle: the
+// record is kept from one to the next.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "output/c_format.h"
+#include "output/c_format_piece.h"
+#include "output/report_records.h"
+
+struct RowPiece {
+    std::string_view text;  // of RowFormat.cstyle
+    CFormatPiece piece;
+    bool isText;  // a "%s": prints texts as it stands
+};
+
+// All zero, it is that of the empty cstyle.
+struct RowFormat {
+    char cstyle[CFORMAT_SIZE];
+    std::int32_t count;               // conversions, which may be more than values fit in a row
+    RowPiece pieces[ROW_MAX_VALUES];  // of the first conversions
+};
+
+// Takes a cstyle apart, unless the record holds it already.
+void readRowFormat(RowFormat *format, const char *cstyle);
