@@ -62,6 +62,7 @@ const LoadedApp *findApplication(const Results *results, const char *name) {
         return first;
     }
     if (first != nullptr) {
+        if (std::strcmp(first->record.name, name) == 0) return first;  // most files have no other
         const std::int64_t place = findName(first->applications, name, applicationNames(*first));
         if (place >= 0) return first->list[place];
     }
