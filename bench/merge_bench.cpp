@@ -13,6 +13,7 @@
 
 #include "core/options.h"
 #include "output/dump_backend.h"
+#include "output/row_format.h"
 #include "output/text_output.h"
 #include "report/merge.h"
 #include "report/user_vars.h"
@@ -186,6 +187,8 @@ void formatRows(benchmark::State &state) {
     std::uint64_t bytes = 104729000;
     double jitter = 17.3;
     ReportRow row{};
+    RowFormat format{};
+    row.format = &format;  // as in a merge
     std::snprintf(row.cstyle, sizeof row.cstyle, "%s", CSTYLE);
     row.values[row.count++] = {VORN_TYPE_STRING, name, 0, 0};
     row.values[row.count++] = {VORN_TYPE_UINT32, &frames, 0, 0};

@@ -38,27 +38,41 @@ struct ClauseArg {
 // Logs a clause's message at level 1 and returns MERGE_TEMPLATE_ERROR.
 int refuseClauseArg(TemplateContext *ctx, ClauseMessage message, std::string_view name);
 
-// Applies each argument of a clause in its order. Pieces without a name are passed over. MERGE_OK,
-// or the code of the first argument that fails: MERGE_TEMPLATE_ERROR, after a message, for an
-// unknown one and for a missing value.
+// Applies one argument. MERGE_OK, also for one without a name, which is passed over; the code of
+// its `apply`; or MERGE_TEMPLATE_ERROR, after a message, when it is unknown or its value missing.
+template <class Target, std::size_t N>
+int applyClauseArg(TemplateContext *ctx, const RawArg &raw, const ClauseArg<Target> (&known)[N],
+                   ClauseMessage unknown, Target *target) {
+    ParsedArg arg;
+    // A failed expansion was reported; the clause goes on with the unexpanded value.
+    static_cast<void>(expandArg(ctx, raw, TEMPLATE_TEXT_SIZE, &arg));
+    if (arg.name.empty()) return MERGE_OK;
+
+    const auto *row = std::find_if(std::begin(known), std::end(known),
+                                   [&arg](const auto &k) { return k.name == arg.name; });
+    if (row == std::end(known)) return refuseClauseArg(ctx, unknown, arg.name);
+    if (row->missing.text != nullptr && arg.value.empty())
+        return refuseClauseArg(ctx, row->missing, arg.name);
+    return row->apply(ctx, arg.value, target);
+}
+
+// Applies each argument of a clause in its order. MERGE_OK, or the code of the first that fails.
 template <class Target, std::size_t N>
 int parseClauseArgs(TemplateContext *ctx, std::string_view args,
                     const ClauseArg<Target> (&known)[N], ClauseMessage unknown, Target *target) {
-    ParsedArg arg;
-    while (!args.empty()) {
-        const std::size_t end = std::min(args.find(','), args.size());
-        // A failed expansion was reported; the clause goes on with the unexpanded value.
-        static_cast<void>(parseClauseArg(ctx, args.substr(0, end), '=', TEMPLATE_TEXT_SIZE, &arg));
-        args.remove_prefix(std::min(end + 1, args.size()));
-        if (arg.name.empty()) continue;
+    int result = MERGE_OK;
+    while (result == MERGE_OK && !args.empty())
+        result = applyClauseArg(ctx, takeArg(&args), known, unknown, target);
+    return result;
+}
 
-        const auto *row = std::find_if(std::begin(known), std::end(known),
-                                       [&arg](const auto &k) { return k.name == arg.name; });
-        if (row == std::end(known)) return refuseClauseArg(ctx, unknown, arg.name);
-        if (row->missing.text != nullptr && arg.value.empty())
-            return refuseClauseArg(ctx, row->missing, arg.name);
-        const int result = row->apply(ctx, arg.value, target);
-        if (result != MERGE_OK) return result;
-    }
-    return MERGE_OK;
+// The same for a tag whose arguments were split when it was found.
+template <class Target, std::size_t N>
+int parseClauseArgs(TemplateContext *ctx, const TemplateTag *tag,
+                    const ClauseArg<Target> (&known)[N], ClauseMessage unknown, Target *target) {
+    int result = MERGE_OK;
+    for (std::int32_t i = 0; i < tag->argCount && result == MERGE_OK; ++i)
+        result = applyClauseArg(ctx, tag->split[i], known, unknown, target);
+    return result == MERGE_OK ? parseClauseArgs(ctx, tag->furtherArgs, known, unknown, target)
+                              : result;
 }

@@ -137,7 +137,7 @@ int makeText(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t index
 
 }  // namespace
 
-int fetchItemValue(TemplateContext *ctx, const char *link, ItemValue *value) {
+int fetchItemValue(TemplateContext *ctx, std::string_view link, ItemValue *value) {
     *value = ItemValue{};
     const std::string_view expanded = expandTemplateString(ctx, link);
     if (expanded.data() == nullptr) return MERGE_TEMPLATE_ERROR;

@@ -9,6 +9,7 @@
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "output/dump_backend.h"
+#include "output/row_format.h"
 #include "report/include_clause.h"
 #include "report/iterations.h"
 #include "report/plugins.h"
@@ -28,6 +29,7 @@ struct Merge {
     TemplateContext ctx;
     OutputStyle style;
     ReportRow row;
+    RowFormat rowFormat;
     ValueClause clause;
     KvStore *userVars;
 };
@@ -39,61 +41,61 @@ int reportOutput(TemplateContext *ctx, int result) {
     return result;
 }
 
-int onReport(Merge *merge, std::string_view args) {
-    if (parseReportClause(&merge->ctx, args) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
+int onReport(Merge *merge, const TemplateTag *tag) {
+    if (parseReportClause(&merge->ctx, tag->args) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     merge->ctx.state = MERGE_REPORT;
     return MERGE_OK;
 }
 
-int onReportEnd(Merge *merge, std::string_view) {
+int onReportEnd(Merge *merge, const TemplateTag *) {
     merge->ctx.state = MERGE_OUTSIDE;
     return MERGE_OK;
 }
 
-int onInclude(Merge *merge, std::string_view args) {
-    return includeTemplate(&merge->ctx, args);
+int onInclude(Merge *merge, const TemplateTag *tag) {
+    return includeTemplate(&merge->ctx, tag->args);
 }
 
-int onSection(Merge *merge, std::string_view args) {
-    return pushSection(&merge->ctx, args);
+int onSection(Merge *merge, const TemplateTag *tag) {
+    return pushSection(&merge->ctx, tag->args);
 }
 
-int onSectionEnd(Merge *merge, std::string_view) {
+int onSectionEnd(Merge *merge, const TemplateTag *) {
     return popSection(&merge->ctx);
 }
 
-int onCss(Merge *merge, std::string_view args) {
+int onCss(Merge *merge, const TemplateTag *tag) {
     TemplateContext *ctx = &merge->ctx;
-    if (parseCssClause(ctx, args, &merge->style) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
+    if (parseCssClause(ctx, tag->args, &merge->style) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     return reportOutput(ctx, dumpOutputStyle(&ctx->backend, &merge->style));
 }
 
-int onPlugin(Merge *merge, std::string_view args) {
-    return declarePlugin(&merge->ctx, args) == MERGE_OK ? MERGE_OK : MERGE_TEMPLATE_ERROR;
+int onPlugin(Merge *merge, const TemplateTag *tag) {
+    return declarePlugin(&merge->ctx, tag->args) == MERGE_OK ? MERGE_OK : MERGE_TEMPLATE_ERROR;
 }
 
-int onIterate(Merge *merge, std::string_view args) {
-    return beginIteration(&merge->ctx, args);
+int onIterate(Merge *merge, const TemplateTag *tag) {
+    return beginIteration(&merge->ctx, tag->args);
 }
 
-int onIterateEnd(Merge *merge, std::string_view) {
+int onIterateEnd(Merge *merge, const TemplateTag *) {
     const int result = nextIteration(&merge->ctx);
     if (result == ITERATION_AGAIN) return MERGE_OK;
     return result == ITERATION_OVER ? popIteration(&merge->ctx) : result;
 }
 
-int onSkippedIterateEnd(Merge *merge, std::string_view) {
+int onSkippedIterateEnd(Merge *merge, const TemplateTag *) {
     return popIteration(&merge->ctx);
 }
 
-int onRow(Merge *merge, std::string_view args) {
-    if (parseRowClause(&merge->ctx, args, &merge->row) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
+int onRow(Merge *merge, const TemplateTag *tag) {
+    if (parseRowClause(&merge->ctx, tag, &merge->row) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     merge->ctx.rowPlace = currentPlace(&merge->ctx);
     merge->ctx.state = MERGE_ROW;
     return MERGE_OK;
 }
 
-int onRowEnd(Merge *merge, std::string_view) {
+int onRowEnd(Merge *merge, const TemplateTag *) {
     TemplateContext *ctx = &merge->ctx;
     const int result = reportOutput(ctx, dumpRow(&ctx->backend, &merge->row));
     releaseRowValues(&merge->row);
@@ -101,30 +103,30 @@ int onRowEnd(Merge *merge, std::string_view) {
     return result;
 }
 
-int onValue(Merge *merge, std::string_view args) {
+int onValue(Merge *merge, const TemplateTag *tag) {
     TemplateContext *ctx = &merge->ctx;
-    if (parseValueClause(ctx, args, &merge->clause) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
+    if (parseValueClause(ctx, tag, &merge->clause) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     const int result = addRowValue(ctx, &merge->row, &merge->clause, merge->userVars);
     if (result == MERGE_OK) ctx->state = MERGE_VALUE;
     return result;
 }
 
-int onValueEnd(Merge *merge, std::string_view) {
+int onValueEnd(Merge *merge, const TemplateTag *) {
     merge->ctx.state = MERGE_ROW;
     return MERGE_OK;
 }
 
-int warnNestedReport(Merge *merge, std::string_view) {
+int warnNestedReport(Merge *merge, const TemplateTag *) {
     dmon_log(1, "Warning in template %s: nested 'report' clause.\n", getTemplateLine(&merge->ctx));
     return MERGE_OK;
 }
 
-int warnNestedRow(Merge *merge, std::string_view) {
+int warnNestedRow(Merge *merge, const TemplateTag *) {
     dmon_log(1, "Warning in template %s: nested 'row' clause.\n", getTemplateLine(&merge->ctx));
     return MERGE_OK;
 }
 
-int warnNestedValue(Merge *merge, std::string_view) {
+int warnNestedValue(Merge *merge, const TemplateTag *) {
     dmon_log(1, "Warning in template %s: nested 'value' clause.\n", getTemplateLine(&merge->ctx));
     return MERGE_OK;
 }
@@ -132,38 +134,51 @@ int warnNestedValue(Merge *merge, std::string_view) {
 // A clause that counts in some state; what it returns becomes the merge's result. `args` is the
 // text behind the clause's name.
 struct Clause {
-    std::string_view name;
-    int (*act)(Merge *merge, std::string_view args);
+    ClauseName name;
+    int (*act)(Merge *merge, const TemplateTag *tag);
 };
 
 constexpr Clause outsideClauses[] = {
-    {"report", onReport},
-    {"include", onInclude},
+    {CLAUSE_REPORT, onReport},
+    {CLAUSE_INCLUDE, onInclude},
 };
 constexpr Clause reportClauses[] = {
-    {"row", onRow},         {"section", onSection},     {"/report", onReportEnd},
-    {"css", onCss},         {"plugin", onPlugin},       {"include", onInclude},
-    {"iterate", onIterate}, {"/iterate", onIterateEnd}, {"report", warnNestedReport},
+    {CLAUSE_ROW, onRow},
+    {CLAUSE_SECTION, onSection},
+    {CLAUSE_REPORT_END, onReportEnd},
+    {CLAUSE_CSS, onCss},
+    {CLAUSE_PLUGIN, onPlugin},
+    {CLAUSE_INCLUDE, onInclude},
+    {CLAUSE_ITERATE, onIterate},
+    {CLAUSE_ITERATE_END, onIterateEnd},
+    {CLAUSE_REPORT, warnNestedReport},
 };
 constexpr Clause sectionClauses[] = {
-    {"row", onRow}, {"/iterate", onIterateEnd}, {"/section", onSectionEnd}, {"section", onSection},
-    {"css", onCss}, {"include", onInclude},     {"iterate", onIterate},     {"plugin", onPlugin},
+    {CLAUSE_ROW, onRow},
+    {CLAUSE_ITERATE_END, onIterateEnd},
+    {CLAUSE_SECTION_END, onSectionEnd},
+    {CLAUSE_SECTION, onSection},
+    {CLAUSE_CSS, onCss},
+    {CLAUSE_INCLUDE, onInclude},
+    {CLAUSE_ITERATE, onIterate},
+    {CLAUSE_PLUGIN, onPlugin},
 };
 constexpr Clause rowClauses[] = {
-    {"value", onValue},     {"/row", onRowEnd},         {"include", onInclude},
-    {"iterate", onIterate}, {"/iterate", onIterateEnd}, {"row", warnNestedRow},
+    {CLAUSE_VALUE, onValue},     {CLAUSE_ROW_END, onRowEnd},         {CLAUSE_INCLUDE, onInclude},
+    {CLAUSE_ITERATE, onIterate}, {CLAUSE_ITERATE_END, onIterateEnd}, {CLAUSE_ROW, warnNestedRow},
 };
 constexpr Clause valueClauses[] = {
-    {"/value", onValueEnd},     {"include", onInclude},     {"iterate", onIterate},
-    {"/iterate", onIterateEnd}, {"value", warnNestedValue},
+    {CLAUSE_VALUE_END, onValueEnd},  {CLAUSE_INCLUDE, onInclude},
+    {CLAUSE_ITERATE, onIterate},     {CLAUSE_ITERATE_END, onIterateEnd},
+    {CLAUSE_VALUE, warnNestedValue},
 };
 constexpr Clause disabledClauses[] = {
-    {"section", onSection},
-    {"/section", onSectionEnd},
+    {CLAUSE_SECTION, onSection},
+    {CLAUSE_SECTION_END, onSectionEnd},
 };
 constexpr Clause skippedClauses[] = {
-    {"iterate", onIterate},
-    {"/iterate", onSkippedIterateEnd},
+    {CLAUSE_ITERATE, onIterate},
+    {CLAUSE_ITERATE_END, onSkippedIterateEnd},
 };
 
 constexpr std::span<const Clause> clausesByState[] = {
@@ -183,14 +198,9 @@ static_assert(eachStateNamesAClauseOnce());
 
 // Acts on one tag. One that the state does not know is passed over: templates may carry comments
 // and tags of other programs.
-int interpretTag(Merge *merge, std::string_view tag) {
-    constexpr std::string_view blanks = " \t";
-    tag.remove_prefix(std::min(tag.find_first_not_of(blanks), tag.size()));
-    const std::size_t nameEnd = std::min(tag.find_first_of(blanks), tag.size());
-    const std::string_view name = tag.substr(0, nameEnd);
-    const std::string_view args = tag.substr(std::min(nameEnd + 1, tag.size()));
+int interpretTag(Merge *merge, const TemplateTag *tag) {
     for (const Clause &clause : clausesByState[merge->ctx.state])
-        if (clause.name == name) return clause.act(merge, args);
+        if (clause.name == tag->clause) return clause.act(merge, tag);
     return MERGE_OK;
 }
 
@@ -199,9 +209,8 @@ int interpretTemplate(Merge *merge) {
     TemplateContext *ctx = &merge->ctx;
     int result = MERGE_OK;
     while (result == MERGE_OK && ctx->fileDepth > 0) {
-        const std::string_view tag = nextTemplateTag(ctx);
-        if (tag.data() != nullptr)
-            result = interpretTag(merge, tag);
+        if (nextTemplateTag(ctx).data() != nullptr)
+            result = interpretTag(merge, ctx->tag);
         else
             popTemplateFile(ctx);
     }
@@ -248,7 +257,7 @@ int runMerge(Merge *merge, const char *dictName) {
 int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *report,
                   const char *templatePath, std::uint32_t format, KvStore *userVars,
                   const char *dictName) {
-    // Some 40 KiB: too much for the small stacks of other people's threads.
+    // Some 70 KiB: too much for the small stacks of other people's threads.
     const HeapGuard<Merge> merge(static_cast<Merge *>(std::calloc(1, sizeof(Merge))));
     if (!merge) {
         dmon_log(1, "Error: no memory to merge template '%s'.\n", templatePath);
@@ -257,6 +266,7 @@ int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *re
     TemplateContext *ctx = &merge->ctx;
     ctx->results = results;
     merge->userVars = userVars;
+    merge->row.format = &merge->rowFormat;
 
     IncludeSpec spec{};
     copyPath(spec.file, sizeof spec.file, templatePath);

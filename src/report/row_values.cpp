@@ -144,9 +144,14 @@ int fillPluginValue(TemplateContext *ctx, const ValueClause *clause, ItemValue *
 
 }  // namespace
 
-int parseValueClause(TemplateContext *ctx, std::string_view args, ValueClause *clause) {
-    *clause = ValueClause{};
-    return parseClauseArgs(ctx, args, valueArgs,
+int parseValueClause(TemplateContext *ctx, const TemplateTag *tag, ValueClause *clause) {
+    // Field by field: the texts are long, and what stands behind their NUL does not count.
+    clause->convType = CONV_NONE;
+    clause->convArg[0] = '\0';
+    clause->source = SOURCE_TEXT;
+    clause->flags = 0;
+    clause->sourceText[0] = '\0';
+    return parseClauseArgs(ctx, tag, valueArgs,
                            "Error in %s: unknown argument '%s' in 'value' clause.\n", clause);
 }
 

@@ -8,7 +8,7 @@
 #include "report/template_context.h"
 
 // Reads a value clause, which is cleared first. MERGE_OK, or MERGE_TEMPLATE_ERROR after a message.
-int parseValueClause(TemplateContext *ctx, std::string_view args, ValueClause *clause);
+int parseValueClause(TemplateContext *ctx, const TemplateTag *tag, ValueClause *clause);
 
 // Adds the clause's value to the row. MERGE_OK, or a negative code after a message; a literal text
 // that fails is reported and MERGE_OK all the same.

@@ -64,8 +64,9 @@ int parseCssStyle(TemplateContext *ctx, std::string_view rest, OutputStyle *styl
     }
 }
 
-int parseRowClause(TemplateContext *ctx, std::string_view args, ReportRow *row) {
-    *row = ReportRow{};
-    return parseClauseArgs(ctx, args, rowArgs,
+int parseRowClause(TemplateContext *ctx, const TemplateTag *tag, ReportRow *row) {
+    row->cstyle[0] = '\0';
+    row->count = 0;  // each slot is cleared when it is taken
+    return parseClauseArgs(ctx, tag, rowArgs,
                            "Error in %s: unknown argument '%s' in 'row' clause.\n", row);
 }

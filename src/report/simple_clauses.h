@@ -18,4 +18,4 @@ int parseCssStyle(TemplateContext *ctx, std::string_view text, OutputStyle *styl
 
 // Reads a row clause into a row, which is cleared first. MERGE_OK, or MERGE_TEMPLATE_ERROR after a
 // message.
-int parseRowClause(TemplateContext *ctx, std::string_view args, ReportRow *row);
+int parseRowClause(TemplateContext *ctx, const TemplateTag *tag, ReportRow *row);

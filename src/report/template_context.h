@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "output/dump_backend.h"
+#include "report/tag_memo.h"
 #include "results/dict_resolver.h"
 #include "vorn/plugin.h"
 
@@ -103,6 +104,9 @@ struct TemplateContext {
     char line[TEMPLATE_LINE_SIZE];  // a line that lies across the window's edge
     const char *cursor;             // where the scan goes on; null: at the next line
     const char *lineEnd;            // the end of the line, in `line` or in the file's window
+    const TemplateTag *tag;         // what nextTemplateTag found last
+    TagMemo memo;                   // of the current file's window
+    FoundTag unkept;                // the tag of a line that is not in the window
     std::int32_t pluginCount;
     TemplatePlugin plugins[TEMPLATE_MAX_PLUGINS];
 

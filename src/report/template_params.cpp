@@ -28,12 +28,54 @@ TemplateParam *findParam(TemplateParam *first, std::string_view name) {
     return nullptr;
 }
 
-// Appends a piece to the expansion; false, after a message, when it does not fit.
-bool appendExpansion(TemplateContext *ctx, char **cursor, std::size_t *room,
-                     std::string_view piece) {
-    if (safe_strncat_size(cursor, room, piece.data(), piece.size()) == 0) return true;
-    dmon_log(1, "Error in %s: Expanded string is too long.\n", getTemplateLine(ctx));
+// A text being expanded, with a byte kept for the NUL.
+struct Expansion {
+    char *out;
+    std::size_t length;
+};
+
+// Appends a piece; false, after a message, when it does not fit.
+bool appendPiece(TemplateContext *ctx, Expansion *expansion, std::string_view piece) {
+    if (piece.size() >= TEMPLATE_TEXT_SIZE - expansion->length) {
+        dmon_log(1, "Error in %s: Expanded string is too long.\n", getTemplateLine(ctx));
+        return false;
+    }
+    piece.copy(expansion->out + expansion->length, piece.size());
+    expansion->length += piece.size();
+    return true;
+}
+
+// Takes a reference "${name}" off the front of `rest` and appends its parameter's value; false
+// after a message.
+bool appendReference(TemplateContext *ctx, Expansion *expansion, std::string_view *rest) {
+    const std::size_t end = rest->find('}');
+    if (end == std::string_view::npos) {
+        dmon_log(1, "Error in %s: Missing '}' in expression.\n", getTemplateLine(ctx));
+        return false;
+    }
+    const std::string_view name = rest->substr(2, end - 2);
+    rest->remove_prefix(end + 1);
+    TemplateParam **params = currentParams(ctx);
+    const TemplateParam *param = params != nullptr ? findParam(*params, name) : nullptr;
+    if (param != nullptr) return appendPiece(ctx, expansion, param->value);
+    dmon_log(1, "Error in %s: Parameter '%.*s' not defined.\n", getTemplateLine(ctx),
+             static_cast<int>(name.size()), name.data());
     return false;
+}
+
+// Expands a text into a buffer and puts a NUL behind it. Null after a message.
+std::string_view expandInto(TemplateContext *ctx, std::string_view text,
+                            char (&out)[TEMPLATE_TEXT_SIZE]) {
+    Expansion expansion{out, 0};
+    for (;;) {
+        const std::size_t reference = std::min(text.find("${"), text.size());
+        if (!appendPiece(ctx, &expansion, text.substr(0, reference))) return {};
+        text.remove_prefix(reference);
+        if (text.empty()) break;
+        if (!appendReference(ctx, &expansion, &text)) return {};
+    }
+    out[expansion.length] = '\0';
+    return {out, expansion.length};
 }
 
 }  // namespace
@@ -67,60 +109,29 @@ void freeTemplateParams(TemplateParam *first) {
     }
 }
 
-int parseClauseArg(TemplateContext *ctx, std::string_view text, char separator,
-                   std::size_t valueSize, ParsedArg *arg) {
-    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-    std::size_t nameLength = 0;
-    while (nameLength < text.size() && nameLength < TEMPLATE_NAME_SIZE - 1 &&
-           text[nameLength] != ' ' && text[nameLength] != separator)
-        ++nameLength;
-    arg->name = text.substr(0, nameLength);
-
-    text.remove_prefix(nameLength);
-    while (!text.empty() && (text.front() == ' ' || text.front() == separator))
-        text.remove_prefix(1);
-    if (!text.empty() && (text.front() == '\'' || text.front() == '"')) {
-        const char quote = text.front();
-        text.remove_prefix(1);
-        text = text.substr(0, text.find(quote));
+int expandArg(TemplateContext *ctx, const RawArg &raw, std::size_t valueSize, ParsedArg *arg) {
+    arg->name = raw.name;
+    const std::string_view value = raw.value.substr(0, valueSize - 1);
+    bool failed = false;
+    if (raw.hasReference) {
+        arg->value = expandInto(ctx, value, arg->buffer).substr(0, valueSize - 1);
+        failed = arg->value.data() == nullptr;
     }
-    text = text.substr(0, valueSize - 1);
-    const std::string_view expanded = expandTemplateString(ctx, text);
-    const bool failed = expanded.data() == nullptr && !text.empty();
-    arg->value = (failed ? text : expanded).substr(0, valueSize - 1);
-    arg->value.copy(arg->buffer, arg->value.size());
+    if (!raw.hasReference || failed)
+        arg->value = {arg->buffer, value.copy(arg->buffer, value.size())};
     arg->buffer[arg->value.size()] = '\0';
-    arg->value = {arg->buffer, arg->value.size()};
     return failed ? MERGE_TEMPLATE_ERROR : MERGE_OK;
 }
 
-std::string_view expandTemplateString(TemplateContext *ctx, std::string_view text) {
-    std::size_t reference = text.find("${");
-    if (reference == std::string_view::npos && text.size() < sizeof ctx->expansion) return text;
+int parseClauseArg(TemplateContext *ctx, std::string_view text, char separator,
+                   std::size_t valueSize, ParsedArg *arg) {
+    return expandArg(ctx, splitArg(text, separator), valueSize, arg);
+}
 
-    char *cursor = ctx->expansion;
-    std::size_t room = sizeof ctx->expansion;
-    for (; reference != std::string_view::npos; reference = text.find("${")) {
-        if (!appendExpansion(ctx, &cursor, &room, text.substr(0, reference))) return {};
-        text.remove_prefix(reference + 2);
-        const std::size_t end = text.find('}');
-        if (end == std::string_view::npos) {
-            dmon_log(1, "Error in %s: Missing '}' in expression.\n", getTemplateLine(ctx));
-            return {};
-        }
-        const std::string_view name = text.substr(0, end);
-        TemplateParam **params = currentParams(ctx);
-        const TemplateParam *param = params != nullptr ? findParam(*params, name) : nullptr;
-        if (param == nullptr) {
-            dmon_log(1, "Error in %s: Parameter '%.*s' not defined.\n", getTemplateLine(ctx),
-                     static_cast<int>(name.size()), name.data());
-            return {};
-        }
-        if (!appendExpansion(ctx, &cursor, &room, param->value)) return {};
-        text.remove_prefix(end + 1);
-    }
-    if (!appendExpansion(ctx, &cursor, &room, text)) return {};
-    return {ctx->expansion, static_cast<std::size_t>(cursor - ctx->expansion)};
+std::string_view expandTemplateString(TemplateContext *ctx, std::string_view text) {
+    if (text.size() < sizeof ctx->expansion && text.find("${") == std::string_view::npos)
+        return text;
+    return expandInto(ctx, text, ctx->expansion);
 }
 
 int parseParamPieces(TemplateContext *ctx, std::string_view text, std::size_t valueSize,

@@ -32,6 +32,9 @@ struct ParsedArg {
 int parseClauseArg(TemplateContext *ctx, std::string_view text, char separator,
                    std::size_t valueSize, ParsedArg *arg);
 
+// The same for an argument that was split before.
+int expandArg(TemplateContext *ctx, const RawArg &raw, std::size_t valueSize, ParsedArg *arg);
+
 // Replaces each ${name} by the value of that parameter of the current file. Returns `text` itself
 // when it holds no reference, else a text in ctx->expansion, ended by a NUL, which the next call
 // overwrites; data() is null after a message.

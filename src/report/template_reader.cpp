@@ -27,12 +27,18 @@ std::int64_t nextPosition(const TemplateFile *file) {
     return file->windowStart + static_cast<std::int64_t>(file->windowPos);
 }
 
+// Lets go of the window's bytes; the next line is read from a position of the file.
+void moveWindow(TemplateContext *ctx, TemplateFile *file, std::int64_t position) {
+    file->windowStart = position;
+    file->windowLength = 0;
+    file->windowPos = 0;
+    forgetTags(&ctx->memo);
+}
+
 // Moves the window to the next byte to read; false at the end of the file or when it cannot be
 // read.
-bool fillWindow(TemplateFile *file) {
-    file->windowStart = nextPosition(file);
-    file->windowPos = 0;
-    file->windowLength = 0;
+bool fillWindow(TemplateContext *ctx, TemplateFile *file) {
+    moveWindow(ctx, file, nextPosition(file));
     if (ftello(file->stream) != file->windowStart &&
         fseeko(file->stream, file->windowStart, SEEK_SET) != 0)
         return false;
@@ -76,6 +82,53 @@ const char *findInLine(const TemplateContext *ctx, const char *from, char charac
         std::memchr(from, character, static_cast<std::size_t>(ctx->lineEnd - from)));
 }
 
+bool atLineEnd(const TemplateContext *ctx) {
+    return ctx->cursor == nullptr || ctx->cursor == ctx->lineEnd;
+}
+
+void countLine(TemplateFile *file) {
+    if (file->lineNo < INT32_MAX) ++file->lineNo;
+}
+
+// The offset of a character in the file's window; one that lies in ctx->line is beyond the end.
+std::size_t windowOffset(const TemplateFile *file, const char *character) {
+    return reinterpret_cast<std::uintptr_t>(character) -
+           reinterpret_cast<std::uintptr_t>(file->window);
+}
+
+// Goes on to the next tag when it is remembered.
+bool recallNextTag(TemplateContext *ctx) {
+    TemplateFile *file = currentFile(ctx);
+    if (file == nullptr) return false;
+    const bool newLine = atLineEnd(ctx);
+    const std::size_t offset = newLine ? file->windowPos : windowOffset(file, ctx->cursor);
+    const FoundTag *found =
+        offset < file->windowLength ? recallTag(&ctx->memo, {offset, newLine}) : nullptr;
+    if (found == nullptr) return false;
+    // A long line ends elsewhere when it is read in other pieces.
+    if (!newLine && found->lineEnd != ctx->lineEnd) return false;
+    if (newLine) {
+        ctx->lineEnd = found->lineEnd;
+        file->windowPos = found->nextLine;
+        countLine(file);
+    }
+    ctx->cursor = found->tag.text.data() + found->tag.text.size() + 1;
+    ctx->tag = &found->tag;
+    return true;
+}
+
+// Makes a text the current tag, and remembers it when the scan that found it may come again.
+void takeTag(TemplateContext *ctx, const char *start, bool newLine, std::string_view text) {
+    const TemplateFile *file = currentFile(ctx);
+    const std::size_t offset = windowOffset(file, start);
+    FoundTag *found =
+        offset < file->windowLength ? rememberTag(&ctx->memo, {offset, newLine}) : &ctx->unkept;
+    splitTag(text, &found->tag);
+    found->lineEnd = ctx->lineEnd;
+    found->nextLine = file->windowPos;
+    ctx->tag = &found->tag;
+}
+
 }  // namespace
 
 const char *getTemplateLine(TemplateContext *ctx) {
@@ -104,7 +157,7 @@ int readTemplateLine(TemplateContext *ctx) {
     std::size_t length = 0;  // of what stands in ctx->line already
     bool ended = false;
     do {
-        if (file->windowPos == file->windowLength && !fillWindow(file)) {
+        if (file->windowPos == file->windowLength && !fillWindow(ctx, file)) {
             file->atEnd = true;
             setLine(ctx, ctx->line, length);
             break;
@@ -125,27 +178,28 @@ int readTemplateLine(TemplateContext *ctx) {
             setLine(ctx, ctx->line, length);
         }
     } while (!ended);
-    if (file->lineNo < INT32_MAX) ++file->lineNo;
+    countLine(file);
     return 0;
 }
 
 std::string_view nextTemplateTag(TemplateContext *ctx) {
     for (;;) {
-        if (ctx->cursor == nullptr || ctx->cursor == ctx->lineEnd) {
-            if (readTemplateLine(ctx) != 0) return {};
-            continue;
-        }
-        const char *open = findInLine(ctx, ctx->cursor, '<');
+        if (recallNextTag(ctx)) return ctx->tag->text;
+        const bool newLine = atLineEnd(ctx);
+        if (newLine && readTemplateLine(ctx) != 0) return {};
+        if (atLineEnd(ctx)) continue;  // an empty line
+        const char *start = ctx->cursor;
+        const char *open = findInLine(ctx, start, '<');
         const char *close = open != nullptr ? findInLine(ctx, open, '>') : nullptr;
         ctx->cursor = close != nullptr ? close + 1 : nullptr;
-        if (close != nullptr) return {open + 1, static_cast<std::size_t>(close - open - 1)};
+        if (close == nullptr) continue;
+        takeTag(ctx, start, newLine, {open + 1, static_cast<std::size_t>(close - open - 1)});
+        return ctx->tag->text;
     }
 }
 
 int readTemplateText(TemplateContext *ctx, char *out, std::size_t size) {
-    if (ctx->cursor == nullptr || ctx->cursor == ctx->lineEnd) {
-        if (readTemplateLine(ctx) != 0) return -1;
-    }
+    if (atLineEnd(ctx) && readTemplateLine(ctx) != 0) return -1;
     const char *open = findInLine(ctx, ctx->cursor, '<');
     const char *end = open != nullptr ? open : ctx->lineEnd;
     const std::size_t length = std::min(static_cast<std::size_t>(end - ctx->cursor), size - 1);
@@ -181,9 +235,7 @@ int pushTemplateFile(TemplateContext *ctx, IncludeSpec *spec, std::FILE *stream)
     file->params = spec->params;
     spec->params = nullptr;
     file->atEnd = false;
-    file->windowStart = std::max<std::int64_t>(ftello(file->stream), 0);
-    file->windowLength = 0;
-    file->windowPos = 0;
+    moveWindow(ctx, file, std::max<std::int64_t>(ftello(file->stream), 0));
     ++ctx->fileDepth;
     resetTemplateLine(ctx);
     return MERGE_OK;
@@ -204,6 +256,8 @@ int popTemplateFile(TemplateContext *ctx) {
 void resetTemplateLine(TemplateContext *ctx) {
     ctx->cursor = nullptr;
     ctx->lineEnd = nullptr;
+    // They belong to the current file, as the line does.
+    forgetTags(&ctx->memo);
 }
 
 std::int64_t templateTell(const TemplateContext *ctx) {
@@ -218,9 +272,7 @@ void templateSeek(TemplateContext *ctx, std::int64_t position, std::int32_t line
     if (inWindow >= 0 && inWindow <= static_cast<std::int64_t>(file->windowLength)) {
         file->windowPos = static_cast<std::size_t>(inWindow);
     } else {
-        file->windowStart = position;
-        file->windowLength = 0;
-        file->windowPos = 0;
+        moveWindow(ctx, file, position);
     }
     file->lineNo = lineNo;
     file->atEnd = false;

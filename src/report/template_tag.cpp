@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "report/template_tag.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+// By ClauseName.
+constexpr std::string_view clauseNames[] = {
+    "report", "/report", "section",  "/section", "row",    "/row",    "value",
+    "/value", "iterate", "/iterate", "css",      "plugin", "include",
+};
+static_assert(std::size(clauseNames) == CLAUSE_UNKNOWN);
+
+constexpr std::size_t ARG_NAME_MAX = 15;
+
+constexpr bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+}  // namespace
+
+RawArg splitArg(std::string_view text, char separator) {
+    RawArg arg{};
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    std::size_t length = 0;
+    while (length < text.size() && length < ARG_NAME_MAX && text[length] != ' ' &&
+           text[length] != separator)
+        ++length;
+    arg.name = text.substr(0, length);
+
+    text.remove_prefix(length);
+    while (!text.empty() && (text.front() == ' ' || text.front() == separator))
+        text.remove_prefix(1);
+    if (!text.empty() && (text.front() == '\'' || text.front() == '"')) {
+        const char quote = text.front();
+        text.remove_prefix(1);
+        text = text.substr(0, text.find(quote));
+    }
+    arg.value = text;
+    arg.hasReference = text.find("${") != std::string_view::npos;
+    return arg;
+}
+
+RawArg takeArg(std::string_view *args) {
+    const std::size_t end = std::min(args->find(','), args->size());
+    const RawArg arg = splitArg(args->substr(0, end), '=');
+    args->remove_prefix(std::min(end + 1, args->size()));
+    return arg;
+}
+
+void splitTag(std::string_view text, TemplateTag *tag) {
+    const auto *start = std::find_if_not(text.begin(), text.end(), isBlank);
+    const auto *end = std::find_if(start, text.end(), isBlank);
+    const std::string_view name(start, end);
+    const auto *known = std::find(std::begin(clauseNames), std::end(clauseNames), name);
+    tag->text = text;
+    tag->clause = static_cast<ClauseName>(known - std::begin(clauseNames));
+    tag->args = std::string_view(end == text.end() ? end : end + 1, text.end());
+
+    tag->furtherArgs = tag->args;
+    tag->argCount = 0;
+    if (tag->clause == CLAUSE_UNKNOWN) return;
+    while (!tag->furtherArgs.empty() && tag->argCount < TAG_SPLIT_ARGS)
+        tag->split[tag->argCount++] = takeArg(&tag->furtherArgs);
+}
