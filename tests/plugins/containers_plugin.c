@@ -105,17 +105,18 @@ static int checkStore(void) {
     WANT(valueOf(copy) == 3);
     free(copy);
 
+    /* Two stores are always named in the same order, as vorn/plugin.h wants it. */
     WANT(kvCopy(&b, &a, sizeof(int)) == KV_FULL && keysAre(&b, "dce"));
-    WANT(kvCompare(&a, &b, byNumber, NULL) == 1);
+    WANT(kvCompare(&b, &a, byNumber, NULL) == 1);
     WANT(kvCondDel(&a, atLeast, &limit) == KV_OK && kvCondDel(&a, atLeast, &limit) == KV_NOT_FOUND);
     WANT(freed == 3 && keysAre(&a, "dc"));
     WANT(kvDel(&b, "e") == KV_OK && kvDel(&b, "e") == KV_NOT_FOUND);
-    WANT(kvCompare(&a, &b, byNumber, NULL) == 0 && kvCompare(&a, NULL, NULL, NULL) == -1);
-    WANT(kvReplace(&b, "c", number(8)) == KV_OK && kvCompare(&a, &b, NULL, NULL) == 0);
-    WANT(kvCompare(&a, &b, byNumber, NULL) == 1);
-    WANT(kvMerge(&a, &b, sizeof(int)) == KV_OK && freed == 5 && valueOf(kvGet(&a, "c")) == 8);
+    WANT(kvCompare(&b, &a, byNumber, NULL) == 0 && kvCompare(&b, NULL, NULL, NULL) == KV_BAD_ARG);
+    WANT(kvReplace(&b, "c", number(8)) == KV_OK && kvCompare(&b, &a, NULL, NULL) == 0);
+    WANT(kvCompare(&b, &a, byNumber, NULL) == 1);
+    WANT(kvMerge(&b, &a, sizeof(int)) == KV_OK && valueOf(kvGet(&b, "c")) == 3);
     kvFlush(&a);
-    WANT(freed == 7 && kvNumElems(&a) == 0 && keysAre(&a, ""));
+    WANT(freed == 5 && kvNumElems(&a) == 0 && keysAre(&a, ""));
     kvFreeList(NULL);
     kvFree(&a);
     kvFree(&b);
