@@ -26,10 +26,6 @@ TEST(CommandLine, SetsOptionsUntilTheFirstPlainWord) {
         {{"-f", "file", "-D", "3"}, ARGS_OK, "1 1 " + config, ""},
         {{"-D", "abc", "", "-f"}, ARGS_OK, "0 0 " + config, ""},
         {{"-c", "my.cfg", "--help", "-x"}, ARGS_HELP, "0 1 my.cfg", head + line + "my.cfg)\n"},
-        {{"-f", "-c"},
-         ARGS_FAILED,
-         "1 1 " + config,
-         "Error: missing config file after '-c' option.\n"},
         {{"-D"}, ARGS_FAILED, "0 1 " + config, "Error: missing debug level after '-D' option.\n"},
         {{"-fD", "-f"}, ARGS_FAILED, "0 1 " + config, "Error: unknown option '-fD'.\n"},
     };

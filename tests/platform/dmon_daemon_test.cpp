@@ -208,36 +208,25 @@ TEST_F(DmonDaemon, AnswersWhenTheServiceHasUsedUpItsDescriptors) {
     tellBody('x');
     EXPECT_EQ(nextNews(), "full\n");
     const int first = connectClient();
-    EXPECT_EQ(ask("status\n"), "2 Level 1. Busy\n");
-    EXPECT_EQ(ask("status\n"), "2 Level 1. Busy\n");
+    for (int twice = 0; twice < 2; ++twice) EXPECT_EQ(ask("status\n"), "2 Level 1. Busy\n");
     EXPECT_EQ(ask("stop\n"), "ok\n");
     EXPECT_EQ(end(child), 0);
     close(first);
 }
 
-TEST_F(DmonDaemon, EndsWith0WhenToldToAndWithTheBodysResultOtherwise) {
-    struct Case {
-        int signal;  // to send, or 0
-        int result;  // of the body, or 1000: it goes on and is stopped
-        int status;
-    };
-    const Case cases[] = {
-        {SIGTERM, 1000, 0}, {SIGINT, 1000, 0}, {0, 1000, 0}, {0, 0, 0}, {0, -20, 236},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.status);
+TEST_F(DmonDaemon, EndsWithTheBodysResultUnlessToldToEnd) {
+    for (const auto &[result, status] : {std::pair{0, 0}, {1, 1}, {-20, 236}, {1000, 0}}) {
+        SCOPED_TRACE(result);
         const pid_t child = start();
         kill(child, SIGHUP);
         kill(child, SIGPIPE);
         EXPECT_EQ(ask("status\n"), "2 Level 1. Busy\n");
         const int silent = connectClient();
-        if (c.signal != 0)
-            kill(child, c.signal);
-        else if (c.result != 1000)
-            tellBody(static_cast<signed char>(c.result));
+        if (result == 1000)
+            kill(child, SIGTERM);
         else
-            EXPECT_EQ(ask("stop\n"), "ok\n");
-        EXPECT_EQ(end(child), c.status);
+            tellBody(static_cast<signed char>(result));
+        EXPECT_EQ(end(child), status);
         EXPECT_FALSE(dir_.exists("run/tarix/vorn.ctl"));
         EXPECT_EQ(log(), "");
         close(silent);

@@ -27,45 +27,42 @@ ResultsOwner load(const std::string &content) {
 
 // Shows what a register holds, its kind's fields in their order.
 std::string show(const RegisterRecord &reg) {
-    const auto label = [](const char *text) { return std::string(text == nullptr ? "-" : text); };
-    std::string text = std::string(reg.name) + (reg.valid != 0 ? "" : " invalid");
-    const auto add = [&](auto... fields) { ((text += " " + std::to_string(fields)), ...); };
+    const auto line = [&](std::string kind, auto... fields) {
+        kind += std::string(" ") + reg.name + (reg.valid != 0 ? "" : " invalid");
+        ((kind += " " + std::to_string(fields)), ...);
+        return kind;
+    };
+    const auto label = [](const char *text) { return std::string(" ") + (text ? text : "-"); };
+    const auto &as = reg.as;
     switch (reg.kind) {
         case VORN_REG_SELECTION:
-            add(reg.as.selection.selValue);
-            return "sel " + text + " " + label(reg.as.selection.label);
-        case VORN_REG_BITSET:
-            add(reg.as.bitSet.bits);
-            for (int i = 0; i < reg.as.bitSet.labelCount; ++i)
-                text += " " + label(reg.as.bitSet.labels[i]);
-            return "bits " + text + (reg.as.bitSet.labels == nullptr ? " null" : "");
+            return line("sel", as.selection.selValue) + label(as.selection.label);
+        case VORN_REG_BITSET: {
+            std::string text = line("bits", as.bitSet.bits);
+            for (int i = 0; i < as.bitSet.labelCount; ++i) text += label(as.bitSet.labels[i]);
+            return text + (as.bitSet.labels == nullptr ? " null" : "");
+        }
         case VORN_REG_UINT32:
-            add(reg.as.u32.value, reg.as.u32.min, reg.as.u32.max);
-            return "u32 " + text;
+            return line("u32", as.u32.value, as.u32.min, as.u32.max);
         case VORN_REG_INT32:
-            add(reg.as.i32.value, reg.as.i32.min, reg.as.i32.max);
-            return "i32 " + text;
+            return line("i32", as.i32.value, as.i32.min, as.i32.max);
         case VORN_REG_UINT64:
-            add(reg.as.u64.value, reg.as.u64.min, reg.as.u64.max);
-            return "u64 " + text;
+            return line("u64", as.u64.value, as.u64.min, as.u64.max);
         case VORN_REG_FLOAT:
-            add(reg.as.f32.value);
-            return "f32 " + text;
+            return line("f32", as.f32.value);
         case VORN_REG_DOUBLE:
-            add(reg.as.f64.value);
-            return "f64 " + text;
+            return line("f64", as.f64.value);
         case VORN_REG_COUNTER:
-            add(reg.as.counter.value, reg.as.counter.rate, reg.as.counter.secs);
-            return "counter " + text;
+            return line("counter", as.counter.value, as.counter.rate, as.counter.secs);
         case VORN_REG_UINT32_SECS:
-            add(reg.as.u32Secs.value, reg.as.u32Secs.secs);
-            return "secs " + text;
-        default:
-            break;
+            return line("secs", as.u32Secs.value, as.u32Secs.secs);
+        default: {
+            std::string text = line("array", as.array.length);
+            for (std::size_t i = 0; i < resultsArrayBytes(&reg); ++i)
+                text += " " + std::to_string(as.array.data[i]);
+            return text;
+        }
     }
-    add(reg.as.array.length);
-    for (std::size_t i = 0; i < resultsArrayBytes(&reg); ++i) add(reg.as.array.data[i]);
-    return "array " + text;
 }
 
 // One look-up: "APP.ITEM field index", or "null"; of values left alone -7 stays.
