@@ -76,8 +76,7 @@ TEST(SubscriptionFiles, AreReadLineByLineUntilAnErrorWithItsPlace) {
     const TempDir dir;
     struct Case {
         std::string content;
-        const char *table;
-        const char *log;
+        const char *table, *log;
     };
     const Case cases[] = {
         {"#x\nsubscribe a:b,c:d more\n\nSubscribe e\nsubscribe\t'f'", "a:b,c:d 'f':'f': ",

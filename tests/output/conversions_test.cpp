@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Conversions of values: results, refusals and who owns what. Leaks and double frees are the
-// sanitizers' part.
+// Conversions of values: results and who owns what; vorn-report's tests see what is refused. Leaks
+// and double frees are the sanitizers' part.
 #include "output/conversions.h"
 
 #include <cmath>
@@ -95,37 +95,6 @@ TEST(Conversions, MakeStringsOfNumbers) {
         EXPECT_EQ(value.flags, VORN_VALUE_OWNED);
         EXPECT_STREQ(static_cast<char *>(value.data), c.text);
         releaseItemValue(&value);
-    }
-}
-
-TEST(Conversions, RefuseOtherTypesAndBadArgumentsWithTheValueUnchanged) {
-    const std::string help = "Must be 'units(<unitName>=<factor>[:<printfFormat>],...)'\n";
-    struct Case {
-        std::uint8_t kind;
-        const char *argument;
-        Number number;
-        std::string log;
-    };
-    const Case cases[] = {
-        {CONV_DATE_TIME, "", 1.0, "'dateTime' conversion is only supported for UINT32 type.\n"},
-        {CONV_TIME, "", std::int32_t{1}, "'time' conversion is only supported for UINT32 type.\n"},
-        {CONV_BITMAP, "bad", std::uint64_t{1},
-         "'bitmap' conversion is only supported for UINT32 type.\n"},
-        {CONV_MAC_ADDR, "", u32(1), "'mac-addr' conversion is only supported for UINT64 type.\n"},
-        {CONV_IPV4_ADDR, "", 1.0F, "'ipv4-addr' conversion is only supported for UINT32 type.\n"},
-        {CONV_UNITS, "", u32(1), "no units defined in 'units' conversion.\n"},
-        {CONV_UNITS, "B=1;;kB=1", u32(1), "bad arguments to 'units' conversion.\n" + help},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.log);
-        LogCapture log;
-        Number number = c.number;
-        const ItemValue before = valueOf(&number);
-        ItemValue value = before;
-        const ValueClause clause = clauseOf(c.kind, c.argument);
-        EXPECT_EQ(convertValue("a:1", nullptr, &clause, &value), CONV_BAD_TYPE);
-        EXPECT_EQ(std::memcmp(&value, &before, sizeof value), 0);
-        EXPECT_EQ(log.text(), "Error in a:1: " + c.log);
     }
 }
 

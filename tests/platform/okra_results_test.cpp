@@ -99,12 +99,8 @@ TEST(OkraResultsFile, ReadsNamesLabelsAndCountsAsTheyAreWritten) {
 }
 
 TEST(OkraResultsFile, NamesLineAndReasonOfTheFirstBrokenRule) {
-    struct Case {
-        std::string content;
-        const char *error;
-    };
-    const std::string name63(63, 'n');
-    const Case cases[] = {
+    const std::string longName(64, 'n');
+    const std::pair<std::string, const char *> files[] = {
         {"", "line 1: the first line is not 'okra 1'"},
         {"okra 1 x\n", "line 1: the first line is not 'okra 1'"},
         {"okra 1\nreg u8 x\n", "line 2: 'reg' before any 'app'"},
@@ -115,33 +111,33 @@ TEST(OkraResultsFile, NamesLineAndReasonOfTheFirstBrokenRule) {
         {"okra 1\napp x start=-1\n", "line 2: '-1' of attribute 'start' is no number"},
         {"okra 1\napp x start\n", "line 2: attribute 'start' without a value"},
         {"okra 1\napp x start=1 stop=2 start=1\n", "line 2: attribute 'start' twice"},
-        {HEAD + "reg\n", "line 3: a register without a type"},
-        {HEAD + "reg u9 x\n", "line 3: unknown register type 'u9'"},
-        {HEAD + "reg u8\n", "line 3: a register without a name"},
-        {HEAD + "reg u8 " + name63 + "\nreg u8 " + name63 + "n\n",
+        {HEAD + "reg u8 " + longName.substr(1) + "\nreg u8 " + longName + "\n",
          "line 4: the name of a register has more than 63 bytes"},
-        {HEAD + "reg u8 \"x\n", "line 3: a quote that is not closed"},
-        {HEAD + "reg u8 \"x\\",
-         "line 3: a backslash before something else than a quote or a backslash"},
-        {HEAD + "reg u8 \"x\"y\n", "line 3: no blank after a closing quote"},
-        {HEAD + "reg u8 x\"y\"\n", "line 3: a quote inside a word"},
-        {HEAD + "reg u8 x labels=a\n", "line 3: unknown attribute 'labels'"},
-        {HEAD + "reg u8 x invalid=1\n", "line 3: attribute 'invalid' takes no value"},
-        {HEAD + "reg u8 x value=\n", "line 3: '' of attribute 'value' is no number"},
-        {HEAD + "reg i8 x value=-129\n", "line 3: '-129' of attribute 'value' is out of range"},
-        {HEAD + "reg u64 x value=18446744073709551616\n",
-         "line 3: '18446744073709551616' of attribute 'value' is out of range"},
-        {HEAD + "reg f32 x value=1e39\n", "line 3: '1e39' of attribute 'value' is out of range"},
-        {HEAD + "reg f64 x value=1,5\n", "line 3: '1,5' of attribute 'value' is no number"},
-        {HEAD + "reg a8 x data=1,256\n", "line 3: '256' of attribute 'data' is out of range"},
-        {HEAD + "reg a8 x data=1,,2\n", "line 3: '' of attribute 'data' is no number"},
-        {HEAD + "reg u8 x\xC0\x80\n", "line 3: not UTF-8 text"},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.content);
-        Seen seen{};
-        EXPECT_EQ(load(c.content, &seen), c.error);
-    }
+    const std::pair<const char *, std::string> registers[] = {
+        {"", "a register without a type"},
+        {"u9 x", "unknown register type 'u9'"},
+        {"u8", "a register without a name"},
+        {"u8 \"x", "a quote that is not closed"},
+        {"u8 \"x\\", "a backslash before something else than a quote or a backslash"},
+        {"u8 \"x\"y", "no blank after a closing quote"},
+        {"u8 x\"y\"", "a quote inside a word"},
+        {"u8 x labels=a", "unknown attribute 'labels'"},
+        {"u8 x invalid=1", "attribute 'invalid' takes no value"},
+        {"u8 x value=", "'' of attribute 'value' is no number"},
+        {"i8 x value=-129", "'-129' of attribute 'value' is out of range"},
+        {"u64 x value=18446744073709551616",
+         "'18446744073709551616' of attribute 'value' is out of range"},
+        {"f32 x value=1e39", "'1e39' of attribute 'value' is out of range"},
+        {"f64 x value=1,5", "'1,5' of attribute 'value' is no number"},
+        {"a8 x data=1,256", "'256' of attribute 'data' is out of range"},
+        {"a8 x data=1,,2", "'' of attribute 'data' is no number"},
+        {"u8 x\xC0\x80", "not UTF-8 text"},
+    };
+    Seen seen{};
+    for (const auto &[content, error] : files) EXPECT_EQ(load(content, &seen), error) << content;
+    for (const auto &[words, error] : registers)
+        EXPECT_EQ(load(HEAD + "reg " + words, &seen), "line 3: " + error);
 }
 
 TEST(OkraResultsFile, BoundsArraysAndLinesAndCountsRegistersAcrossThePiecesItReads) {

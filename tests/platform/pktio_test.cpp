@@ -51,40 +51,31 @@ TEST(PktItems, ComeBackInOrderAndStandOnTheWireAsDocumented) {
 
 TEST(PktItems, ThatCannotBeReadLeavePositionAndBufferAlone) {
     using namespace std::string_literals;
-    struct Case {
-        const char *what;
-        std::string payload;
-        std::uint32_t position;
+    const std::pair<std::string, std::uint32_t> cases[] = {
+        {""s, 0},
+        {"\1\0\1a"s, 0},         // a number
+        {"\3\0\1a"s, 0},         // no such kind
+        {"\2\0"s, 0},            // the head is cut
+        {"\2\0\3ab"s, 0},        // the text is cut
+        {"\2\xFF\xFF\1\1"s, 0},  // longer than any payload
+        {"\2\0\3a\0b"s, 0},      // a NUL in it
+        {"\2\0\4abcd"s, 0},      // does not fit
+        {"\2\0\1a"s, 5},
+        {"\2\0\1a"s, 0xFFFFFFFF},
     };
-    const Case cases[] = {
-        {"empty", ""s, 0},
-        {"number", "\1\0\1a"s, 0},
-        {"no such kind", "\3\0\1a"s, 0},
-        {"head cut", "\2\0"s, 0},
-        {"text cut", "\2\0\3ab"s, 0},
-        {"longer than the payload",
-         "\2\xFF\xFF"
-         "ab"s,
-         0},
-        {"NUL in it", "\2\0\3a\0b"s, 0},
-        {"does not fit", "\2\0\4abcd"s, 0},
-        {"behind the end", "\2\0\1a"s, 5},
-        {"far behind the end", "\2\0\1a"s, 0xFFFFFFFF},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.what);
-        std::string payload = c.payload;
+    for (auto [payload, start] : cases) {
+        SCOPED_TRACE(payload);
         const PktMessage message = over(&payload);
         char text[] = "old";
-        std::uint32_t position = c.position;
+        std::uint32_t position = start;
         EXPECT_EQ(pktGetString(&message, text, sizeof text, &position), PKT_BAD_ITEM);
         EXPECT_STREQ(text, "old");
-        EXPECT_EQ(position, c.position);
-        if (c.payload[0] == 1) continue;
+        EXPECT_EQ(position, start);
+        if (payload[0] == 1) continue;
         std::uint16_t number = 77;
         EXPECT_EQ(pktGet16(&message, &number, &position), PKT_BAD_ITEM);
         EXPECT_EQ(number, 77);
-        EXPECT_EQ(position, c.position);
+        EXPECT_EQ(position, start);
     }
 }
 
