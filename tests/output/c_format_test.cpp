@@ -12,11 +12,7 @@
 #include "output/text_output.h"
 
 TEST(CFormat, CutsAFormatIntoOnePieceAConversion) {
-    struct Case {
-        const char *format;
-        std::vector<std::string> pieces;
-    };
-    const Case cases[] = {
+    const std::pair<const char *, std::vector<std::string>> cases[] = {
         {"", {}},
         {"100%% text", {}},
         {"%s = %d kB", {"%s = ", "%d kB"}},
@@ -24,16 +20,16 @@ TEST(CFormat, CutsAFormatIntoOnePieceAConversion) {
         {"%d%", {"%d", "%"}},  // a lone % counts
         {"%5%d", {"%5", "%d"}},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.format);
-        ASSERT_EQ(countCFormatFields(c.format), static_cast<std::int32_t>(c.pieces.size()));
-        const char *cursor = c.format;
-        for (const std::string &piece : c.pieces) {
+    for (const auto &[format, pieces] : cases) {
+        SCOPED_TRACE(format);
+        ASSERT_EQ(countCFormatFields(format), static_cast<std::int32_t>(pieces.size()));
+        const char *cursor = format;
+        for (const std::string &piece : pieces) {
             char out[64];
             cursor = getNextCFormat(out, sizeof out, cursor);
             EXPECT_EQ(out, piece);
         }
-        EXPECT_STREQ(cursor, c.pieces.empty() ? c.format : "");
+        EXPECT_STREQ(cursor, pieces.empty() ? format : "");
     }
     char out[] = "xxxxxxx";
     EXPECT_STREQ(getNextCFormat(out, 4, "ab %d and %d"), "%d");  // the cursor is not cut

@@ -114,11 +114,8 @@ TEST(PdfWriter, BeginsAPageAfter79LinesAndSetsTheFontAgain) {
 }
 
 TEST(PdfWriter, KeepsEveryByteOfATextInItsString) {
-    struct Case {
-        std::string text, string;
-    };
     const std::string plain(3000, 'x');
-    const Case cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", "()"},
         {"12345(78", "(12345\\(78)"},  // in the middle of eight bytes and at their ends
         {"1234567)\\", "(1234567\\)\\\\)"},
@@ -130,11 +127,12 @@ TEST(PdfWriter, KeepsEveryByteOfATextInItsString) {
         {std::string(20000, '\x01'), ""},
     };
     TestDocument test;
-    for (const Case &c : cases) EXPECT_EQ(pdf_add_text_line(test.doc.get(), c.text), PDF_OK);
+    for (const auto &[text, string] : cases)
+        EXPECT_EQ(pdf_add_text_line(test.doc.get(), text), PDF_OK);
     const std::string pdf = test.finish();
-    for (const Case &c : cases)
-        EXPECT_NE(pdf.find("\n" + c.string + (c.string.empty() ? "" : "'\n")), std::string::npos)
-            << c.text;
+    for (const auto &[text, string] : cases)
+        EXPECT_NE(pdf.find("\n" + string + (string.empty() ? "" : "'\n")), std::string::npos)
+            << text;
     EXPECT_EQ(countOf(pdf, "\\001"), 20000);
 }
 

@@ -56,11 +56,7 @@ TEST(Utf8, WritesStringsToStreamsAndTellsAFailure) {
 }
 
 TEST(Utf8, DecodesAnythingForwards) {
-    struct Case {
-        const char *bytes;
-        std::u32string text;
-    };
-    const Case cases[] = {
+    const std::pair<const char *, std::u32string> cases[] = {
         {"a\xC3\xA9\xE2\x82\xAC", U"a\u00E9\u20AC"},
         {"\xC3z", U"\u00C0z"},    // nothing added to the lead's bits, and the next byte is kept
         {"\xE2\x82", U"\u2080"},  //
@@ -71,11 +67,11 @@ TEST(Utf8, DecodesAnythingForwards) {
         {"\xF0\x9F\x98\x80z", U"\x70\x1F\x18"},  // no four-byte sequences
         {"\xC1\x81", U"A"},                      // overlong
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.bytes);
+    for (const auto &[bytes, text] : cases) {
+        SCOPED_TRACE(bytes);
         char32_t out[8];
-        const std::size_t count = utf8_decode_str(out, std::size(out), c.bytes);
-        EXPECT_EQ(std::u32string(out, count), c.text);
+        const std::size_t count = utf8_decode_str(out, std::size(out), bytes);
+        EXPECT_EQ(std::u32string(out, count), text);
         EXPECT_EQ(out[count], U'\0');
     }
     char32_t two[3] = {1, 2, 3};

@@ -65,11 +65,7 @@ TEST(Lexica, FindsEveryEntryByGroupSubgroupAndKey) {
 }
 
 TEST(Lexica, RefusesAFileThatBreaksARuleAndNamesThePlace) {
-    struct Case {
-        std::string content;
-        const char *message;
-    };
-    const Case cases[] = {
+    const std::pair<std::string, const char *> cases[] = {
         {"[1]\na = b\nabc\n", ":3]: there is no '='."},
         {"a = b\n", ":1]: the entry stands before the first group."},
         {"[1]\n = b\n", ":2]: the key is empty."},
@@ -82,13 +78,13 @@ TEST(Lexica, RefusesAFileThatBreaksARuleAndNamesThePlace) {
         {"[1]\na = \xFF\n", ":2]: the line is no UTF-8 text."},
     };
     const TempDir dir;
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.content);
-        const std::string path = dir.write("a.lxc", c.content);
+    for (const auto &[content, message] : cases) {
+        SCOPED_TRACE(content);
+        const std::string path = dir.write("a.lxc", content);
         const LogCapture log;
         LexicaDict dict;
         EXPECT_LT(lexica_open(&dict, path.c_str()), 0);
-        EXPECT_EQ(log.text(), "Error in [" + path + c.message + "\n");
+        EXPECT_EQ(log.text(), "Error in [" + path + message + "\n");
         EXPECT_EQ(look(&dict, 1, 0, "a"), "(none)");
     }
     const LogCapture log;

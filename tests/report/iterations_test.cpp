@@ -16,11 +16,7 @@ constexpr char RESULTS[] =
 const std::string ROW = "<row cstyle='%s'><value>${i}</value></row>\n";
 
 TEST(Iterations, RunTheirBodyOnceForEachCount) {
-    struct Case {
-        const char *args;
-        const char *counts;  // a character a row
-    };
-    const Case cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"var=i, from=1, to=3", "123"},
         {"var=i", "0"},
         {"var=i, from=2, to=1", ""},
@@ -31,15 +27,15 @@ TEST(Iterations, RunTheirBodyOnceForEachCount) {
         {"var=i, from=2147483646, to=2147483647", "21474836462147483647"},
         {"var=i, from=97, to=loop@word", "97"},  // the first bytes of the text "a"
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.args);
+    for (const auto &[args, expected] : cases) {
+        SCOPED_TRACE(args);
         MergeRun run(RESULTS);
         const MergeOutcome outcome =
-            run.report("<iterate " + std::string(c.args) + ">\n" + ROW + "</iterate>");
+            run.report("<iterate " + std::string(args) + ">\n" + ROW + "</iterate>");
         std::string counts;
         for (const char character : outcome.report)
             if (character != '\r' && character != '\n') counts += character;
-        EXPECT_EQ(counts, c.counts);
+        EXPECT_EQ(counts, expected);
         EXPECT_EQ(outcome.log, "");
     }
 }

@@ -81,10 +81,7 @@ std::string find(const Results *results, std::string spec) {
 }  // namespace
 
 TEST(ResultsLoader, TurnsEachRegisterTypeIntoItsKind) {
-    struct Case {
-        const char *line, *register_;
-    };
-    const Case cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"u8 r value=200 min=1 max=255", "u32 r 200 1 255"},
         {"i8 r value=-1 min=-128 max=127", "i32 r 255 128 127"},  // not extended
         {"u16 r value=60000 min=1 max=2", "u32 r 60000 1 2"},
@@ -113,11 +110,11 @@ TEST(ResultsLoader, TurnsEachRegisterTypeIntoItsKind) {
         {"bits r value=0x80000005 labels=LOS|AIS|RDI", "bits r 2147483653 LOS RDI -"},
         {"bits r value=0 labels=LOS", "bits r 0 null"},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.line);
-        const ResultsOwner results = load("okra 1\napp a\nreg " + std::string(c.line));
+    for (const auto &[line, shown] : cases) {
+        SCOPED_TRACE(line);
+        const ResultsOwner results = load("okra 1\napp a\nreg " + std::string(line));
         ASSERT_EQ(results->regCount, 1);
-        EXPECT_EQ(show(results->regs[0]), c.register_);
+        EXPECT_EQ(show(results->regs[0]), shown);
     }
 }
 
