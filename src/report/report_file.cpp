@@ -2,6 +2,8 @@
 #include "report/report_file.h"
 
 #include <cerrno>
+#include <cinttypes>
+#include <cstdint>
 #include <string_view>
 
 #include <dirent.h>
@@ -29,6 +31,35 @@ int isPartFile(const struct dirent *entry) {
                : 0;
 }
 
+// FNV-1a, which tells long names apart.
+std::uint64_t hashOf(std::string_view text) {
+    std::uint64_t hash = 0xCBF29CE484222325;
+    for (const char c : text) {
+        hash ^= static_cast<unsigned char>(c);
+        hash *= 0x100000001B3;
+    }
+    return hash;
+}
+
+// Builds ".NAME.part" in the report's folder. Where that is too long for a name, the end of NAME
+// gives way to 16 digits, before a character that would be split. False when the path is too long.
+bool namePartFile(char (&out)[PATH_MAX], const char *reportPath) {
+    constexpr std::size_t DIGITS = 16;
+    const auto folder = static_cast<int>(folderLength(reportPath));
+    const std::string_view name = reportPath + folder;
+    std::size_t kept = name.size();
+    char digits[DIGITS + 1] = "";
+    if (1 + name.size() + PART_SUFFIX.size() > NAME_MAX) {
+        kept = NAME_MAX - 1 - DIGITS - PART_SUFFIX.size();
+        while (kept > 0 && (static_cast<unsigned char>(name[kept]) & 0xC0) == 0x80) --kept;
+        std::snprintf(digits, sizeof digits, "%016" PRIx64, hashOf(name));
+    }
+    const int length =
+        std::snprintf(out, sizeof out, "%.*s.%.*s%s%s", folder, reportPath, static_cast<int>(kept),
+                      name.data(), digits, PART_SUFFIX.data());
+    return length >= 0 && static_cast<std::size_t>(length) < sizeof out;
+}
+
 // Makes the entry of a folder last over a power failure.
 void syncFolder(const char *path) {
     char folder[PATH_MAX];
@@ -41,10 +72,12 @@ void syncFolder(const char *path) {
 }  // namespace
 
 bool createReportFile(ReportFile *file, const char *reportPath) {
-    const auto folder = static_cast<int>(folderLength(reportPath));
-    const int length = std::snprintf(file->partPath, sizeof file->partPath, "%.*s.%s%s", folder,
-                                     reportPath, reportPath + folder, PART_SUFFIX.data());
-    if (length < 0 || static_cast<std::size_t>(length) >= sizeof file->partPath) {
+    // Still there: it could not be moved aside, and is not overwritten.
+    if (access(reportPath, F_OK) == 0) {
+        errno = EEXIST;
+        return false;
+    }
+    if (!namePartFile(file->partPath, reportPath)) {
         errno = ENAMETOOLONG;
         return false;
     }

@@ -10,11 +10,11 @@
 
 struct ReportFile {
     FileGuard stream;
-    char partPath[PATH_MAX];  // ".NAME.part" in the report's folder
+    char partPath[PATH_MAX];  // ".NAME.part" in the report's folder; a long NAME is shortened
 };
 
 // Creates the file to write to; what a killed process left under that name goes. False, with errno
-// set.
+// set: EEXIST when a file has the report's name, which the caller moves aside before.
 bool createReportFile(ReportFile *file, const char *reportPath);
 
 // Checks every write, brings the file to the disk and gives it its name. False, with errno set,

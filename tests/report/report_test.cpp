@@ -12,6 +12,7 @@
 
 #include "core/options.h"
 #include "output/dump_backend.h"
+#include "report/report_file.h"
 #include "report/user_vars.h"
 #include "storage/quota.h"
 #include "storage/strings.h"
@@ -142,6 +143,27 @@ TEST_F(Report, QuotaRefusesOrPurgesTheOldest) {
     EXPECT_EQ(deleteAllReports(), 0);
     EXPECT_EQ(listing(), ".pdf b.pdf.bak c.txt x.TXT ");
     EXPECT_EQ(getReportCount(), 0);
+}
+
+TEST_F(Report, LongNamesHaveFilesOfTheirOwnAndOverwriteNothing) {
+    std::string start;
+    for (int i = 0; i < 125; ++i) start += "\xC3\xA9";
+    const std::string names[] = {start + "1.txt", start + "2.txt"};  // of 255 bytes
+    const std::string paths[] = {dir.path("rpt/" + names[0]), dir.path("rpt/" + names[1])};
+    ReportFile files[2];
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_TRUE(createReportFile(&files[i], paths[i].c_str())) << std::strerror(errno);
+        std::fputc('1' + i, files[i].stream.get());
+    }
+    // No character is split: 232 bytes of the name, and 16 digits.
+    const std::string part = files[0].partPath;
+    EXPECT_EQ(part.substr(dir.path("rpt/").size()).size(), 1 + 232 + 16 + 5U) << part;
+    for (int i = 0; i < 2; ++i) EXPECT_TRUE(finishReportFile(&files[i], paths[i].c_str()));
+    EXPECT_EQ(listing(), names[0] + " " + names[1] + " ");
+
+    // A numbered name would be too long: the earlier report stays.
+    EXPECT_EQ(make(("rpt/" + names[0]).c_str()), REPORT_NOT_CREATED);
+    EXPECT_EQ(dir.read("rpt/" + names[0]), "1");
 }
 
 TEST_F(Report, TwoAtOnceDoNotMix) {
