@@ -3,6 +3,7 @@
 
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -41,13 +42,42 @@ std::string_view conversionFor(std::string_view type) {
 
 // ---- the list ----
 
-// Whether the text stands in a template's argument as it is and leads to the register: equal names
-// hide each other, and some characters mean something else there.
+// Results files hold what their maker wrote: nothing of it may drive the terminal. JSON escapes
+// control characters and marks what is no UTF-8; DEL and the 8-bit controls are left to us. Quotes
+// and backslashes stand as they are.
+std::string printable(const std::string &text) {
+    const std::string escaped = Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
+    std::string shown;
+    for (std::size_t i = 1; i + 1 < escaped.size(); ++i) {
+        if (escaped[i] == '\\' && (escaped[i + 1] == '\\' || escaped[i + 1] == '"')) ++i;
+        const bool control =
+            escaped[i] == '\xC2' && static_cast<unsigned char>(escaped[i + 1]) < 0xA0;
+        shown += control || escaped[i] == '\x7F' ? '?' : escaped[i];
+        if (control) ++i;
+    }
+    return shown;
+}
+
+// Whether an argument holds the text as it is: some characters mean something else there, those
+// that separate name and value are passed over before it, and others cannot be listed.
+bool standsInArgument(const std::string &text) {
+    return text.find_first_of(",<>'\"") == std::string::npos &&
+           text.find("${") == std::string::npos && text.find_first_of("= ") != 0 &&
+           printable(text) == text;
+}
+
+// Whether a link leads to the register: equal names hide each other.
 bool reaches(const std::string &link, const Results *results, const RegisterRecord *reg) {
-    if (link.find_first_of(",<>'\"") != std::string::npos || link.find("${") != std::string::npos)
-        return false;
+    if (!standsInArgument(link)) return false;
     std::string text = link;
     return getAppItemResult(text.data(), results, nullptr, nullptr) == reg;
+}
+
+// JSON has no number for these: they are the texts that a report shows.
+Json number(double value) {
+    if (std::isfinite(value)) return value;
+    if (std::isnan(value)) return "nan";
+    return value > 0 ? "inf" : "-inf";
 }
 
 // The double that reads like the float: 11.9 instead of 11.899999618530273.
@@ -134,14 +164,14 @@ Json linksOf(const Results *results, const Results *app, const RegisterRecord &r
             addRange(&links, "UINT64", reg.as.u64);
             break;
         case VORN_REG_FLOAT:
-            links.add("", "FLOAT", shortest(reg.as.f32.value));
+            links.add("", "FLOAT", number(shortest(reg.as.f32.value)));
             break;
         case VORN_REG_DOUBLE:
-            links.add("", "DOUBLE", reg.as.f64.value);
+            links.add("", "DOUBLE", number(reg.as.f64.value));
             break;
         case VORN_REG_COUNTER:
             links.add("", "UINT64", reg.as.counter.value);
-            links.add(":rate", "DOUBLE", reg.as.counter.rate);
+            links.add(":rate", "DOUBLE", number(reg.as.counter.rate));
             links.add(":secs", "UINT32", reg.as.counter.secs);
             break;
         case VORN_REG_UINT32_SECS:
@@ -157,12 +187,13 @@ Json linksOf(const Results *results, const Results *app, const RegisterRecord &r
     return links.take();
 }
 
-// A global variable names its application by the first letters: an earlier one may stand before it.
+// A global variable names its application by the first letters, up to an "@": an earlier one may
+// stand before it.
 bool globalReaches(const Results *results, const Results *app) {
     const std::string_view name = app->name;
     for (; results != app; results = results->next)
         if (std::string_view(results->name).substr(0, name.size()) == name) return false;
-    return name.find_first_of(",<>'\"") == std::string_view::npos;
+    return name.find('@') == std::string_view::npos && standsInArgument(std::string(name) + '@');
 }
 
 Json timesOf(const Results *results, const Results *app) {
@@ -206,20 +237,6 @@ Json itemList(const Results *results) {
 }
 
 // ---- for reading ----
-
-// Results files hold what their maker wrote: nothing of it may drive the terminal. JSON escapes
-// control characters and marks what is no UTF-8; DEL and the 8-bit controls are left to us.
-std::string printable(const std::string &text) {
-    const std::string escaped = Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
-    std::string shown;
-    for (std::size_t i = 1; i + 1 < escaped.size(); ++i) {
-        const bool control =
-            escaped[i] == '\xC2' && static_cast<unsigned char>(escaped[i + 1]) < 0xA0;
-        shown += control || escaped[i] == '\x7F' ? '?' : escaped[i];
-        if (control) ++i;
-    }
-    return shown;
-}
 
 std::string shownValue(const Json &value) {
     if (value.is_null()) return "----";

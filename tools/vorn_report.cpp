@@ -4,22 +4,28 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <set>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <unistd.h>
+#include <fcntl.h>
 
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "item_list.h"
 #include "output/dump_backend.h"
 #include "report/report.h"
+#include "report/template_context.h"
 #include "report/user_vars.h"
+#include "results/dict_resolver.h"
 #include "results/results.h"
 #include "storage/strings.h"
+#include "util/guards.h"
 
 namespace {
 
@@ -27,9 +33,9 @@ namespace fs = std::filesystem;
 
 enum ExitStatus : int { EXIT_MADE = 0, EXIT_FAILED = 1, EXIT_USAGE = 2 };
 
-// A message names its place as "path:line" in 47 characters. A template's folder of at most 16
-// leaves 25 to the names of included files, which stand beside it, and 5 to the line.
-constexpr std::size_t LONGEST_FOLDER = 16;
+// A message names its place as "path:line": the path whose lines of 5 digits still fit.
+constexpr std::size_t LONGEST_PLACE_PATH = TEMPLATE_PLACE_SIZE - sizeof ":12345";
+constexpr std::size_t MOST_INCLUDES_READ = 100;
 
 struct Arguments {
     std::string results, templateFile, output;
@@ -89,11 +95,13 @@ void declareArguments(CLI::App *app, Arguments *args) {
         ->check(isAssignment);
     app->add_flag("-v,--verbose", args->verbose,
                   "more messages on standard error: -v warnings\nand the outcome, -vv dictionary "
-                  "look-ups and\nsections too");
+                  "look-ups and\nsections too, as in\n'vorn-report -v lab.res lab.tpl lab.txt'");
     app->add_flag("--items", args->items,
                   "lists what RESULTS holds, with the argument that\nshows each value, as in\n"
                   "'vorn-report --items lab.res'");
-    app->add_flag("--json", args->json, "the list of --items as JSON")->needs("--items");
+    app->add_flag("--json", args->json,
+                  "the list of --items as JSON, as in\n'vorn-report --items --json lab.res'")
+        ->needs("--items");
     app->set_version_flag("--version", "vorn-report " VORN_VERSION, "prints the version");
     app->set_help_flag("-h,--help", "prints this text");
 }
@@ -116,42 +124,74 @@ void checkArguments(Arguments *args) {
 
 // ---- paths ----
 
-// Enters a long template folder, so that places in messages and the paths of included files, which
-// the engine cuts, stay whole.
+// The name that an include tag gives, as it stands; empty for another tag.
+std::string includedName(std::string_view tag) {
+    const std::size_t file = tag.find("file");
+    if (!tag.starts_with("<include ") || file == std::string::npos) return {};
+    const std::size_t start = tag.find_first_not_of(" ='\"", file + sizeof "file" - 1);
+    if (start == std::string::npos) return {};
+    return std::string(tag.substr(start, tag.find_first_of(",('\"", start) - start));
+}
+
+// Whether messages would lose the line of a place in a template or in what it includes. A template
+// that includes very much counts as one.
+bool losesPlaces(const std::string &path, std::set<std::string> *known) {
+    if (path.size() > LONGEST_PLACE_PATH || known->size() > MOST_INCLUDES_READ) return true;
+    std::error_code error;
+    if (!known->insert(path).second || !fs::is_regular_file(path, error)) return false;
+    const std::string folder = path.substr(0, path.rfind('/') + 1);
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        std::size_t end = 0;
+        for (std::size_t tag = line.find('<'); tag != std::string::npos;
+             tag = line.find('<', end)) {
+            end = line.find('>', tag);
+            if (end == std::string::npos) break;
+            const std::string name = includedName(std::string_view(line).substr(tag, end - tag));
+            if (!name.empty() && name.front() != '/' && losesPlaces(folder + name, known))
+                return true;
+        }
+    }
+    return false;
+}
+
+// Enters the template's folder where places in messages, or the paths of included files, would be
+// cut by the engine.
 void enterTemplateFolder(Arguments *args) {
     const fs::path path = args->templateFile;
     const fs::path folder = path.parent_path();
     std::error_code error;
-    if (folder.native().size() <= LONGEST_FOLDER || !fs::is_directory(folder, error)) return;
+    std::set<std::string> known;
+    if (!fs::is_directory(folder, error) || !losesPlaces(args->templateFile, &known)) return;
     for (std::string *other : {&args->results, &args->output, &args->dictDir})
         *other = fs::absolute(*other, error).string();
     fs::current_path(folder, error);
     args->templateFile = error ? fs::absolute(path).string() : path.filename().string();
 }
 
-// The engine builds the path of a dictionary file in OPTION_PATH_SIZE bytes. Takes the shorter of
-// the directory's own and its relative path; false, after a message, when a file's path is longer.
-bool setDictDir(const std::string &directory) {
-    std::error_code error;
-    const std::string relative = fs::relative(directory, error).string();
-    const bool useRelative = !error && !relative.empty() && relative.size() < directory.size();
-    const std::string &path = useRelative ? relative : directory;
+// Whether the engine, which builds the path of a dictionary file in OPTION_PATH_SIZE bytes, can
+// read every file that a dictionary in this folder may have.
+bool fitsDictPath(const std::string &folder) {
+    constexpr std::size_t LONGEST_FILE =
+        sizeof DictEntry::dictName - 1 + sizeof DictResolver::lang - 1 + sizeof "_.lxc" - 1;
+    return folder.size() + 1 + LONGEST_FILE < OPTION_PATH_SIZE;
+}
 
-    std::string longest;
-    for (const fs::directory_entry &entry : fs::directory_iterator(path, error)) {
-        const std::string name = entry.path().filename().string();
-        if (name.ends_with(".lxc") && name.size() > longest.size()) longest = name;
-    }
-    const std::size_t length = path.size() + 1 + longest.size();
-    if (length >= OPTION_PATH_SIZE) {
-        std::fprintf(stderr,
-                     "vorn-report: the dictionary directory is too far from the template: '%s/%s' "
-                     "has %zu characters, %zu are read\n",
-                     path.c_str(), longest.c_str(), length, OPTION_PATH_SIZE - 1);
-        return false;
+// Sets the folder of the dictionaries: its own path, or the path seen from here, or a short name of
+// the open folder, which lasts as long as what it returns.
+DescriptorGuard setDictDir(const std::string &folder) {
+    std::error_code error;
+    const std::string relative = fs::relative(folder, error).string();
+    std::string path = folder;
+    if (!fitsDictPath(path) && !relative.empty() && relative.size() < path.size()) path = relative;
+    int opened = -1;
+    if (!fitsDictPath(path)) {
+        opened = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+        // A folder that cannot be opened is told of when a dictionary is.
+        if (opened >= 0) path = "/proc/self/fd/" + std::to_string(opened);
     }
     copyPiece(opt_dictdir, path);
-    return true;
+    return DescriptorGuard(opened);
 }
 
 // ---- the two jobs ----
@@ -173,7 +213,7 @@ int makeReport(Arguments *args) {
     if (args->dictDir.empty()) args->dictDir = fs::path(args->templateFile).parent_path().string();
     if (args->dictDir.empty()) args->dictDir = ".";
     enterTemplateFolder(args);
-    if (!setDictDir(args->dictDir)) return EXIT_USAGE;
+    const DescriptorGuard dictFolder = setDictDir(args->dictDir);
     opt_lang_id.set(args->lang);
     copyPiece(opt_dflt_lang_id, args->defLang);
     if (!setVariables(*args)) {
