@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "report/item_values.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -57,24 +59,28 @@ constexpr ClauseMessage noFieldMessages[] = {
 };
 static_assert(std::size(noFieldMessages) == FIELD_COUNT);
 
-void ownText(ItemValue *value, char *text) {
+// Gives the value a copy of a text. A short one is filled up with NULs: an iteration bound reads a
+// whole word of it.
+void ownText(ItemValue *value, std::string_view text) {
+    auto *copy =
+        static_cast<char *>(std::calloc(1, std::max(text.size() + 1, sizeof(std::int32_t))));
+    if (copy != nullptr) text.copy(copy, text.size());
     value->type = VORN_TYPE_STRING;
-    value->data = text;
+    value->data = copy;
     value->flags = VORN_VALUE_OWNED;
 }
 
 // The label, or the entry's number when it has none.
-char *makeSelectionText(TemplateContext *ctx, const RegisterRecord *reg) {
-    if (reg->as.selection.label != nullptr)
-        return dictResolvGetCopy(&ctx->dict, reg->as.selection.label);
+void takeSelection(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     char number[4];
     std::snprintf(number, sizeof number, "%u", static_cast<unsigned>(reg->as.selection.selValue));
-    return strdup(number);
+    const char *label = reg->as.selection.label;
+    ownText(value, label != nullptr ? dictResolvGet(&ctx->dict, label) : number);
 }
 
 // The labels of the set bits, joined by ",": as many as fit. A bit without a label shows its
 // number.
-char *makeBitSetText(TemplateContext *ctx, const RegisterRecord *reg) {
+void takeBitSet(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     char text[LABEL_LIST_SIZE];
     char *cursor = text;
     std::size_t room = sizeof text;
@@ -84,7 +90,7 @@ char *makeBitSetText(TemplateContext *ctx, const RegisterRecord *reg) {
         char number[4];
         const char *label = reg->as.bitSet.labels[i];
         if (label == nullptr) {
-            std::snprintf(number, sizeof number, "%d", __builtin_ctz(bits));
+            std::snprintf(number, sizeof number, "%d", std::countr_zero(bits));
             label = number;
         } else {
             label = dictResolvGet(&ctx->dict, label);
@@ -94,7 +100,7 @@ char *makeBitSetText(TemplateContext *ctx, const RegisterRecord *reg) {
         if (i > 0) safe_strncat_size(&cursor, &room, ",", 1);
         safe_strncat_size(&cursor, &room, label, length);
     }
-    return strdup(text);
+    ownText(value, text);
 }
 
 int takeArrayElement(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t index,
@@ -111,23 +117,18 @@ int takeArrayElement(TemplateContext *ctx, const RegisterRecord *reg, std::int32
 }
 
 void takeWholeArray(const RegisterRecord *reg, ItemValue *value) {
-    const std::size_t length = reg->as.array.length;
-    auto *text = static_cast<char *>(std::malloc(length + 1));
-    if (text != nullptr) {
-        if (length > 0) std::memcpy(text, reg->as.array.data, length);
-        text[length] = '\0';
-    }
-    ownText(value, text);
-    value->size = static_cast<std::uint8_t>(length);
+    const auto length = std::min<std::size_t>(reg->as.array.length, resultsArrayBytes(reg));
+    ownText(value, {reinterpret_cast<const char *>(reg->as.array.data), length});
+    value->size = static_cast<std::uint8_t>(reg->as.array.length);
 }
 
 // Values of the kinds whose text has to be made.
-int makeText(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t index,
+int takeText(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t index,
              ItemValue *value) {
     if (reg->kind == VORN_REG_SELECTION)
-        ownText(value, makeSelectionText(ctx, reg));
+        takeSelection(ctx, reg, value);
     else if (reg->kind == VORN_REG_BITSET)
-        ownText(value, makeBitSetText(ctx, reg));
+        takeBitSet(ctx, reg, value);
     else if (index != -1)
         return takeArrayElement(ctx, reg, index, value);
     else
@@ -161,7 +162,7 @@ int fetchItemValue(TemplateContext *ctx, std::string_view link, ItemValue *value
         refuseClauseArg(ctx, noFieldMessages[field], item);
         return MERGE_NO_SUCH_FIELD;
     }
-    if (source.type == VORN_TYPE_STRING) return makeText(ctx, reg, index, value);
+    if (source.type == VORN_TYPE_STRING) return takeText(ctx, reg, index, value);
     value->type = source.type;
     // The value only points at the number; nothing writes through it.
     value->data = const_cast<char *>(reinterpret_cast<const char *>(reg)) + source.offset;

@@ -46,14 +46,11 @@ void setIterationVar(TemplateContext *ctx, const TemplateIteration *iteration) {
     if (params != nullptr) setTemplateParamInt(params, iteration->var, iteration->counter);
 }
 
-// The first four bytes of a value as a number; those of a shorter text are filled up with zeros.
+// The first four bytes of a value as a number. Every value has as many: numbers have, and a text
+// that fetchItemValue made.
 std::int32_t firstWord(const ItemValue *value) {
     std::int32_t word = 0;
-    const std::size_t length =
-        value->type == VORN_TYPE_STRING
-            ? std::min(std::strlen(static_cast<const char *>(value->data)), sizeof word)
-            : sizeof word;
-    std::memcpy(&word, value->data, length);
+    std::memcpy(&word, value->data, sizeof word);
     return word;
 }
 

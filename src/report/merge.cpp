@@ -99,6 +99,7 @@ int onRowEnd(Merge *merge, const TemplateTag *) {
     TemplateContext *ctx = &merge->ctx;
     const int result = reportOutput(ctx, dumpRow(&ctx->backend, &merge->row));
     releaseRowValues(&merge->row);
+    ctx->rowPlace = {};
     ctx->state = ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
     return result;
 }
@@ -152,6 +153,7 @@ constexpr Clause reportClauses[] = {
     {CLAUSE_ITERATE, onIterate},
     {CLAUSE_ITERATE_END, onIterateEnd},
     {CLAUSE_REPORT, warnNestedReport},
+    {CLAUSE_SECTION_END, onSectionEnd},  // refused: none is open
 };
 constexpr Clause sectionClauses[] = {
     {CLAUSE_ROW, onRow},
@@ -217,21 +219,24 @@ int interpretTemplate(Merge *merge) {
     return result;
 }
 
+constexpr std::size_t OPEN_ITEM_SIZE = TEMPLATE_PATH_SIZE + 48;  // "iterate (path:line), "
+using OpenList = char[(TEMPLATE_MAX_SECTIONS + TEMPLATE_MAX_ITERATIONS + 1) * OPEN_ITEM_SIZE];
+
 // Adds "name (place)" to a list of what is still open.
-void listOpen(char (&list)[1024], const char *what, const TemplatePlace *place) {
-    char item[TEMPLATE_PATH_SIZE + 48];
+void listOpen(OpenList &list, const char *what, const TemplatePlace *place) {
+    char item[OPEN_ITEM_SIZE];
     std::snprintf(item, sizeof item, "%s%s (%s:%d)", list[0] != '\0' ? ", " : "", what, place->path,
                   place->lineNo);
     safe_strncat(list, item, sizeof list);
 }
 
 void warnUnclosed(const TemplateContext *ctx) {
-    char list[1024] = "";
+    OpenList list = "";
     for (std::int32_t i = 0; i < ctx->sectionLevel; ++i)
         listOpen(list, "section", &ctx->sectionPlaces[i]);
     for (std::int32_t i = 0; i < ctx->iterDepth; ++i)
         listOpen(list, "iterate", &ctx->iterationPlaces[i]);
-    if (ctx->state == MERGE_ROW || ctx->state == MERGE_VALUE) listOpen(list, "row", &ctx->rowPlace);
+    if (ctx->rowPlace.path[0] != '\0') listOpen(list, "row", &ctx->rowPlace);
     if (list[0] != '\0') dmon_log(2, "Warning: template ends with open clauses: %s.\n", list);
 }
 

@@ -11,8 +11,8 @@
 // Merges a template into a report.
 //   results       the loaded results, read only; null: no applications
 //   templateFile  the template, open for reading; stays the caller's
-//   report        the report, open for writing and empty; stays the caller's, who flushes and
-//   closes it templatePath  names the template in messages; relative includes count from its folder
+//   report        the report, open for writing and empty; stays the caller's, who closes it
+//   templatePath  names the template in messages; relative includes count from its folder
 //   format        ReportFormat
 //   userVars      read by value clauses
 //   dictName      dictionary where a clause names none (15 characters are used)

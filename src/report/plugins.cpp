@@ -11,6 +11,7 @@
 #include "report/clause_args.h"
 #include "report/template_params.h"
 #include "report/template_reader.h"
+#include "storage/files.h"
 #include "storage/strings.h"
 
 namespace {
@@ -41,7 +42,7 @@ int setName(TemplateContext *ctx, std::string_view value, PluginSpec *spec) {
 }
 
 int setLib(TemplateContext *, std::string_view value, PluginSpec *spec) {
-    copyPiece(spec->lib, value);
+    copyPath(spec->lib, sizeof spec->lib, value.data());
     return MERGE_OK;
 }
 

@@ -212,7 +212,7 @@ int addUserVarValue(TemplateContext *ctx, ReportRow *row, KvStore *userVars,
                     const ValueClause *clause) {
     const char *name = expandTemplateString(ctx, clause->sourceText).data();
     if (name == nullptr) return MERGE_TEMPLATE_ERROR;
-    char text[TEMPLATE_TEXT_SIZE];
+    char text[TEMPLATE_TEXT_SIZE + 1];  // one that is too long shows as that when it is expanded
     if (!copyUserVar(userVars, name, text, sizeof text))
         dmon_log(2, "Warning in %s: user variable '%s' not defined.\n", getTemplateLine(ctx), name);
     return addTextValue(ctx, row, text, clause);

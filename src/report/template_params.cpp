@@ -11,13 +11,6 @@
 
 namespace {
 
-std::string_view trimBlanks(std::string_view text) {
-    const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
-    text.remove_prefix(start);
-    text.remove_suffix(text.size() - (text.find_last_not_of(' ') + 1));
-    return text;
-}
-
 // The node of a name, or null. Names in lists are trimmed and at most 15 characters long.
 TemplateParam *findParam(TemplateParam *first, std::string_view name) {
     if (name.size() >= TEMPLATE_NAME_SIZE) return nullptr;
@@ -81,7 +74,7 @@ std::string_view expandInto(TemplateContext *ctx, std::string_view text,
 }  // namespace
 
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value) {
-    name = trimBlanks(trimBlanks(name).substr(0, TEMPLATE_NAME_SIZE - 1));
+    name = withoutBlanks(withoutBlanks(name).substr(0, TEMPLATE_NAME_SIZE - 1));
     if (name.empty()) return 0;
     TemplateParam *param = findParam(*list, name);
     if (param == nullptr) {
@@ -91,7 +84,7 @@ int setTemplateParam(TemplateParam **list, std::string_view name, std::string_vi
         while (*list != nullptr) list = &(*list)->next;
         *list = param;
     }
-    copyPiece(param->value, trimBlanks(trimBlanks(value).substr(0, sizeof param->value - 1)));
+    copyPiece(param->value, withoutBlanks(withoutBlanks(value).substr(0, sizeof param->value - 1)));
     return 0;
 }
 

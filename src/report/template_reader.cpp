@@ -209,19 +209,19 @@ int readTemplateText(TemplateContext *ctx, char *out, std::size_t size) {
     return 0;
 }
 
-int pushTemplateFile(TemplateContext *ctx, IncludeSpec *spec, std::FILE *stream) {
+int pushTemplateFile(TemplateContext *ctx, IncludeSpec *wanted, std::FILE *stream) {
     if (ctx->fileDepth == TEMPLATE_MAX_FILES) {
         dmon_log(1, "Error in %s: too many nested files.\n", getTemplateLine(ctx));
         return MERGE_TEMPLATE_ERROR;
     }
     char path[TEMPLATE_PATH_SIZE];
-    resolvePath(ctx, spec->file, path);
+    resolvePath(ctx, wanted->file, path);
 
     FileGuard opened;
     if (stream == nullptr) {
         opened = openForReading(path);
         if (!opened) {
-            if ((spec->flags & INCLUDE_OPTIONAL) != 0) return MERGE_OK;
+            if ((wanted->flags & INCLUDE_OPTIONAL) != 0) return MERGE_OK;
             dmon_log(1, "Error in %s: file '%s' not found.\n", getTemplateLine(ctx), path);
             return MERGE_TEMPLATE_ERROR;
         }
@@ -232,8 +232,8 @@ int pushTemplateFile(TemplateContext *ctx, IncludeSpec *spec, std::FILE *stream)
     file->ownsStream = stream == nullptr ? 1 : 0;
     file->stream = stream == nullptr ? opened.release() : stream;
     file->lineNo = 0;
-    file->params = spec->params;
-    spec->params = nullptr;
+    file->params = wanted->params;
+    wanted->params = nullptr;
     file->atEnd = false;
     moveWindow(ctx, file, std::max<std::int64_t>(ftello(file->stream), 0));
     ++ctx->fileDepth;

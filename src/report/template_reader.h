@@ -39,11 +39,11 @@ int readTemplateText(TemplateContext *ctx, char *out, std::size_t size);
 
 // Opens a file for the entry above the current one; a relative name counts from the current file's
 // folder.
-//   spec    its parameters go to the entry when MERGE_OK is returned and the file is open
+//   wanted  its parameters go to the entry when MERGE_OK is returned and the file is open
 //   stream  the open template, which stays the caller's; null: the reader opens the file
 // MERGE_OK, also when an optional file is missing and nothing was pushed, or MERGE_TEMPLATE_ERROR
 // after a message.
-int pushTemplateFile(TemplateContext *ctx, IncludeSpec *spec, std::FILE *stream);
+int pushTemplateFile(TemplateContext *ctx, IncludeSpec *wanted, std::FILE *stream);
 
 // Leaves the current file and frees its parameters; does nothing when none is open. MERGE_OK.
 int popTemplateFile(TemplateContext *ctx);

@@ -13,12 +13,6 @@ constexpr std::string_view FILE_NAME_CHARACTERS =
 constexpr std::string_view BLANKS = " ";
 constexpr std::string_view SPACE_OF_ATOI = " \t\n\v\f\r";
 
-// The text between the first and the last character that is no blank.
-std::string_view withoutBlanks(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(BLANKS), text.size()));
-    return text.substr(0, text.find_last_not_of(BLANKS) + 1);
-}
-
 }  // namespace
 
 // Cutting is what these two are for, and the byte after strncpy ends the text: where a caller's
@@ -50,6 +44,11 @@ int safe_strncat_size(char **cursor, std::size_t *room, const char *source, std:
     **cursor = '\0';
     *room -= copied;
     return copied == length ? 0 : -1;
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(BLANKS), text.size()));
+    return text.substr(0, text.find_last_not_of(BLANKS) + 1);
 }
 
 std::string_view takeWord(std::string_view *rest, std::string_view separators) {

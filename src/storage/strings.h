@@ -29,6 +29,9 @@ void copyPiece(char (&to)[N], std::string_view piece) {
     to[length] = '\0';
 }
 
+// The text between its leading and trailing blanks (only 0x20).
+std::string_view withoutBlanks(std::string_view text);
+
 // Takes the next word off the front of `rest`; an empty one when none is left. Runs of separators
 // count as one.
 std::string_view takeWord(std::string_view *rest, std::string_view separators);

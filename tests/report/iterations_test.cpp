@@ -11,7 +11,8 @@ namespace {
 
 constexpr char RESULTS[] =
     "okra 1\napp loop\nreg u32 three value=3\nreg i32 minus value=-1\nreg a32 ports data=7,8,9\n"
-    "reg u32 dead value=9 invalid\nreg sel word value=0 labels=a\n";
+    "reg u32 dead value=9 invalid\nreg sel word value=0 labels=a\n"
+    "reg a8 bytes data=2,0,0,0,9\n";
 
 const std::string ROW = "<row cstyle='%s'><value>${i}</value></row>\n";
 
@@ -26,6 +27,7 @@ TEST(Iterations, RunTheirBodyOnceForEachCount) {
         {"var=i, to=loop@dead", "01"},  // holds nothing: 1
         {"var=i, from=2147483646, to=2147483647", "21474836462147483647"},
         {"var=i, from=97, to=loop@word", "97"},  // the first bytes of the text "a"
+        {"var=i, from=2, to=loop@bytes", "2"},   // its first four bytes
     };
     for (const auto &[args, expected] : cases) {
         SCOPED_TRACE(args);

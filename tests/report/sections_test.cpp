@@ -52,9 +52,9 @@ TEST(Sections, InsideDisabledOnesAreNotRead) {
         "<section enabled=no>\n<section enabled-by=no@such, dict=none, wrong=1>\n" + row("1") +
         "</section>\n" + row("2") + "<report><css style=color:red>\n</section>\n" +
         "<section top=1, bottom=2>\n<section top=0, bottom=0>\n</section>\n" + row("3") +
-        "</section>\n</section>\n");  // one too many closes nothing
+        "</section>\n</section>\n");  // one too many
     EXPECT_EQ(outcome.report, "\r\n3\r\n\r\n\r\n");
-    EXPECT_EQ(outcome.log, "");
+    EXPECT_EQ(outcome.log, "Error in main.tpl:14: not in a 'section' clause.\n");
 }
 
 TEST(Sections, NestEightDeepAndAreTraced) {
