@@ -18,6 +18,7 @@
 
 #include <sys/msg.h>
 
+#include "host/line_reader.h"
 #include "host/paths.h"
 #include "host/text_file.h"
 #include "host/whole_file.h"
@@ -189,13 +190,13 @@ OkraApp readState(const std::string &path) {
 // The last measurement control as it was sent, or "unset".
 std::string control() {
     std::string_view line = "unset";
-    const host::FileGuard file = host::openText(okraFile("control").c_str());
-    if (!file) {
+    const host::DescriptorGuard file = host::openText(okraFile("control").c_str());
+    if (file.get() < 0) {
         if (errno == ENOENT) return std::string(line);
         throw Failure(std::string("control: ") + std::strerror(errno));
     }
     host::LineReader lines(file.get());
-    const host::LineResult result = lines.next(&line);
+    const host::LineResult result = lines.nextText(&line);
     if (result != host::LINE_READ)
         throw Failure(result == host::LINE_END ? "control: empty"
                                                : std::string("control: ") + lineFailure(result));
@@ -208,7 +209,7 @@ std::string control() {
 host::DescriptorGuard lockManager() {
     host::DescriptorGuard lock;
     check(okraLock(&lock));
-    return host::DescriptorGuard(lock.release());
+    return lock;
 }
 
 void up(const char *const *) {

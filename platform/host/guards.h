@@ -3,6 +3,7 @@
 // service, not on it, so they have their own.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -23,12 +24,30 @@ struct HeapFreer {
 template <class T>
 using HeapGuard = std::unique_ptr<T, HeapFreer>;
 
+// A block from malloc that grows; empty at first.
+struct GrowingBlock {
+    HeapGuard<char> bytes;
+    std::size_t size = 0;
+
+    // Makes room for `need` bytes and keeps what is there; false without memory.
+    bool reserve(std::size_t need) {
+        if (need <= size) return true;
+        auto *grown = static_cast<char *>(std::realloc(bytes.get(), need));
+        if (grown == nullptr) return false;
+        static_cast<void>(bytes.release());
+        bytes.reset(grown);
+        size = need;
+        return true;
+    }
+};
+
 // A file descriptor that closes itself; -1 holds none.
 class DescriptorGuard {
 public:
     explicit DescriptorGuard(int descriptor = -1) : fd_(descriptor) {}
     DescriptorGuard(const DescriptorGuard &) = delete;
     DescriptorGuard &operator=(const DescriptorGuard &) = delete;
+    DescriptorGuard(DescriptorGuard &&other) noexcept : fd_(other.release()) {}
     ~DescriptorGuard() { reset(); }
 
     [[nodiscard]] int get() const { return fd_; }

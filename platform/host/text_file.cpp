@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "host/text_file.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <cstdint>
 #include <cstring>
 
 #include <fcntl.h>
@@ -40,74 +39,45 @@ std::size_t characterLength(std::string_view text) {
     return 0;
 }
 
+// Whether eight characters are neither a NUL nor above 0x7F, as nearly all of a file's are.
+bool arePlain(const char *characters) {
+    std::uint64_t eight = 0;
+    std::memcpy(&eight, characters, sizeof(eight));
+    return ((eight | (eight - 0x0101010101010101u)) & 0x8080808080808080u) == 0;
+}
+
+// The number of characters at the front that are known to be plain, found eight at a time.
+std::size_t plainLength(std::string_view text) {
+    std::size_t plain = 0;
+    for (; text.size() - plain >= 8; plain += 8)
+        if (!arePlain(text.data() + plain)) return plain;
+    // Fewer than eight are left: the last eight of the text hold them too.
+    return text.size() >= 8 && arePlain(text.data() + text.size() - 8) ? text.size() : plain;
+}
+
 }  // namespace
 
 bool host::isText(std::string_view bytes) {
-    while (!bytes.empty()) {
+    for (;;) {
+        bytes.remove_prefix(plainLength(bytes));
+        if (bytes.empty()) return true;
         const std::size_t length = characterLength(bytes);
         if (length == 0) return false;
         bytes.remove_prefix(length);
     }
-    return true;
 }
 
-host::FileGuard host::openText(const char *path) {
-    DescriptorGuard fd(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+host::DescriptorGuard host::openText(const char *path) {
+    DescriptorGuard file(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (file.get() < 0) return file;
     struct stat status {};
-    if (fd.get() < 0 || fstat(fd.get(), &status) != 0) return nullptr;
-    if (!S_ISREG(status.st_mode)) {
-        fd.reset();
-        errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
-        return nullptr;
-    }
-    FileGuard file(fdopen(fd.get(), "r"));
-    if (file) static_cast<void>(fd.release());
+    int error = 0;
+    if (fstat(file.get(), &status) != 0)
+        error = errno;
+    else if (!S_ISREG(status.st_mode))
+        error = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
+    if (error == 0) return file;
+    file.reset();
+    errno = error;
     return file;
-}
-
-bool host::LineReader::grow() {
-    const std::size_t wanted = std::min(std::max<std::size_t>(256, 2 * capacity_), MAX_LINE + 1);
-    void *block = std::realloc(buffer_.get(), wanted);
-    if (block == nullptr) return false;
-    static_cast<void>(buffer_.release());
-    buffer_.reset(static_cast<char *>(block));
-    capacity_ = wanted;
-    return true;
-}
-
-host::LineResult host::LineReader::next(std::string_view *line) {
-    std::size_t length = 0;
-    int c = getc_unlocked(file_);
-    if (c == EOF) return std::ferror(file_) != 0 ? LINE_FAILED : LINE_END;
-    ++number_;
-    for (; c != EOF && c != '\n'; c = getc_unlocked(file_)) {
-        if (length == MAX_LINE) return LINE_TOO_LONG;
-        if (length == capacity_ && !grow()) return LINE_NO_MEMORY;
-        buffer_.get()[length++] = static_cast<char>(c);
-    }
-    if (std::ferror(file_) != 0) return LINE_FAILED;
-
-    std::string_view text(buffer_.get(), length);
-    if (c == '\n' && text.ends_with('\r')) text.remove_suffix(1);
-    if (number_ == 1 && text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-    if (!isText(text)) return LINE_NOT_TEXT;
-    *line = text;
-    return LINE_READ;
-}
-
-const char *host::lineFailure(LineResult result) {
-    switch (result) {
-        case LINE_READ:
-        case LINE_END:
-            return "no failure";
-        case LINE_TOO_LONG:
-            return "the line is too long";
-        case LINE_NOT_TEXT:
-            return "the line is no UTF-8 text";
-        case LINE_NO_MEMORY:
-            return "out of memory";
-        case LINE_FAILED:
-            break;
-    }
-    return std::strerror(errno);
 }

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include <sys/msg.h>
+#include <unistd.h>
 
 #include "dmon/dmon.h"
 #include "host/paths.h"
@@ -36,12 +37,12 @@ int checkQueue(std::int32_t id) {
 // Reads the id of a living queue from a registry file. 0; ENOENT when there is no file, no id in it
 // or no such queue any more: then one may be made; another errno when the file cannot be read.
 int findQueue(const char *path, std::int32_t *id) {
-    const host::FileGuard file = host::openText(path);
-    if (!file) return errno;
+    const host::DescriptorGuard file = host::openText(path);
+    if (file.get() < 0) return errno;
     char text[32];
-    const std::size_t length = std::fread(text, 1, sizeof text, file.get());
-    if (std::ferror(file.get()) != 0) return EIO;
-    std::string_view word(text, length);
+    const ssize_t length = read(file.get(), text, sizeof text);
+    if (length < 0) return errno;
+    std::string_view word(text, static_cast<std::size_t>(length));
     if (word.ends_with('\n')) word.remove_suffix(1);
     std::uint64_t number = 0;
     constexpr std::uint64_t max = std::numeric_limits<std::int32_t>::max();

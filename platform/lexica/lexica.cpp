@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "dmon/dmon.h"
+#include "host/line_reader.h"
 #include "host/text_file.h"
 #include "host/words.h"
 #include "lexica/dictionary.h"
@@ -91,12 +92,12 @@ Reason parseLine(std::string_view line, Section *section, Dictionary *dictionary
 }
 
 // 0, or FAILED after a message.
-int loadDictionary(std::FILE *file, const char *path, Dictionary *dictionary) {
+int loadDictionary(int file, const char *path, Dictionary *dictionary) {
     host::LineReader reader(file);
     Section section{};
     for (;;) {
         std::string_view line;
-        const host::LineResult result = reader.next(&line);
+        const host::LineResult result = reader.nextText(&line);
         if (result == host::LINE_END) return 0;
         const Reason reason = result == host::LINE_READ ? parseLine(line, &section, dictionary)
                                                         : host::lineFailure(result);
@@ -110,8 +111,8 @@ int loadDictionary(std::FILE *file, const char *path, Dictionary *dictionary) {
 
 int lexica_open(LexicaDict *dict, const char *path) {
     auto *dictionary = new (dict->opaque) Dictionary{};
-    const host::FileGuard file = host::openText(path);
-    if (!file) {
+    const host::DescriptorGuard file = host::openText(path);
+    if (file.get() < 0) {
         dmon_log(1, "Error opening dictionary '%s': %s\n", path, std::strerror(errno));
         return FAILED;
     }

@@ -11,6 +11,7 @@
 #include <sys/msg.h>
 #include <sys/stat.h>
 
+#include "host/line_reader.h"
 #include "host/text_file.h"
 #include "host/whole_file.h"
 #include "host/words.h"
@@ -118,15 +119,15 @@ int okraWriteText(const char *path, const char *text) {
 
 int okraReadIds(const char *path, std::int32_t *ids, std::size_t max, std::size_t *count) {
     *count = 0;
-    const host::FileGuard file = host::openText(path);
-    if (!file) {
+    const host::DescriptorGuard file = host::openText(path);
+    if (file.get() < 0) {
         if (errno == ENOENT) return OKRA_OK;
         return failFile(OKRA_FILE_ERROR, path, std::strerror(errno));
     }
     host::LineReader lines(file.get());
     std::string_view line;
-    host::LineResult result = lines.next(&line);
-    for (; result == host::LINE_READ; result = lines.next(&line)) {
+    host::LineResult result = lines.nextText(&line);
+    for (; result == host::LINE_READ; result = lines.nextText(&line)) {
         std::uint64_t id = 0;
         if (*count == max) return failFile(OKRA_BAD_FILE, path, "too many lines");
         if (!host::parseUnsigned(line, INT32_MAX, &id))

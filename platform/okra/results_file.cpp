@@ -33,24 +33,29 @@ int shown(std::string_view piece) {
     va_start(arguments, format);
     std::vsnprintf(reason, sizeof(reason), format, arguments);
     va_end(arguments);
-    return okraFail(OKRA_BAD_FILE, "line %u: %s", static_cast<unsigned>(reader->lines.lineNumber),
+    return okraFail(OKRA_BAD_FILE, "line %u: %s", static_cast<unsigned>(reader->lines.number()),
                     reason);
 }
 
-int failRead(const ResultsReader *reader, LineResult result) {
-    const unsigned next = static_cast<unsigned>(reader->lines.lineNumber) + 1;
-    if (result == LINE_NO_MEMORY) return okraFail(OKRA_NO_MEMORY, "line %u: out of memory", next);
-    if (result == LINE_NOT_READ)
-        return okraFail(OKRA_FILE_ERROR, "line %u: %s", next, std::strerror(errno));
-    return okraFail(OKRA_BAD_FILE, "line %u: longer than %zu bytes", next, LINE_MAX_LENGTH);
+int failMemory(const ResultsReader *reader) {
+    return okraFail(OKRA_NO_MEMORY, "line %u: out of memory",
+                    static_cast<unsigned>(reader->lines.number()));
+}
+
+int failRead(const ResultsReader *reader, host::LineResult result) {
+    const unsigned number = reader->lines.number();
+    if (result == host::LINE_NO_MEMORY) return failMemory(reader);
+    if (result == host::LINE_FAILED)
+        return okraFail(OKRA_FILE_ERROR, "line %u: %s", number, std::strerror(errno));
+    return okraFail(OKRA_BAD_FILE, "line %u: longer than %zu bytes", number, host::MAX_LINE);
 }
 
 // The number of `reg` lines up to the next `app` line. Lines that break a rule do not matter here:
 // the load fails when it comes to them.
-std::int32_t countRegs(LineReader *ahead) {
+std::int32_t countRegs(host::LineReader *ahead) {
     std::int32_t count = 0;
     std::string_view line;
-    while (readLine(ahead, &line) == LINE_READ) {
+    while (ahead->next(&line) == host::LINE_READ) {
         const std::size_t start = std::min(line.find_first_not_of(" \t"), line.size());
         const std::string_view word = line.substr(start, 4);
         const bool ends =
@@ -114,8 +119,7 @@ int putElements(ResultsReader *reader, const ResultsField &field, std::string_vi
     if (count > ELEMENTS_MAX)
         return failLine(reader, "more than %zu elements in attribute 'data'", ELEMENTS_MAX);
     const std::size_t width = field.kind == FIELD_BYTES ? 1 : field.kind == FIELD_WORDS ? 2 : 4;
-    if (!reader->value.reserve(field.offset + count * width))
-        return failRead(reader, LINE_NO_MEMORY);
+    if (!reader->value.reserve(field.offset + count * width)) return failMemory(reader);
     char *record = reader->value.bytes.get();
     putField(record, REG_ARRAY_LENGTH, static_cast<std::uint16_t>(count));
     for (std::size_t i = 0; i < count; ++i) {
@@ -132,7 +136,7 @@ int putElements(ResultsReader *reader, const ResultsField &field, std::string_vi
 int putLabels(ResultsReader *reader, const ResultsText &text) {
     ResultsLabels *labels = &reader->labels;
     // A separator becomes two bytes, NUL and blank; the first blank and the last NUL come on top.
-    if (!labels->block.reserve(2 * text.raw.size() + 2)) return failRead(reader, LINE_NO_MEMORY);
+    if (!labels->block.reserve(2 * text.raw.size() + 2)) return failMemory(reader);
     char *out = labels->block.bytes.get();
     std::size_t length = 0;
     std::size_t at = 0;
@@ -253,7 +257,7 @@ int readReg(ResultsReader *reader, std::string_view rest) {
     const int named = takeName(reader, &rest, "a register", reader->name);
     if (named != OKRA_OK) return named;
 
-    if (!reader->value.reserve(REG_FIXED_SIZE)) return failRead(reader, LINE_NO_MEMORY);
+    if (!reader->value.reserve(REG_FIXED_SIZE)) return failMemory(reader);
     std::memset(reader->value.bytes.get(), 0, REG_FIXED_SIZE);
     reader->labels.count = 0;
     reader->id = static_cast<std::uint16_t>(reader->nextId++);
@@ -265,9 +269,8 @@ int readReg(ResultsReader *reader, std::string_view rest) {
 // Reads the first line, which says what the file is.
 int readFormatLine(ResultsReader *reader) {
     std::string_view line;
-    const LineResult result = readLine(&reader->lines, &line);
-    if (result != LINE_READ && result != LINE_END) return failRead(reader, result);
-    if (line.starts_with("\xEF\xBB\xBF")) line.remove_prefix(3);  // a byte order mark
+    const host::LineResult result = reader->lines.next(&line);
+    if (result != host::LINE_READ && result != host::LINE_END) return failRead(reader, result);
     ResultsText words[3] = {};
     const char *reason = "";
     std::size_t count = 0;
@@ -279,9 +282,10 @@ int readFormatLine(ResultsReader *reader) {
 }  // namespace
 
 int resultsOpen(ResultsReader *reader, const char *path) {
-    reader->file = host::openText(path);
-    if (!reader->file) return okraFail(OKRA_FILE_ERROR, "%s", std::strerror(errno));
-    reader->lines.fd = reader->ahead.fd = fileno(reader->file.get());
+    reader->file.reset(host::openText(path).release());
+    if (reader->file.get() < 0) return okraFail(OKRA_FILE_ERROR, "%s", std::strerror(errno));
+    reader->lines.begin(reader->file.get());
+    reader->ahead.begin(reader->file.get());
     const int result = readFormatLine(reader);
     // The second reader stays behind the first until it has counted to the first application.
     if (result == OKRA_OK) static_cast<void>(countRegs(&reader->ahead));
@@ -290,15 +294,15 @@ int resultsOpen(ResultsReader *reader, const char *path) {
 
 int resultsNext(ResultsReader *reader, ResultsLine *line) {
     for (;;) {
-        const LineResult result = readLine(&reader->lines, &reader->line);
-        if (result == LINE_END) {
+        const host::LineResult result = reader->lines.next(&reader->line);
+        if (result == host::LINE_END) {
             *line = RESULTS_END;
             return OKRA_OK;
         }
-        if (result != LINE_READ) return failRead(reader, result);
+        if (result != host::LINE_READ) return failRead(reader, result);
         std::string_view rest = reader->line;
         if (rest.starts_with('#')) continue;
-        if (!isLineText(rest)) return failLine(reader, "not UTF-8 text");
+        if (!host::isText(rest)) return failLine(reader, "not UTF-8 text");
 
         ResultsText word{};
         const char *reason = "";

@@ -2,9 +2,6 @@
 #include "okra/results_words.h"
 
 #include <array>
-#include <cstring>
-
-#include "host/text_file.h"
 
 namespace {
 
@@ -105,15 +102,6 @@ std::size_t copyText(const ResultsText &text, char *out) {
         out[length++] = text.raw[at];
     }
     return length;
-}
-
-bool isLineText(std::string_view line) {
-    std::size_t plain = 0;  // characters known to be neither a NUL nor above 0x7F
-    for (std::uint64_t eight = 0; line.size() - plain >= sizeof(eight); plain += sizeof(eight)) {
-        std::memcpy(&eight, line.data() + plain, sizeof(eight));
-        if (((eight | (eight - 0x0101010101010101u)) & 0x8080808080808080u) != 0) break;
-    }
-    return host::isText(line.substr(plain));
 }
 
 NumberResult parseMagnitude(std::string_view digits, std::uint64_t max, std::uint64_t *out) {

@@ -29,9 +29,6 @@ WordResult takeAttribute(std::string_view *rest, std::string_view *name, bool *h
 // Copies a text without its escapes; `out` holds raw.size() bytes. Returns the number of bytes.
 std::size_t copyText(const ResultsText &text, char *out);
 
-// host::isText, quick for what nearly every line is: plain characters.
-bool isLineText(std::string_view line);
-
 enum NumberResult { NUMBER_OK, NUMBER_BROKEN, NUMBER_OUT_OF_RANGE };
 
 // Reads decimal or 0x hexadecimal digits, up to `max`.

@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "host/line_reader.h"
 #include "host/text_file.h"
 #include "host/whole_file.h"
 #include "host/words.h"
@@ -58,29 +59,30 @@ TEST(HostLines, AreReadWithoutTheirEndsUntilOneIsNoText) {
         std::vector<std::string> lines;
         host::LineResult end;
     };
-    const std::string longLine(100000, 'x');
+    const std::string longest(host::MAX_LINE, 'x');
     const std::string BOM = "\xEF\xBB\xBF";
     const Case cases[] = {
         {"", {}, host::LINE_END},
         {BOM + "a\r\n\n" + BOM + "b\rc", {"a", "", BOM + "b\rc"}, host::LINE_END},
-        {longLine + "\nz\n", {longLine, "z"}, host::LINE_END},
+        {longest + "\r\n" + longest + "\r\nz\r", {longest, longest, "z"}, host::LINE_END},
         {"\u00E9\u20AC\U0001F600\n\xC3\n", {"\u00E9\u20AC\U0001F600"}, host::LINE_NOT_TEXT},
         {std::string("a\0b\n", 4), {}, host::LINE_NOT_TEXT},
         {"\xC0\xAF", {}, host::LINE_NOT_TEXT},      // a long form
         {"\xED\xA0\x80", {}, host::LINE_NOT_TEXT},  // a surrogate
         {"\xF4\x90\x80\x80", {}, host::LINE_NOT_TEXT},
-        {"\n" + std::string(host::MAX_LINE + 1, 'x'), {""}, host::LINE_TOO_LONG},
+        {"\n" + longest + "x", {""}, host::LINE_TOO_LONG},
+        {longest + "x\n", {}, host::LINE_TOO_LONG},
     };
     const TempDir dir;
     for (const Case &c : cases) {
         SCOPED_TRACE(c.content.substr(0, 20));
-        const host::FileGuard file = host::openText(dir.write("lines", c.content).c_str());
-        ASSERT_TRUE(file);
+        const host::DescriptorGuard file = host::openText(dir.write("lines", c.content).c_str());
+        ASSERT_GE(file.get(), 0);
         host::LineReader reader(file.get());
         std::vector<std::string> lines;
         std::string_view line;
         host::LineResult result = host::LINE_READ;
-        while ((result = reader.next(&line)) == host::LINE_READ) lines.emplace_back(line);
+        while ((result = reader.nextText(&line)) == host::LINE_READ) lines.emplace_back(line);
         EXPECT_EQ(result, c.end);
         EXPECT_EQ(lines, c.lines);
         EXPECT_EQ(reader.number(), lines.size() + (c.end == host::LINE_END ? 0 : 1));
