@@ -73,7 +73,7 @@ std::uint32_t number(const char *text, std::uint32_t max, bool hex, const char *
     std::uint64_t value = 0;
     const std::string_view digits = text;
     const bool isHex = digits.find_first_of("xX") != std::string_view::npos;
-    if ((isHex && !hex) || !host::parseUnsigned(digits, max, &value))
+    if ((isHex && !hex) || host::parseUnsigned(digits, max, &value) != host::NUMBER_OK)
         throw Failure(std::string("'") + text + "' is no " + what + ": 0 to " +
                       std::to_string(max));
     return static_cast<std::uint32_t>(value);

@@ -47,7 +47,8 @@ void answerStop(const DmonOps * /*ops*/, Reply *reply) {
 
 void answerDebug(const DmonOps *ops, std::string_view argument, Reply *reply) {
     std::uint64_t number = 0;
-    if (!host::parseUnsigned(argument, std::numeric_limits<std::int32_t>::max(), &number)) {
+    constexpr std::uint64_t max = std::numeric_limits<std::int32_t>::max();
+    if (host::parseUnsigned(argument, max, &number) != host::NUMBER_OK) {
         setReply(reply, "error: debug takes a level, 0 or more");
         return;
     }

@@ -46,7 +46,7 @@ int findQueue(const char *path, std::int32_t *id) {
     if (word.ends_with('\n')) word.remove_suffix(1);
     std::uint64_t number = 0;
     constexpr std::uint64_t max = std::numeric_limits<std::int32_t>::max();
-    if (!host::parseUnsigned(host::trimBlanks(word), max, &number)) return ENOENT;
+    if (host::parseUnsigned(host::trimBlanks(word), max, &number) != host::NUMBER_OK) return ENOENT;
     *id = static_cast<std::int32_t>(number);
     return checkQueue(*id);
 }

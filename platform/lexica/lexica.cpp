@@ -41,15 +41,18 @@ struct Section {
 // All parsers below return null, or the reason why the line breaks a rule.
 using Reason = const char *;
 
+bool parseNumber(std::string_view text, std::uint32_t *number) {
+    return host::parseCNumber(host::trimBlanks(text), number) == host::NUMBER_OK;
+}
+
 Reason parseGroupLine(std::string_view line, Section *section) {
     if (!line.ends_with(']')) return "nothing but a ']' may end a group's line";
     line = line.substr(1, line.size() - 2);
     const std::size_t colon = line.find(':');
     *section = {true, 0, 0};
-    if (!host::parseCNumber(host::trimBlanks(line.substr(0, colon)), &section->group))
+    if (!parseNumber(line.substr(0, colon), &section->group))
         return "the group is no number from 0 to 4294967295";
-    if (colon != std::string_view::npos &&
-        !host::parseCNumber(host::trimBlanks(line.substr(colon + 1)), &section->subgroup))
+    if (colon != std::string_view::npos && !parseNumber(line.substr(colon + 1), &section->subgroup))
         return "the subgroup is no number from 0 to 4294967295";
     return nullptr;
 }

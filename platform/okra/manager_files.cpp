@@ -130,7 +130,7 @@ int okraReadIds(const char *path, std::int32_t *ids, std::size_t max, std::size_
     for (; result == host::LINE_READ; result = lines.nextText(&line)) {
         std::uint64_t id = 0;
         if (*count == max) return failFile(OKRA_BAD_FILE, path, "too many lines");
-        if (!host::parseUnsigned(line, INT32_MAX, &id))
+        if (host::parseUnsigned(line, INT32_MAX, &id) != host::NUMBER_OK)
             return failFile(OKRA_BAD_FILE, path, "not the id of a queue");
         ids[(*count)++] = static_cast<std::int32_t>(id);
     }

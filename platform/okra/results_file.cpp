@@ -56,7 +56,7 @@ std::int32_t countRegs(host::LineReader *ahead) {
     std::int32_t count = 0;
     std::string_view line;
     while (ahead->next(&line) == host::LINE_READ) {
-        const std::size_t start = std::min(line.find_first_not_of(" \t"), line.size());
+        const std::size_t start = std::min(line.find_first_not_of(host::BLANKS), line.size());
         const std::string_view word = line.substr(start, 4);
         const bool ends =
             word.size() == 3 || (word.size() == 4 && (word[3] == ' ' || word[3] == '\t'));
@@ -68,14 +68,15 @@ std::int32_t countRegs(host::LineReader *ahead) {
 }
 
 template <class T>
-NumberResult putNumber(std::string_view text, char *record, std::size_t offset) {
+host::NumberResult putNumber(std::string_view text, char *record, std::size_t offset) {
     T value{};
-    const NumberResult result = parseNumber(text, &value);
-    if (result == NUMBER_OK) putField(record, offset, value);
+    const host::NumberResult result = parseNumber(text, &value);
+    if (result == host::NUMBER_OK) putField(record, offset, value);
     return result;
 }
 
-NumberResult putScalar(FieldKind kind, std::string_view text, char *record, std::size_t offset) {
+host::NumberResult putScalar(FieldKind kind, std::string_view text, char *record,
+                             std::size_t offset) {
     switch (kind) {
         case FIELD_U8:
         case FIELD_BYTES:
@@ -101,14 +102,14 @@ NumberResult putScalar(FieldKind kind, std::string_view text, char *record, std:
         case FIELD_LABELS:
             break;
     }
-    return NUMBER_BROKEN;
+    return host::NUMBER_BROKEN;
 }
 
-int failNumber(const ResultsReader *reader, NumberResult result, std::string_view attribute,
+int failNumber(const ResultsReader *reader, host::NumberResult result, std::string_view attribute,
                std::string_view text) {
     return failLine(reader, "'%.*s' of attribute '%.*s' is %s", shown(text), text.data(),
                     shown(attribute), attribute.data(),
-                    result == NUMBER_BROKEN ? "no number" : "out of range");
+                    result == host::NUMBER_BROKEN ? "no number" : "out of range");
 }
 
 // Stores the elements of an array and their number.
@@ -124,9 +125,9 @@ int putElements(ResultsReader *reader, const ResultsField &field, std::string_vi
     putField(record, REG_ARRAY_LENGTH, static_cast<std::uint16_t>(count));
     for (std::size_t i = 0; i < count; ++i) {
         const std::string_view element = text.substr(0, std::min(text.find(','), text.size()));
-        const NumberResult result =
+        const host::NumberResult result =
             putScalar(field.kind, element, record, field.offset + i * width);
-        if (result != NUMBER_OK) return failNumber(reader, result, field.name, element);
+        if (result != host::NUMBER_OK) return failNumber(reader, result, field.name, element);
         text.remove_prefix(std::min(element.size() + 1, text.size()));
     }
     return OKRA_OK;
@@ -160,10 +161,10 @@ int putAttribute(ResultsReader *reader, const ResultsField &field, const Results
     if (field.kind == FIELD_LABELS) return putLabels(reader, text);
     if (field.kind == FIELD_BYTES || field.kind == FIELD_WORDS || field.kind == FIELD_LONGS)
         return putElements(reader, field, text.raw);
-    const NumberResult result =
+    const host::NumberResult result =
         putScalar(field.kind, text.raw, static_cast<char *>(record), field.offset);
-    return result == NUMBER_OK ? static_cast<int>(OKRA_OK)
-                               : failNumber(reader, result, field.name, text.raw);
+    return result == host::NUMBER_OK ? static_cast<int>(OKRA_OK)
+                                     : failNumber(reader, result, field.name, text.raw);
 }
 
 // Marks an attribute as seen; false when it was before.

@@ -103,12 +103,3 @@ std::size_t copyText(const ResultsText &text, char *out) {
     }
     return length;
 }
-
-NumberResult parseMagnitude(std::string_view digits, std::uint64_t max, std::uint64_t *out) {
-    const bool hex = digits.starts_with("0x") || digits.starts_with("0X");
-    if (hex) digits.remove_prefix(2);
-    const char *end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, *out, hex ? 16 : 10);
-    if (stop != end || error == std::errc::invalid_argument) return NUMBER_BROKEN;
-    return error != std::errc() || *out > max ? NUMBER_OUT_OF_RANGE : NUMBER_OK;
-}

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <type_traits>
 
+#include "host/words.h"
+
 // A word, or the value of an attribute, as it stands in the line.
 struct ResultsText {
     std::string_view raw;  // without the quotes
@@ -29,14 +31,9 @@ WordResult takeAttribute(std::string_view *rest, std::string_view *name, bool *h
 // Copies a text without its escapes; `out` holds raw.size() bytes. Returns the number of bytes.
 std::size_t copyText(const ResultsText &text, char *out);
 
-enum NumberResult { NUMBER_OK, NUMBER_BROKEN, NUMBER_OUT_OF_RANGE };
-
-// Reads decimal or 0x hexadecimal digits, up to `max`.
-NumberResult parseMagnitude(std::string_view digits, std::uint64_t max, std::uint64_t *out);
-
 // Reads a number; a minus sign only where the type is signed.
 template <class T>
-NumberResult parseNumber(std::string_view text, T *out) {
+host::NumberResult parseNumber(std::string_view text, T *out) {
     if constexpr (std::is_floating_point_v<T>) {
         const bool negative = text.starts_with('-');
         std::string_view digits = text.substr(negative ? 1 : 0);
@@ -45,23 +42,27 @@ NumberResult parseNumber(std::string_view text, T *out) {
         // A sign behind the prefix, and the words for infinity and no number, are no numbers here.
         const bool begun = !digits.empty() && digits[0] != '-' && digits[0] != 'i' &&
                            digits[0] != 'I' && digits[0] != 'n' && digits[0] != 'N';
-        if (!begun) return NUMBER_BROKEN;
+        if (!begun) return host::NUMBER_BROKEN;
         T value{};
         const char *end = digits.data() + digits.size();
         const auto [stop, error] = std::from_chars(
             digits.data(), end, value, hex ? std::chars_format::hex : std::chars_format::general);
-        if (stop != end || error == std::errc::invalid_argument) return NUMBER_BROKEN;
-        if (error != std::errc()) return NUMBER_OUT_OF_RANGE;
+        if (stop != end || error == std::errc::invalid_argument) return host::NUMBER_BROKEN;
+        if (error != std::errc()) return host::NUMBER_OUT_OF_RANGE;
         *out = negative ? -value : value;
-        return NUMBER_OK;
+        return host::NUMBER_OK;
+    } else if constexpr (std::is_signed_v<T>) {
+        using Limits = std::numeric_limits<T>;
+        std::int64_t value = 0;
+        const host::NumberResult result =
+            host::parseSigned(text, Limits::min(), Limits::max(), &value);
+        if (result == host::NUMBER_OK) *out = static_cast<T>(value);
+        return result;
     } else {
-        const bool negative = std::is_signed_v<T> && text.starts_with('-');
-        if (negative) text.remove_prefix(1);
-        const std::uint64_t max =
-            static_cast<std::uint64_t>(std::numeric_limits<T>::max()) + (negative ? 1 : 0);
-        std::uint64_t magnitude = 0;
-        const NumberResult result = parseMagnitude(text, max, &magnitude);
-        if (result == NUMBER_OK) *out = static_cast<T>(negative ? 0 - magnitude : magnitude);
+        std::uint64_t value = 0;
+        const host::NumberResult result =
+            host::parseUnsigned(text, std::numeric_limits<T>::max(), &value);
+        if (result == host::NUMBER_OK) *out = static_cast<T>(value);
         return result;
     }
 }

@@ -43,13 +43,15 @@ TEST(HostNumbers, FillTheWholeTextAndStayInRange) {
         SCOPED_TRACE(c.text);
         std::int64_t number = none;
         std::uint32_t cNumber = 77;
-        EXPECT_EQ(host::parseSigned(c.text, -128, 255, &number), c.isSigned != none);
+        EXPECT_EQ(host::parseSigned(c.text, -128, 255, &number) == host::NUMBER_OK,
+                  c.isSigned != none);
         EXPECT_EQ(number, c.isSigned);
-        EXPECT_EQ(host::parseCNumber(c.text, &cNumber), c.isC != none);
+        EXPECT_EQ(host::parseCNumber(c.text, &cNumber) == host::NUMBER_OK, c.isC != none);
         EXPECT_EQ(cNumber, c.isC == none ? 77 : c.isC);
     }
     std::int64_t least = 0;
-    EXPECT_TRUE(host::parseSigned("-9223372036854775808", INT64_MIN, INT64_MAX, &least));
+    EXPECT_EQ(host::parseSigned("-9223372036854775808", INT64_MIN, INT64_MAX, &least),
+              host::NUMBER_OK);
     EXPECT_EQ(least, INT64_MIN);
 }
 
