@@ -53,9 +53,9 @@ void findItem(benchmark::State &state) {
     Results *results = file.load();
     std::int32_t at = 0;
     for (auto _ : state) {
-        char spec[64] = "ifstats@";
-        std::strcpy(spec + 8, results->regs[at].name);
-        benchmark::DoNotOptimize(getAppItemResult(spec, results, nullptr, nullptr));
+        char item[64] = "ifstats@";
+        std::strcpy(item + 8, results->regs[at].name);
+        benchmark::DoNotOptimize(getAppItemResult(item, results, nullptr, nullptr));
         if (++at == results->regCount) at = 0;
     }
     freeResults(results);

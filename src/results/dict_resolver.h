@@ -30,7 +30,7 @@ struct DictStackEntry {
 };
 
 struct DictResolver {
-    char name[16];     // dictionary used when a specification names none
+    char name[16];     // dictionary used when an entry names none
     char lang[4];      // report language
     char dfltLang[4];  // default language; empty when none or equal to lang
     std::int32_t numDicts;
