@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The library's binary records: what stands at which byte. Numbers are little-endian, as on the
-// instrument, and stand at these positions whatever the host aligns them to.
+// The library's binary records: what stands at which byte, for the library and for those whom it
+// calls back. Numbers are little-endian, as on the instrument, and stand at these positions
+// whatever the host aligns them to.
 #pragma once
 
 #include <bit>
@@ -19,13 +20,14 @@ constexpr std::size_t APP_RESTART = 40;
 constexpr std::size_t APP_STATUS = 44;
 constexpr std::size_t APP_POWERFAIL = 48;
 constexpr std::size_t APP_REG_COUNT = 52;
-constexpr std::size_t APP_REG_NAMES = 56;  // the register-name table; here the reader's address
+constexpr std::size_t APP_REG_NAMES = 56;  // the host has its reader's address there
 constexpr std::size_t APP_RECORD_SIZE = APP_REG_NAMES + 8;
 
-// Register value record. Its value fields stand where the register's type says (register_types.h).
+// Register value record. Behind the first value come others, where the register's type says.
 constexpr std::size_t REG_FLAGS = 0;
 constexpr std::uint16_t REG_FLAG_NO_VALUE = 2;
-constexpr std::size_t REG_ARRAY_LENGTH = 8;
+constexpr std::size_t REG_VALUE = 8;
+constexpr std::size_t REG_ARRAY_LENGTH = REG_VALUE;
 constexpr std::size_t REG_FIXED_SIZE = 72;  // all fields but the elements of an array
 
 template <class T>

@@ -8,6 +8,7 @@
 
 #include "dmon/dmon.h"
 #include "okra/okra.h"
+#include "okra/records.h"
 #include "results/loaded_app.h"
 #include "results/results.h"
 #include "storage/strings.h"
@@ -15,31 +16,8 @@
 
 namespace {
 
-// Byte positions in the library's application record.
-constexpr std::size_t APP_NAME = 12;
-constexpr std::size_t APP_START = 32;
-constexpr std::size_t APP_STOP = 36;
-constexpr std::size_t APP_RESTART = 40;
-constexpr std::size_t APP_STATUS = 44;
-constexpr std::size_t APP_POWERFAIL = 48;
-constexpr std::size_t APP_REG_COUNT = 52;
-constexpr std::size_t APP_REG_NAMES = 56;
-
-// In its register value record.
-constexpr std::size_t REG_FLAGS = 0;
-constexpr std::size_t REG_VALUE = 8;
-constexpr unsigned REG_FLAG_NO_VALUE = 2;
-
 constexpr std::int32_t FIRST_CAPACITY = 4;  // registers; doubled as they come
 constexpr std::uint32_t BITS = 32;          // of a bit set
-
-// A number in a library record, which need not be aligned.
-template <class T>
-T getField(const void *record, std::size_t offset) {
-    T value;
-    std::memcpy(&value, static_cast<const char *>(record) + offset, sizeof(value));
-    return value;
-}
 
 // What the register callback was given.
 struct LibraryRegister {
