@@ -8,12 +8,6 @@
 #include "storage/files.h"
 #include "storage/strings.h"
 
-namespace {
-
-constexpr char VERSION[] = "1.5.1";  // the project's, in CMakeLists.txt
-
-}  // namespace
-
 int parseArgs(int argc, char **argv) {
     for (int i = 1; i < argc && argv[i][0] == '-'; ++i) {
         const std::string_view option = argv[i];
@@ -47,6 +41,6 @@ int parseArgs(int argc, char **argv) {
 }
 
 void printUsage() {
-    std::printf("\nvorn %s: Tarix Configurations and Reports Manager.\n\n", VERSION);
+    std::printf("\nvorn " VORN_VERSION ": Tarix Configurations and Reports Manager.\n\n");
     std::printf("    -c <file>  : Use this config file (default: %s)\n", opt_cfgfile);
 }
