@@ -21,7 +21,7 @@ constexpr std::size_t CALL_VALUE_SIZE = sizeof(TemplateParam::value);
 constexpr char ABI_SYMBOL[] = "vorn_plugin_abi";
 
 // A plugin clause as it was read.
-struct PluginSpec {
+struct PluginClause {
     TemplatePlugin plugin;
     char lib[TEMPLATE_PATH_SIZE];
     char initCall[TEMPLATE_TEXT_SIZE];
@@ -33,45 +33,45 @@ TemplatePlugin *findPlugin(TemplateContext *ctx, std::string_view name) {
     return nullptr;
 }
 
-int setName(TemplateContext *ctx, std::string_view value, PluginSpec *spec) {
-    copyPiece(spec->plugin.name, value);
-    if (findPlugin(ctx, spec->plugin.name) == nullptr) return MERGE_OK;
+int setName(TemplateContext *ctx, std::string_view value, PluginClause *clause) {
+    copyPiece(clause->plugin.name, value);
+    if (findPlugin(ctx, clause->plugin.name) == nullptr) return MERGE_OK;
     dmon_log(1, "Error in %s: plugin '%s' already declared.\n", getTemplateLine(ctx),
-             spec->plugin.name);
+             clause->plugin.name);
     return MERGE_TEMPLATE_ERROR;
 }
 
-int setLib(TemplateContext *, std::string_view value, PluginSpec *spec) {
-    copyPath(spec->lib, sizeof spec->lib, value.data());
+int setLib(TemplateContext *, std::string_view value, PluginClause *clause) {
+    copyPath(clause->lib, sizeof clause->lib, value.data());
     return MERGE_OK;
 }
 
-int setInit(TemplateContext *, std::string_view value, PluginSpec *spec) {
-    copyPiece(spec->initCall, value);
+int setInit(TemplateContext *, std::string_view value, PluginClause *clause) {
+    copyPiece(clause->initCall, value);
     return MERGE_OK;
 }
 
-int setEnd(TemplateContext *, std::string_view value, PluginSpec *spec) {
-    copyPiece(spec->plugin.endCall, value);
+int setEnd(TemplateContext *, std::string_view value, PluginClause *clause) {
+    copyPiece(clause->plugin.endCall, value);
     return MERGE_OK;
 }
 
-constexpr ClauseArg<PluginSpec> pluginArgs[] = {
+constexpr ClauseArg<PluginClause> pluginArgs[] = {
     {"name", "Error in %s: missing plugin 'name' in template.\n", setName},
     {"lib", "Error in %s: missing plugin 'lib' in template.\n", setLib},
     {"init", "Error in %s: missing plugin 'init' in template.\n", setInit},
     {"end", "Error in %s: missing plugin 'end' in template.\n", setEnd},
 };
 
-int readPluginClause(TemplateContext *ctx, std::string_view args, PluginSpec *spec) {
+int readPluginClause(TemplateContext *ctx, std::string_view args, PluginClause *clause) {
     const int result = parseClauseArgs(
-        ctx, args, pluginArgs, "Error in %s: unknown argument '%s' in 'plugin' clause.\n", spec);
+        ctx, args, pluginArgs, "Error in %s: unknown argument '%s' in 'plugin' clause.\n", clause);
     if (result != MERGE_OK) return result;
-    if (spec->plugin.name[0] == '\0') {
+    if (clause->plugin.name[0] == '\0') {
         dmon_log(1, "Error in %s: No name assigned to this plugin.\n", getTemplateLine(ctx));
         return MERGE_TEMPLATE_ERROR;
     }
-    if (spec->lib[0] == '\0') {
+    if (clause->lib[0] == '\0') {
         dmon_log(1, "Error in %s: no library specified for plugin.\n", getTemplateLine(ctx));
         return MERGE_TEMPLATE_ERROR;
     }
@@ -79,25 +79,25 @@ int readPluginClause(TemplateContext *ctx, std::string_view args, PluginSpec *sp
 }
 
 // A library may say which interface it was built for; one that says another is not called.
-bool speaksOurAbi(TemplateContext *ctx, const PluginSpec *spec) {
-    const auto *abi = static_cast<const int *>(dlsym(spec->plugin.handle, ABI_SYMBOL));
+bool speaksOurAbi(TemplateContext *ctx, const PluginClause *clause) {
+    const auto *abi = static_cast<const int *>(dlsym(clause->plugin.handle, ABI_SYMBOL));
     if (abi == nullptr || *abi == VORN_PLUGIN_ABI) return true;
     dmon_log(1, "Error in %s: library '%s' is built for plug-in interface %d, not %d.\n",
-             getTemplateLine(ctx), spec->lib, *abi, VORN_PLUGIN_ABI);
+             getTemplateLine(ctx), clause->lib, *abi, VORN_PLUGIN_ABI);
     return false;
 }
 
-int loadLibrary(TemplateContext *ctx, PluginSpec *spec) {
-    spec->plugin.handle = dlopen(spec->lib, RTLD_NOW);
-    if (spec->plugin.handle == nullptr) {
+int loadLibrary(TemplateContext *ctx, PluginClause *clause) {
+    clause->plugin.handle = dlopen(clause->lib, RTLD_NOW);
+    if (clause->plugin.handle == nullptr) {
         const char *reason = dlerror();
         dmon_log(1, "Error in %s: could not find library file '%s'.\n", getTemplateLine(ctx),
-                 spec->lib);
+                 clause->lib);
         dmon_log(1, "%s.\n", reason != nullptr ? reason : "unknown error");
         return MERGE_TEMPLATE_ERROR;
     }
-    if (speaksOurAbi(ctx, spec)) return MERGE_OK;
-    dlclose(spec->plugin.handle);
+    if (speaksOurAbi(ctx, clause)) return MERGE_OK;
+    dlclose(clause->plugin.handle);
     return MERGE_TEMPLATE_ERROR;
 }
 
@@ -133,17 +133,17 @@ int declarePlugin(TemplateContext *ctx, std::string_view args) {
         dmon_log(1, "Error in %s: too many plugins.\n", getTemplateLine(ctx));
         return MERGE_TEMPLATE_ERROR;
     }
-    PluginSpec spec{};
-    int result = readPluginClause(ctx, args, &spec);
-    if (result == MERGE_OK) result = loadLibrary(ctx, &spec);
+    PluginClause clause{};
+    int result = readPluginClause(ctx, args, &clause);
+    if (result == MERGE_OK) result = loadLibrary(ctx, &clause);
     if (result != MERGE_OK) return result;
 
-    ctx->plugins[ctx->pluginCount++] = spec.plugin;
-    result = callPluginFunction(ctx, spec.plugin.name, spec.initCall, PLUGIN_INIT, nullptr);
+    ctx->plugins[ctx->pluginCount++] = clause.plugin;
+    result = callPluginFunction(ctx, clause.plugin.name, clause.initCall, PLUGIN_INIT, nullptr);
     if (result != MERGE_OK) {
         dmon_log(1, "Error in %s: plugin returned error.\n", getTemplateLine(ctx));
         --ctx->pluginCount;
-        dlclose(spec.plugin.handle);
+        dlclose(clause.plugin.handle);
     }
     return result;
 }
