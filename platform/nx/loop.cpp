@@ -11,6 +11,7 @@
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/epoll.h>
 #include <unistd.h>
 
@@ -131,10 +132,29 @@ void onAcceptFailure(NxLoop *loop) {
     }
 }
 
+// True when a client has left whose last bytes are still to be read. Its event may not have come
+// yet, so it is marked for the next turn, which reads them and frees its place unless it is owed
+// replies. Nothing can be sent behind an end, so there is an end to waiting for it.
+bool isSomeoneLeaving(NxLoop *loop) {
+    bool leaving = false;
+    for (std::int32_t i = 0; i < loop->places; ++i) {
+        NxClient *client = &loop->clients[i];
+        if (client->inputEnded) continue;
+        pollfd look = {client->fd, POLLRDHUP, 0};
+        if (poll(&look, 1, 0) <= 0) continue;
+        client->hungUp = true;
+        client->readable = true;
+        leaving = true;
+    }
+    return leaving;
+}
+
 void acceptNewcomers(NxLoop *loop) {
     if (loop->outOfDescriptors && loop->clock() < loop->acceptAgainAt) return;
     loop->outOfDescriptors = false;
     for (int i = 0; i < NEWCOMERS_A_TURN; ++i) {
+        // Nobody is refused for the sake of a client that is gone: newcomers wait a turn.
+        if (findFreePlace(loop) == nullptr && isSomeoneLeaving(loop)) return;
         const int fd = accept4(loop->listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (fd >= 0) {
             loop->acceptAgainAt = 0;

@@ -245,6 +245,32 @@ TEST(NxServer, GivesThePlaceOfTheLongestSilentClientToANewOneOrRefusesIt) {
     EXPECT_EQ(second.read(16), message(ECHO, 8));
 }
 
+TEST(NxServer, RefusesNobodyForTheSakeOfClientsThatLeft) {
+    Server server(3);
+    Peer other(&server);
+    ASSERT_TRUE(other.works());
+    const auto comeAndGo = [&server] {
+        for (int i = 0; i < 20; ++i) Peer(&server).write(message(ECHO, i).substr(i % 2 * 16));
+    };
+    comeAndGo();
+    Peer live(&server);
+    EXPECT_TRUE(live.works());
+
+    // They leave, with requests unread, while the server is busy for long.
+    auto leaving = std::make_unique<Peer>(&server);
+    ASSERT_TRUE(leaving->works());
+    duringRequest = [&] {
+        leaving->write(message(ECHO, 50));
+        leaving.reset();
+        comeAndGo();
+    };
+    other.write(message(ECHO, 1));
+    Peer last(&server);
+    EXPECT_EQ(other.read(16), message(ECHO, 1));
+    EXPECT_TRUE(last.works() && live.works() && other.works());
+    EXPECT_EQ(std::count(served.begin(), served.end(), 50), 1);
+}
+
 TEST(NxServer, ClosesAClientThatDoesNotReadItsReplies) {
     Server server(2);
     Peer deaf(&server);
