@@ -22,12 +22,14 @@
 namespace {
 
 // Hands the listener a copy of an initial subscription: it releases every record it is done with,
-// and those of opt_subs are not from malloc.
-void postInitialSubscription(const Subscription &initial) {
+// and those of opt_subs are not from malloc. False when the copy could not be made or posted.
+bool postInitialSubscription(const Subscription &initial) {
     HeapGuard<Subscription> copy(static_cast<Subscription *>(std::malloc(sizeof(Subscription))));
-    if (!copy) return;
+    if (!copy) return false;
     *copy = initial;
-    if (startMeasSubs(copy.get()) == POST_OK) static_cast<void>(copy.release());
+    if (startInitialSubs(copy.get()) != POST_OK) return false;
+    static_cast<void>(copy.release());
+    return true;
 }
 
 }  // namespace
@@ -64,7 +66,10 @@ int runService() {
         dmon_log(1, "Could not start measurements listener.\n");
         return result;
     }
-    for (int i = 0; i < opt_num_subs; ++i) postInitialSubscription(opt_subs[i]);
+    for (int i = 0; i < opt_num_subs; ++i) {
+        if (!postInitialSubscription(opt_subs[i]))
+            dmon_log(1, "Error: could not start subscription '%s'.\n", opt_subs[i].name);
+    }
 
     // What is there already, or cannot be made, shows at the first file.
     for (const char *directory : {opt_cfgdir, opt_resdir, opt_rptdir}) mkdir(directory, 0775);

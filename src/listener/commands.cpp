@@ -6,6 +6,7 @@
 #include "dmon/dmon.h"
 #include "storage/strings.h"
 #include "util/guards.h"
+#include "util/waiting.h"
 
 MsgQueue commandQueue;
 
@@ -13,8 +14,33 @@ namespace {
 
 constexpr std::uint32_t COMMAND_TYPE = 2;  // handed back with each command; nobody asks for it
 
+// Who finds the queue full waits under this lock, and who takes a command signals under it, so that
+// no place becomes free unseen between the look and the wait.
+pthread_mutex_t placeLock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t placeFreed = PTHREAD_COND_INITIALIZER;
+
+// Puts a command into the queue as soon as there is a place. MQ_OK, or mqPut's last refusal.
+std::int32_t putCommand(MeasCommand *command, const Posting &posting) {
+    const WaitLimit limit = limitOfMilliseconds(posting.placeMs);
+    const MutexGuard lock = lockForWork(&placeLock);
+    std::int32_t result = MQ_FULL;
+    do {
+        result = mqPut(&commandQueue, command, COMMAND_TYPE, COMMAND_KEY, posting.poster);
+    } while (result == MQ_FULL && waitOnce(&placeFreed, &placeLock, limit));
+    return result;
+}
+
 int postPlain(CommandCode code) {
-    return postCommand(newCommand(code));
+    return postCommand(newCommand(code), POST_OPERATION);
+}
+
+int postStart(Subscription *subscription, const Posting &posting) {
+    MeasCommand *command = newCommand(CMD_START_SUBS);
+    if (command != nullptr) {
+        copyPiece(command->subs.name, subscription->name);
+        command->subs.subscription = subscription;
+    }
+    return postCommand(command, posting);
 }
 
 }  // namespace
@@ -29,14 +55,22 @@ MeasCommand *newCommand(CommandCode code) {
     return command;
 }
 
-int postCommand(MeasCommand *command) {
+int postCommand(MeasCommand *command, const Posting &posting) {
     HeapGuard<MeasCommand> owner(command);
-    if (mqPut(&commandQueue, command, COMMAND_TYPE, COMMAND_KEY, 0) != MQ_OK) {
+    if (putCommand(command, posting) != MQ_OK) {
         dmon_log(1, "Overflow in command queue.\n");
         return POST_REFUSED;
     }
     static_cast<void>(owner.release());
     return POST_OK;
+}
+
+MeasCommand *takeCommand() {
+    std::uint32_t key = COMMAND_KEY;
+    void *command = mqGet(&commandQueue, &key, nullptr, VORN_WAIT_FOREVER);
+    const MutexGuard lock = lockForWork(&placeLock);
+    pthread_cond_broadcast(&placeFreed);
+    return static_cast<MeasCommand *>(command);
 }
 
 void freeCommand(void *command) {
@@ -45,18 +79,17 @@ void freeCommand(void *command) {
 }
 
 int startMeasSubs(Subscription *subscription) {
-    MeasCommand *command = newCommand(CMD_START_SUBS);
-    if (command != nullptr) {
-        copyPiece(command->subs.name, subscription->name);
-        command->subs.subscription = subscription;
-    }
-    return postCommand(command);
+    return postStart(subscription, POST_OPERATION);
+}
+
+int startInitialSubs(Subscription *subscription) {
+    return postStart(subscription, POST_INITIAL);
 }
 
 int stopMeasSubs(const char *name) {
     MeasCommand *command = newCommand(CMD_STOP_SUBS);
     if (command != nullptr) copyPiece(command->subs.name, name);
-    return postCommand(command);
+    return postCommand(command, POST_OPERATION);
 }
 
 int setSubsTemplate(const char *name, const char *templateName) {
@@ -65,7 +98,7 @@ int setSubsTemplate(const char *name, const char *templateName) {
         copyPiece(command->setTemplate.name, name);
         copyPiece(command->setTemplate.templateName, templateName);
     }
-    return postCommand(command);
+    return postCommand(command, POST_OPERATION);
 }
 
 int updateAllSubsQuotas() {

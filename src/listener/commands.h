@@ -65,9 +65,32 @@ int initCommandQueue();
 // A zeroed command of this code, or null when there is no memory.
 MeasCommand *newCommand(CommandCode code);
 
-// Queues a command and takes it over. POST_REFUSED, after a message, when the queue is full or the
-// command is null: then the command is released, but not a start command's subscription.
-int postCommand(MeasCommand *command);
+// How a command is posted: the last word of mqPut, which tells who posts, and how many milliseconds
+// it waits for a place when the queue is full.
+struct Posting {
+    std::uint32_t poster;
+    std::uint32_t placeMs;
+};
+
+// A client is told that the queue is full, and may ask again.
+constexpr Posting POST_OPERATION = {5, VORN_NO_WAIT};
+
+// Applications that synchronise together make more events at once than the queue holds. While one
+// waits, those behind it are safe in the registry's queue.
+constexpr Posting POST_EVENT = {0, 1000};
+
+// Events may fill the queue before the initial subscriptions come, and nobody posts those again.
+// Installing one takes up to a second for each of its applications.
+constexpr Posting POST_INITIAL = {5, 30000};
+
+// Queues a command and takes it over. POST_REFUSED, after a message, when the queue is and stays
+// full or the command is null: then the command is released, but not a start command's
+// subscription.
+int postCommand(MeasCommand *command, const Posting &posting);
+
+// Takes the next command out of the queue, waiting for one, and lets those know that wait for a
+// place. The command is the caller's. Called by the configuration thread.
+MeasCommand *takeCommand();
 
 // Releases a command that nobody handled, with a start command's subscription.
 void freeCommand(void *command);
@@ -77,6 +100,9 @@ void freeCommand(void *command);
 // Installs a subscription. The record, from malloc, is the listener's when POST_OK is returned and
 // stays the caller's otherwise.
 int startMeasSubs(Subscription *subscription);
+
+// The same for a subscription of the files, which waits for a place.
+int startInitialSubs(Subscription *subscription);
 
 // Removes an installed subscription; its files stay.
 int stopMeasSubs(const char *name);

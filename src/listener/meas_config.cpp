@@ -167,9 +167,7 @@ void *measConfigThread(void *) {
     kvInit(&subscriptionTable, 0, nullptr);
     initWatchedApps();
     for (;;) {
-        std::uint32_t key = COMMAND_KEY;
-        const std::unique_ptr<MeasCommand, CommandFreer> command(
-            static_cast<MeasCommand *>(mqGet(&commandQueue, &key, nullptr, VORN_WAIT_FOREVER)));
+        const std::unique_ptr<MeasCommand, CommandFreer> command(takeCommand());
         if (!command) break;
         const std::int32_t code = command->any.code;
         if (code >= 0 && code < CMD_COUNT) handlers[code].handle(command.get());

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
-#include <ctime>
 #include <string_view>
 
 #include <sys/msg.h>
@@ -40,25 +39,13 @@ constexpr std::size_t SYNC_NAME_POSITION = 4 - TYPE_SIZE;
 constexpr std::size_t SYNC_NAME_SIZE = 16;
 constexpr std::size_t STATE_POSITION = 20 - TYPE_SIZE;
 
-// How long an event waits for a place in the full command queue before it is dropped. Applications
-// that synchronise together post more commands at once than the queue holds; the first save makes
-// room. Meanwhile further messages are safe in the registry's queue.
-constexpr int PLACE_TRIES = 100;
-constexpr timespec PLACE_PAUSE = {0, 10'000'000};
-
-void postEvent(MeasCommand *command) {
-    for (int i = 0; i < PLACE_TRIES && mqNumElems(&commandQueue) >= COMMAND_QUEUE_SIZE; ++i)
-        nanosleep(&PLACE_PAUSE, nullptr);
-    postCommand(command);
-}
-
 void postAppCommand(CommandCode code, const char *name, std::int32_t startTime) {
     MeasCommand *command = newCommand(code);
     if (command != nullptr) {
         copyPiece(command->app.name, name);
         command->app.startTime = startTime;
     }
-    postEvent(command);
+    postCommand(command, POST_EVENT);
 }
 
 // The start time of a running application's measurement, or 0 after a message.
@@ -75,15 +62,16 @@ void readName(char (&name)[APP_NAME_SIZE], std::string_view field) {
     copyPiece(name, field.substr(0, field.find('\0')));
 }
 
-// Messages that are too short for their fields say nothing: the queue is open to every process.
+// Messages that are too short for their fields do nothing: the queue is open to every process.
 
 void onAppEvent(std::string_view text) {
-    if (text.size() <= EVENT_NAME_POSITION) return;
     std::uint32_t mask = 0;
+    if (text.size() < MASK_POSITION + sizeof mask) return;
     std::memcpy(&mask, text.data() + MASK_POSITION, sizeof mask);
+    dmon_log(2, "App event received. Event mask =0x%04X.\n", mask);
+    if (text.size() <= EVENT_NAME_POSITION) return;
     char name[APP_NAME_SIZE];
     readName(name, text.substr(EVENT_NAME_POSITION));
-    dmon_log(2, "App event received. Event mask =0x%04X.\n", mask);
     if ((mask & APP_CREATED) != 0) postAppCommand(CMD_APP_CREATED, name, 0);
     if ((mask & APP_DESTROYED) != 0) postAppCommand(CMD_APP_DESTROYED, name, 0);
 }

@@ -107,6 +107,7 @@ TEST(ServiceEvents, IgnoreAPoisonedRegistryQueue) {
     for (std::string line; std::getline(lines, line);)
         (line.starts_with("Command: ") ? commands : events) += line + "\n";
     EXPECT_EQ(events,
+              "App event received. Event mask =0x0003.\n"  // without a name
               "App event received. Event mask =0x0003.\n"
               "App event received. Event mask =0x0003.\n"
               "Sync response from xxxxxxxx, sync=2.\n"

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "listener/commands.h"
 
+#include <climits>
 #include <cstdlib>
+#include <fstream>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "support/log_capture.h"
 #include "util/guards.h"
@@ -63,6 +67,21 @@ TEST(Commands, AreRefusedByAFullQueueWhichLeavesTheCallerItsSubscription) {
 
     mqFlush(&commandQueue);  // releases the fifty records with their commands
     EXPECT_EQ(stopMeasSubs("tx"), POST_OK);
+    mqFree(&commandQueue);
+}
+
+TEST(Commands, OfTheStartWaitForAPlaceInAFullQueue) {
+    ASSERT_EQ(initCommandQueue(), MQ_OK);
+    for (int i = 0; i < COMMAND_QUEUE_SIZE; ++i) ASSERT_EQ(stopMeasSubs("tx"), POST_OK);
+    const std::string state = "/proc/self/task/" + std::to_string(gettid()) + "/stat";
+    std::thread taker([&state] {  // takes one when this thread waits
+        while (std::ifstream(state).ignore(INT_MAX, ')').ignore(1).peek() != 'S') {
+        }
+        freeCommand(takeCommand());
+    });
+    EXPECT_EQ(startInitialSubs(record("late")), POST_OK);
+    taker.join();
+    EXPECT_EQ(mqNumElems(&commandQueue), COMMAND_QUEUE_SIZE);
     mqFree(&commandQueue);
 }
 
