@@ -100,6 +100,8 @@ int parseSubscription(const char *text, Subscription *record) {
     if (parseApps(takeWord(&rest, PIECE_SEPARATORS), record) != SUBSCRIPTION_OK)
         return SUBSCRIPTION_FAILED;
     if (record->numApps == 0) addApp(record, record->name);
-    copyPiece(record->templateName, takeWord(&rest, PIECE_SEPARATORS));
+    char path[CONFIG_LINE_SIZE];
+    copyPiece(path, takeWord(&rest, PIECE_SEPARATORS));
+    copyPath(record->templateName, sizeof record->templateName, path);
     return SUBSCRIPTION_OK;
 }

@@ -19,5 +19,6 @@ int loadSubscriptionFiles();
 int loadSubscriptionFile(const char *path, AfterError after = STOP_AT_ERROR);
 
 // Fills a record from "name:app,app,...:template", of which all but the name may be left out; null
-// or no name is SUBSCRIPTION_FAILED. Texts are cut to the record's fields.
+// or no name is SUBSCRIPTION_FAILED. Texts are cut to the record's fields, the template after
+// a warning.
 int parseSubscription(const char *text, Subscription *record);
