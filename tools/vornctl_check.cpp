@@ -109,24 +109,36 @@ void addMessages(Findings *findings, const std::string &path,
 
 enum Use { USE_READ, USE_WRITE };
 
-void checkDirectory(Findings *findings, const std::string &path, Use use) {
+// What keeps a directory from being used, as the end of a sentence about it; empty for nothing.
+std::string faultOfDirectory(const std::string &path, Use use) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0) {
-        findings->add(path, "the directory does not exist");
-    } else if (!S_ISDIR(status.st_mode)) {
-        findings->add(path, "this is no directory");
-    } else if (access(path.c_str(), (use == USE_WRITE ? W_OK : R_OK) | X_OK) != 0) {
-        findings->add(path, use == USE_WRITE ? "the directory is not writable"
-                                             : "the directory is not readable");
-    }
+    if (stat(path.c_str(), &status) != 0) return "does not exist";
+    if (!S_ISDIR(status.st_mode)) return "is no directory";
+    if (access(path.c_str(), (use == USE_WRITE ? W_OK : R_OK) | X_OK) == 0) return "";
+    return use == USE_WRITE ? "is not writable" : "is not readable";
+}
+
+// Where a directory is set: the line of its key, or the directory itself when it has its default.
+std::string placeOfDirectory(const std::string &key, const std::string &path) {
+    const std::string place = placeOf(opt_cfgfile, [&key](const ConfigLine &line) {
+        return line.key == key && line.value != nullptr;
+    });
+    return place == opt_cfgfile ? path : place;
+}
+
+void checkDirectory(Findings *findings, const std::string &key, const std::string &path, Use use) {
+    const std::string fault = faultOfDirectory(path, use);
+    if (fault.empty()) return;
+    const std::string place = placeOfDirectory(key, path);
+    findings->add(place, (place == path ? "the directory " : "'" + path + "' ") + fault);
 }
 
 void checkDirectories(Findings *findings) {
-    checkDirectory(findings, opt_resdir, USE_WRITE);
-    checkDirectory(findings, opt_rptdir, USE_WRITE);
-    checkDirectory(findings, opt_cfgdir, USE_WRITE);
-    checkDirectory(findings, opt_tpldir, USE_READ);
-    if (opt_dictdir[0] != '\0') checkDirectory(findings, opt_dictdir, USE_READ);
+    checkDirectory(findings, "results-dir", opt_resdir, USE_WRITE);
+    checkDirectory(findings, "reports-dir", opt_rptdir, USE_WRITE);
+    checkDirectory(findings, "configs-dir", opt_cfgdir, USE_WRITE);
+    checkDirectory(findings, "templates-dir", opt_tpldir, USE_READ);
+    if (opt_dictdir[0] != '\0') checkDirectory(findings, "dict-dir", opt_dictdir, USE_READ);
 }
 
 // The file has one maximum and one full action for results and reports.
@@ -253,7 +265,7 @@ void checkState(Findings *findings) {
     catchLog([&] { result = loadPersistentData(); });  // a missing file is no fault
     if (result != 0) findings->add(path, "this is no state file; the service will not start");
     const std::string directory = path.substr(0, path.rfind('/'));
-    if (access(directory.c_str(), F_OK) == 0) checkDirectory(findings, directory, USE_WRITE);
+    if (access(directory.c_str(), F_OK) == 0) checkDirectory(findings, "", directory, USE_WRITE);
 }
 
 }  // namespace
@@ -268,7 +280,7 @@ std::vector<std::string> checkConfig(const std::string &root) {
     const std::vector<Placed> subscriptions = readSubscriptions(&findings);
     checkDirectories(&findings);
     checkQuota(&findings);
-    checkLength(&findings, opt_rptdir, "a report's path",
+    checkLength(&findings, placeOfDirectory("reports-dir", opt_rptdir), "a report's path",
                 std::string_view(opt_rptdir).size() + 1 + longestFileName());
     checkSubscriptions(&findings, subscriptions);
     return findings.lines;

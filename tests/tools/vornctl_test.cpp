@@ -266,10 +266,11 @@ TEST(VornctlCheckConfig, ReportsEveryFindingWithItsPlaceAndWritesNothing) {
                   "/etc/tarix/vorn/a.subs:4: too many applications per subscription.\n"
                   "/etc/tarix/vorn/a.subs:7: unknown variable 'nonsense' in subscription "
                   "file.\n"
-                  "/dev/null: this is no directory\n"
-                  "/tarix/data/configs: the directory does not exist\n" +
+                  "/etc/tarix/vorn.cfg:8: '/dev/null' is no directory\n"
+                  "/tarix/data/configs: the directory does not exist\n"
+                  "/etc/tarix/vorn.cfg:3: '" +
                   cut +
-                  ": the directory does not exist\n"
+                  "' does not exist\n"
                   "/etc/tarix/vorn.cfg:6: of the maximum 65536 the service keeps 0\n"
                   "/etc/tarix/vorn.cfg:6: purging with a maximum of 0 deletes every file "
                   "as it is made\n"
@@ -300,9 +301,9 @@ TEST(VornctlCheckConfig, TellsWhichSubscriptionsAndPathsDoNotFit) {
     const Outcome outcome = vornctl("check-config --root " + root.path());
     EXPECT_EQ(outcome.output,
               file + ":9: too many initial subscriptions.\n" + file +
-                  ":10: too many initial subscriptions.\n" + reports + ": a report's path needs " +
-                  std::to_string(reports.size() + 22) + " characters and will be cut at 63\n" +
-                  file +
+                  ":10: too many initial subscriptions.\n" + root.path("etc/tarix/vorn.cfg") +
+                  ":1: a report's path needs " + std::to_string(reports.size() + 22) +
+                  " characters and will be cut at 63\n" + file +
                   ":8: no quota slot is left for subscription 's8': it saves without limit\n");
     EXPECT_EQ(outcome.status, 1);
 }
