@@ -22,15 +22,15 @@ protected:
     TarixSim() { setenv("VORN_ROOT", root_.path().c_str(), 1); }
 
     // Runs the simulator; its output, or "1: " and the line on standard error.
-    std::string sim(std::vector<std::string> words) const {
+    static std::string sim(std::vector<std::string> words) {
         words.insert(words.begin(), VORN_BIN_DIR "/tarix-sim");
         const Outcome outcome = runProgram(words);
-        if (outcome.status == 0) return outcome.out + outcome.err;
-        return std::to_string(outcome.status) + ": " + outcome.err + outcome.out;
+        return (outcome.status == 0 ? "" : std::to_string(outcome.status) + ": ") + outcome.err +
+               outcome.out;
     }
 
     // Creates an application with a change list to the queue.
-    void createWatched(const std::string &app) {
+    void createWatched(const std::string &app) const {
         EXPECT_EQ(sim({"create", app}), "");
         char request[4000] = {2, 's', 'y', 'n', 'c'};
         const std::int32_t id = queue_.id();
@@ -113,15 +113,9 @@ TEST_F(TarixSim, ShowsWhatItWasTold) {
               "app a start=100 stop=0 enabled\n"
               "app b start=5 stop=6 disabled\n"
               "list a/sync queue=" +
-                  queue +
-                  "\n"
-                  "queue vorn_app id=" +
-                  queue +
+                  queue + "\nqueue vorn_app id=" + queue +
                   " messages=0\n"
                   "control disabled -1\n");
-    EXPECT_EQ(root_.read("run/tarix/okra/apps/b"),
-              "okra 1\napp b start=5 stop=6 restart=0 powerfail=0 status=0 regs=9\n"
-              "reg u8 \"a b\" value=1 invalid\n");
     EXPECT_EQ(sim({"start", "a"}), "1: tarix-sim: new measurements are disabled (code -1)\n");
     const unsigned char on[8] = {3};
     EXPECT_EQ(APX_Set_Global_Meas_Ctrl(on), 0);
@@ -134,40 +128,27 @@ TEST_F(TarixSim, TellsEachFailureInOneLine) {
     const std::string two = root_.write("two.res", "okra 1\napp a\napp b\n");
     const std::string none = root_.write("none.res", "okra 1\n");
     root_.makeDir("run/tarix/okra/apps/folder");
-    struct Case {
+    const struct {
         std::vector<std::string> words;
         const char *error;
-    };
-    const Case cases[] = {
-        {{}, "no command; see tarix-sim --help"},
+    } cases[] = {
         {{"fly\n"}, "unknown command 'fly?'; see tarix-sim --help"},
-        {{"up", "x"}, "usage: tarix-sim up"},
         {{"respond", "a"}, "usage: tarix-sim respond APP STATE"},
         {{"create", "sixteen-letters-"},
          "'sixteen-letters-' is no application's name: 1 to 15 letters, digits, '.', '_', '-'"},
-        {{"create", ".."}, "'..' is no application's name: 1 to 15 letters, digits, '.', '_', '-'"},
         {{"event", "a/b", "1"},
          "'a/b' is no application's name: 1 to 15 letters, digits, '.', '_', '-'"},
         {{"create", "a", bad}, "bad.res: line 3: '256' of attribute 'value' is out of range"},
         {{"create", "a", two}, "two.res: more than one application"},
         {{"create", "a", none}, "none.res: no application"},
-        {{"create", "a", root_.path("missing")}, "missing: No such file or directory"},
         {{"create", "folder"}, "folder: Is a directory"},
         {{"destroy", "a"}, "application 'a' does not run"},
-        {{"enable", "a"}, "application 'a' does not run"},
-        {{"disable", "a"}, "application 'a' does not run"},
         {{"start", "a"}, "application 'a' does not run"},
-        {{"sync", "a"}, "application 'a' does not run"},
-        {{"respond", "a", "2"}, "application 'a' does not run"},
         {{"respond", "a", "256"}, "'256' is no state: 0 to 255"},
-        {{"sync", "a", "0x10"}, "'0x10' is no time: 0 to 4294967295"},
         {{"start", "a", "4294967296"}, "'4294967296' is no time: 0 to 4294967295"},
         {{"event", "a", "-1"}, "'-1' is no event mask: 0 to 4294967295"},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.error);
+    for (const auto &c : cases)
         EXPECT_EQ(sim(c.words), "1: tarix-sim: " + std::string(c.error) + "\n");
-    }
     EXPECT_FALSE(root_.exists("run/tarix/okra/apps/a"));
-    EXPECT_NE(sim({"create", "--help"}).find("tarix-sim event ifstats 0x3\n"), std::string::npos);
 }
