@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // What the service asks the running application manager for.
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -56,13 +55,9 @@ protected:
         return code == 0 ? "" : APX_Error(code);
     }
 
-    // The names of the files in a folder of the root.
-    std::vector<std::string> files(const std::string &folder) const {
-        std::vector<std::string> names;
-        for (const auto &entry : std::filesystem::directory_iterator(root_.path(folder)))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
+    // How many files a folder of the root holds.
+    auto files(const std::string &folder) const {
+        return std::distance(std::filesystem::directory_iterator(root_.path(folder)), {});
     }
 
     TempDir root_;
@@ -93,25 +88,16 @@ TEST_F(OkraManager, KnowsAnApplicationByItsHandleWhileItRuns) {
         EXPECT_LT(APX_Get_Handle(name), 0) << name;
     EXPECT_NE(APX_Get_Time_Info(-1, 0, record), 0);
     EXPECT_NE(APX_Get_Time_Info(INT32_MAX, 0, record), 0);
-}
 
-TEST_F(OkraManager, GivesNoHandleOfAnEndedApplicationToAnotherOne) {
-    runApp("first");
-    const std::int32_t first = APX_Get_Handle("first");
-    std::filesystem::remove(root_.path("run/tarix/okra/apps/first"));
-    // More names than there are places, one after the other.
+    // No other application gets the handle: more names than there are places, one after another.
     for (int i = 0; i < 600; ++i) {
         const std::string name = "app" + std::to_string(i);
         runApp(name);
-        const std::int32_t handle = APX_Get_Handle(name.c_str());
-        ASSERT_GE(handle, 0);
-        ASSERT_NE(handle, first);
+        const std::int32_t other = APX_Get_Handle(name.c_str());
+        ASSERT_TRUE(other >= 0 && other != handle);
         std::filesystem::remove(root_.path("run/tarix/okra/apps/" + name));
     }
-    runApp("app0");
-    std::int32_t record[16] = {};
-    EXPECT_NE(APX_Get_Time_Info(first, 0, record), 0);
-    EXPECT_EQ(APX_Get_Time_Info(APX_Get_Handle("app0"), 0, record), 0);
+    EXPECT_NE(APX_Get_Time_Info(handle, 0, record), 0);
 }
 
 TEST_F(OkraManager, KeepsSubscribersAndChangeListsInFiles) {
@@ -119,11 +105,7 @@ TEST_F(OkraManager, KeepsSubscribersAndChangeListsInFiles) {
     EXPECT_EQ(APX_Subscribe_Events(queue_.id(), 1, ALL), 0);
     const std::string queue = std::to_string(queue_.id()) + "\n";
     EXPECT_EQ(state("events"), queue);
-    {
-        const TestQueue other;
-        EXPECT_EQ(APX_Subscribe_Events(other.id(), 1, ALL), 0);
-        EXPECT_EQ(state("events"), queue + std::to_string(other.id()) + "\n");
-    }
+    EXPECT_EQ(APX_Subscribe_Events(TestQueue().id(), 1, ALL), 0);
     const TestQueue third;  // the second is gone
     EXPECT_EQ(APX_Subscribe_Events(third.id(), 1, ALL), 0);
     EXPECT_EQ(state("events"), queue + std::to_string(third.id()) + "\n");
@@ -160,7 +142,7 @@ TEST_F(OkraManager, SavesTheStatesOfWhatRunsIntoOneWholeFile) {
               "reg u8 \"x y\"  value=1\n"
               "app a start=1 stop=0 restart=3 powerfail=4 status=5\n"
               "reg u8 r value=1\n");
-    EXPECT_EQ(files("data"), std::vector<std::string>{"x.res"});
+    EXPECT_EQ(files("data"), 1);
 
     const std::string before = root_.read("data/x.res");
     EXPECT_EQ(save("data/x.res", {"gone"}), "none of the applications runs");
@@ -170,7 +152,7 @@ TEST_F(OkraManager, SavesTheStatesOfWhatRunsIntoOneWholeFile) {
               "b: line 3: '999' of attribute 'value' is out of range");
     EXPECT_EQ(save("none/x.res", {"a"}), "No such file or directory");
     EXPECT_EQ(root_.read("data/x.res"), before);
-    EXPECT_EQ(files("data"), std::vector<std::string>{"x.res"});
+    EXPECT_EQ(files("data"), 1);
 
     char request[4000] = {2};
     EXPECT_STREQ(APX_Error(APX_Save_Mult_Config(request)), "unknown kind of save request");
@@ -199,5 +181,5 @@ TEST_F(OkraManager, NeverShowsAHalfFileWhileOthersSave) {
             }
         });
     for (std::thread &saver : savers) saver.join();
-    EXPECT_EQ(files("data"), (std::vector<std::string>{"0.res", "1.res", "2.res", "x.res"}));
+    EXPECT_EQ(files("data"), 4);
 }
