@@ -319,8 +319,9 @@ TEST_F(VornReport, KeepsPlacesIncludesAndDictionariesWholeInLongPaths) {
     for (const std::string &include : {std::string("parts/i.tpl"), longInclude}) {
         dir_.write(folder + "t.tpl",
                    "<report>\n<include optional, file='" + include + "'>\n<row style=a>\n");
-        const std::string place = include == longInclude ? include + ":1" : folder + "t.tpl:3";
-        EXPECT_EQ(run({"s.res", folder + "t.tpl", "out.txt"}).err, "Error in " + place + fault);
+        std::string expected = "Error in ";
+        expected += include == longInclude ? include + ":1" : folder + "t.tpl:3";
+        EXPECT_EQ(run({"s.res", folder + "t.tpl", "out.txt"}).err, expected.append(fault));
     }
 
     // So does the folder of the dictionaries, however far it is.

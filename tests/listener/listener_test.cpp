@@ -111,18 +111,18 @@ TEST_F(Listener, NamesFilesByTheOptionsAndTellsTheTemplates) {
     const std::string longest(31, 'r');
     const struct {
         std::int16_t format;
-        std::string reference;
         std::int32_t sequence;
+        std::string reference;
         std::string variable, file;
         std::int32_t next;
     } cases[] = {
-        {0, "run", 7, "2023-11-14-221320", "2023-11-14-221320", 7},
-        {1, longest, 7, longest + "00007", longest + "00007", 8},
-        {1, "a/b", 8, "a/b00008", "a_b00008", 9},
-        {1, "", 99999, "99999", "99999", 100000},
-        {1, "", -3, "-0003", "-0003", -2},
-        {1, "", INT32_MAX, "2147483647", "2147483647", INT32_MIN},
-        {2, "run", 7, "report", "report", 7},
+        {0, 7, "run", "2023-11-14-221320", "2023-11-14-221320", 7},
+        {1, 7, longest, longest + "00007", longest + "00007", 8},
+        {1, 8, "a/b", "a/b00008", "a_b00008", 9},
+        {1, 99999, "", "99999", "99999", 100000},
+        {1, -3, "", "-0003", "-0003", -2},
+        {1, INT32_MAX, "", "2147483647", "2147483647", INT32_MIN},
+        {2, 7, "run", "report", "report", 7},
     };
     opt_autosave = 1;
     safe_strncpy(opt_resdir, testRoot().path().c_str(), sizeof opt_resdir);  // short for long names
@@ -165,9 +165,10 @@ TEST_F(Listener, NamesReportsAfterResultsAndTellsBothPaths) {
         ASSERT_EQ(setSubsTemplate("tx", c.templateName.c_str()), POST_OK);
         const std::string results = testRoot().path("tarix/data/results/tx/") + c.name + ".res";
         const std::string report = testRoot().path("tarix/data/reports/") + c.name + c.extension;
-        EXPECT_EQ(sync("tx", "  "), "  Subs name     : tx\n  Results file  : " + results +
-                                        "\n  Template file : " + c.templatePath +
-                                        "\n  Report file   : " + report + "\n");
+        std::string told = "  Subs name     : tx\n  Results file  : ";
+        told.append(results).append("\n  Template file : ").append(c.templatePath);
+        told.append("\n  Report file   : ").append(report).append("\n");
+        EXPECT_EQ(sync("tx", "  "), told);
         const bool made = c.format != 7;
         EXPECT_EQ(std::filesystem::exists(report), made);
         EXPECT_EQ(std::filesystem::exists(results), !made);

@@ -127,8 +127,10 @@ protected:
             LogCapture log(2);
             const int code = serverRequestCallback(nullptr, nullptr, &request, &made);
             std::string reply = std::to_string(made.param1);
-            if (made.type != REPLY_RESULT)
-                reply = std::to_string(made.type) + " " + reply + " " + std::to_string(made.param2);
+            if (made.type != REPLY_RESULT) {
+                reply.insert(0, std::to_string(made.type) + " ");
+                reply += " " + std::to_string(made.param2);
+            }
             EXPECT_EQ(code != 0 ? "code " + std::to_string(code) : reply, nextField(&fields));
             EXPECT_EQ(calls, nextField(&fields));
             std::string logged = log.text();
