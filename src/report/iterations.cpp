@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "report/iterations.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "dmon/dmon.h"

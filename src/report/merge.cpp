@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "report/merge.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <span>
 #include <string_view>
@@ -132,8 +131,7 @@ int warnNestedValue(Merge *merge, const TemplateTag *) {
     return MERGE_OK;
 }
 
-// A clause that counts in some state; what it returns becomes the merge's result. `args` is the
-// text behind the clause's name.
+// A clause that counts in some state; what it returns becomes the merge's result.
 struct Clause {
     ClauseName name;
     int (*act)(Merge *merge, const TemplateTag *tag);
@@ -215,6 +213,7 @@ int interpretTemplate(Merge *merge) {
             result = interpretTag(merge, ctx->tag);
         else
             popTemplateFile(ctx);
+        if (result == MERGE_OK && ctx->readFailed) result = MERGE_TEMPLATE_ERROR;
     }
     return result;
 }
@@ -243,6 +242,8 @@ void warnUnclosed(const TemplateContext *ctx) {
 // Everything of a merge after its files are open and the back-end is ready.
 int runMerge(Merge *merge, const char *dictName) {
     TemplateContext *ctx = &merge->ctx;
+    // The encoding of the PDF fonts lacks the letters of many languages: those reports are in
+    // English.
     const char *lang = ctx->backend.format == RPT_FMT_PDF ? "en" : nullptr;
     dictResolvCreate(&ctx->dict, dictName, lang, opt_dflt_lang_id);
 

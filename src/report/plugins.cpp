@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "report/plugins.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 

@@ -2,7 +2,6 @@
 #include "report/report.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>

@@ -20,8 +20,8 @@ enum ReportResult : int {
 int initReports();
 
 // Makes one report. The file appears at reportPath when it is complete, or not at all; an earlier
-// one is moved aside under a numbered name. May run in several threads at once for different report
-// paths.
+// one is moved aside under a numbered name, also when the new one fails. May run in several threads
+// at once.
 //   flags     shown in logs by the callers; not used here
 //   format    ReportFormat
 //   userVars  user variables of the templates

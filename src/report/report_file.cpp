@@ -8,6 +8,8 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "dmon/dmon.h"
@@ -69,6 +71,35 @@ void syncFolder(const char *path) {
     if (fd.get() >= 0) static_cast<void>(fsync(fd.get()));
 }
 
+// Whether the file that is open still stands under its name.
+bool isNamed(int fd, const char *path) {
+    struct stat opened;
+    struct stat named;
+    return fstat(fd, &opened) == 0 && lstat(path, &named) == 0 && opened.st_dev == named.st_dev &&
+           opened.st_ino == named.st_ino;
+}
+
+// Opens the part file empty and locks it for as long as it is open, so that two reports of one name
+// do not write into one file: the second is refused with EBUSY. What a killed process left is used
+// again; anything but a regular file, a link or a FIFO, goes. A descriptor, or -1 with errno set.
+int openPart(const char *path) {
+    constexpr int TRIES = 8;  // another report may take its file away between two steps
+    for (int i = 0; i < TRIES; ++i) {
+        DescriptorGuard fd(
+            open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666));
+        struct stat status;
+        if (fd.get() < 0 && errno != ELOOP && errno != ENXIO) return -1;
+        if (fd.get() < 0 || fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+            static_cast<void>(unlink(path));
+            continue;
+        }
+        if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0) break;
+        if (isNamed(fd.get(), path)) return ftruncate(fd.get(), 0) == 0 ? fd.release() : -1;
+    }
+    errno = EBUSY;
+    return -1;
+}
+
 }  // namespace
 
 bool createReportFile(ReportFile *file, const char *reportPath) {
@@ -81,10 +112,7 @@ bool createReportFile(ReportFile *file, const char *reportPath) {
         errno = ENAMETOOLONG;
         return false;
     }
-    // Not opened but replaced: whatever stands there, a link or a FIFO, is not written to.
-    static_cast<void>(unlink(file->partPath));
-    DescriptorGuard fd(
-        open(file->partPath, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+    DescriptorGuard fd(openPart(file->partPath));
     if (fd.get() < 0) return false;
     file->stream.reset(fdopen(fd.get(), "w"));
     if (file->stream) {
@@ -99,28 +127,23 @@ bool createReportFile(ReportFile *file, const char *reportPath) {
 
 bool finishReportFile(ReportFile *file, const char *reportPath) {
     std::FILE *stream = file->stream.get();
-    bool whole = std::fflush(stream) == 0 && std::ferror(stream) == 0 && fsync(fileno(stream)) == 0;
-    int reason = errno;
-    if (!closeWritten(&file->stream) && whole) {
-        whole = false;
-        reason = errno;
-    }
-    if (whole && std::rename(file->partPath, reportPath) != 0) {
-        whole = false;
-        reason = errno;
-    }
+    // Under its name before it is closed: closing gives the lock up.
+    const bool whole = std::fflush(stream) == 0 && std::ferror(stream) == 0 &&
+                       fsync(fileno(stream)) == 0 && std::rename(file->partPath, reportPath) == 0;
     if (whole) {
+        file->stream.reset();
         syncFolder(reportPath);
         return true;
     }
-    static_cast<void>(unlink(file->partPath));
+    const int reason = errno;
+    dropReportFile(file);
     errno = reason;
     return false;
 }
 
 void dropReportFile(ReportFile *file) {
+    static_cast<void>(unlink(file->partPath));  // while the lock is held
     file->stream.reset();
-    static_cast<void>(unlink(file->partPath));
 }
 
 void sweepReportFiles(const char *directory) {

@@ -14,7 +14,8 @@ struct ReportFile {
 };
 
 // Creates the file to write to; what a killed process left under that name goes. False, with errno
-// set: EEXIST when a file has the report's name, which the caller moves aside before.
+// set: EEXIST when a file has the report's name, which the caller moves aside before; EBUSY when
+// another report of that name is being written.
 bool createReportFile(ReportFile *file, const char *reportPath);
 
 // Checks every write, brings the file to the disk and gives it its name. False, with errno set,

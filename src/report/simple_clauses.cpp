@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "report/simple_clauses.h"
 
-#include <algorithm>
-
 #include "dmon/dmon.h"
 #include "report/clause_args.h"
 #include "report/sections.h"

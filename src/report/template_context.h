@@ -110,6 +110,7 @@ struct TemplateContext {
     std::int32_t pluginCount;
     TemplatePlugin plugins[TEMPLATE_MAX_PLUGINS];
 
+    bool readFailed;                     // a template file could not be read to its end
     std::int32_t passes;                 // of loop bodies, so far
     char location[TEMPLATE_PLACE_SIZE];  // what getTemplateLine returns
     char expansion[TEMPLATE_TEXT_SIZE];  // what expandTemplateString returns

@@ -2,6 +2,7 @@
 #include "report/template_reader.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 
@@ -35,14 +36,19 @@ void moveWindow(TemplateContext *ctx, TemplateFile *file, std::int64_t position)
     forgetTags(&ctx->memo);
 }
 
-// Moves the window to the next byte to read; false at the end of the file or when it cannot be
-// read.
+// Moves the window to the next byte to read; false at the end of the file or, after a message, when
+// it cannot be read.
 bool fillWindow(TemplateContext *ctx, TemplateFile *file) {
     moveWindow(ctx, file, nextPosition(file));
-    if (ftello(file->stream) != file->windowStart &&
-        fseeko(file->stream, file->windowStart, SEEK_SET) != 0)
-        return false;
-    file->windowLength = std::fread(file->window, 1, sizeof file->window, file->stream);
+    const bool placed = ftello(file->stream) == file->windowStart ||
+                        fseeko(file->stream, file->windowStart, SEEK_SET) == 0;
+    if (placed) file->windowLength = std::fread(file->window, 1, sizeof file->window, file->stream);
+    if (file->windowLength == 0 && (!placed || std::ferror(file->stream) != 0)) {
+        const int reason = errno;
+        dmon_log(1, "Error in %s: the file cannot be read: %s.\n", getTemplateLine(ctx),
+                 std::strerror(reason));
+        ctx->readFailed = true;
+    }
     return file->windowLength > 0;
 }
 

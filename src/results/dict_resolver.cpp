@@ -2,7 +2,6 @@
 #include "results/dict_resolver.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "core/options.h"

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The keyed store of vorn/plugin.h, which describes each operation: the list of elements. Stores
 // are small, so every look-up walks the list.
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>

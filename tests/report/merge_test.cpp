@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "report/template_context.h"
+#include "support/log_capture.h"
 #include "support/merge_run.h"
 #include "util/guards.h"
 
@@ -57,14 +58,18 @@ TEST(Merge, SaysOnceWhatIsStillOpenAtTheEnd) {
 TEST(Merge, PassesAFailingStreamAndAnUnknownFormatOn) {
     MergeRun run;
     run.file("main.tpl", "<report><row></row></report>");
-    const auto mergeInto = [](const char *path, std::uint32_t format) {
-        const FileGuard text(std::fopen("main.tpl", "rt"));
+    const auto mergeInto = [](const char *path, std::uint32_t format,
+                              const char *from = "main.tpl") {
+        const FileGuard text(std::fopen(from, "rt"));
         const FileGuard out(std::fopen(path, "wt"));
         std::setvbuf(out.get(), nullptr, _IONBF, 0);
         return mergeTemplate(nullptr, text.get(), out.get(), "main.tpl", format, nullptr, "");
     };
     EXPECT_EQ(mergeInto("/dev/full", RPT_FMT_TXT), DUMP_WRITE_FAILED);
     EXPECT_EQ(mergeInto("out", 2), DUMP_UNKNOWN_FORMAT);
+    const LogCapture log;
+    EXPECT_EQ(mergeInto("out", RPT_FMT_TXT, "."), MERGE_TEMPLATE_ERROR);  // reading it fails
+    EXPECT_EQ(log.text(), "Error in main.tpl:0: the file cannot be read: Is a directory.\n");
 }
 
 }  // namespace

@@ -166,6 +166,20 @@ TEST_F(Report, LongNamesHaveFilesOfTheirOwnAndOverwriteNothing) {
     EXPECT_EQ(dir.read("rpt/" + names[0]), "1");
 }
 
+TEST_F(Report, OfANameThatIsBeingWrittenIsRefused) {
+    ReportFile first{};
+    const std::string path = dir.path("rpt/a.txt");
+    ASSERT_EQ(symlink("/nowhere", dir.path("rpt/.a.txt.part").c_str()), 0);  // not followed
+    ASSERT_TRUE(createReportFile(&first, path.c_str()));
+    std::fputs("first", first.stream.get());
+    const LogCapture log;
+    EXPECT_EQ(make("rpt/a.txt"), REPORT_NOT_CREATED);
+    EXPECT_EQ(log.text(), "Error creating report file '" + path + "': Device or resource busy\n");
+    EXPECT_TRUE(finishReportFile(&first, path.c_str()));
+    EXPECT_EQ(dir.read("rpt/a.txt"), "first");
+    EXPECT_EQ(listing(), "a.txt ");
+}
+
 TEST_F(Report, TwoAtOnceDoNotMix) {
     // Each names its own parameter, place and file; a shared buffer would show in one of them.
     const auto body = [](const char *word) {
