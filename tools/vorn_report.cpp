@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // vorn-report: the template author's tool. Makes a report with the service's own engine, or lists
 // what a results file offers to a template. docs/vorn-report.md is its manual.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -261,6 +262,7 @@ int run(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    std::signal(SIGXFSZ, SIG_IGN);  // a file above the size limit is a write that fails
     try {
         return run(argc, argv);
     } catch (const std::exception &error) {

@@ -53,7 +53,8 @@ void endProcess() {
 void handleSignals() {
     struct sigaction action {};
     action.sa_handler = SIG_IGN;
-    for (const int ignored : {SIGPIPE, SIGHUP}) sigaction(ignored, &action, nullptr);
+    // SIGXFSZ: a file above the size limit is a write that fails.
+    for (const int ignored : {SIGPIPE, SIGHUP, SIGXFSZ}) sigaction(ignored, &action, nullptr);
     action.sa_handler = [](int) { endProcess(); };
     for (const int ending : {SIGTERM, SIGINT}) sigaction(ending, &action, nullptr);
     // They end the process also when whoever started it had them blocked.

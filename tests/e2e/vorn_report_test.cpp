@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -296,6 +297,19 @@ TEST_F(VornReport, RefusesWhatIsNoRegularFileAtOnceAndKeepsEarlierReports) {
         EXPECT_EQ(dir_.read(c.kept), "earlier");
         std::filesystem::remove(dir_.path(c.kept));
         EXPECT_EQ(files(), before);
+    }
+}
+
+TEST_F(VornReport, SaysThatAFileMustNotGrowAndLeavesNothingOfIt) {
+    const std::string row = "<row cstyle='%80d'><value link=if@frames></value></row>\n";
+    dir_.write("t.tpl", "<report>\n" + repeated(row, 40) + "</report>\n");
+    for (const auto &[output, log] :
+         {std::pair{"out.txt", "Error writing report file 'out.txt': File too large\n"},
+          {"out.pdf", "Error closing PDF output (err=-2).\n"}}) {
+        const std::string limited = "ulimit -f 2; exec " VORN_BIN_DIR "/vorn-report s.res t.tpl ";
+        const Outcome outcome = runProgram({"sh", "-c", limited + output}, dir_.path());
+        EXPECT_EQ(std::to_string(outcome.status) + outcome.err, std::string("1") + log);
+        EXPECT_EQ(runProgram({"ls", "-A", dir_.path()}).out, "s.res\nt.tpl\n");
     }
 }
 

@@ -220,6 +220,7 @@ TEST_F(DmonDaemon, EndsWithTheBodysResultUnlessToldToEnd) {
         const pid_t child = start();
         kill(child, SIGHUP);
         kill(child, SIGPIPE);
+        kill(child, SIGXFSZ);
         EXPECT_EQ(ask("status\n"), "2 Level 1. Busy\n");
         const int silent = connectClient();
         if (result == 1000)
