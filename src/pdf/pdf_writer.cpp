@@ -106,8 +106,9 @@ int pdf_begin(PdfDocument *doc, const PdfDocInfo *info, std::FILE *stream) {
 
     pdfPut(&doc->out, "%PDF-1.2\n");
     pdfPut(&doc->out, BINARY_MARK);
-    pdfFlush(&doc->out);  // so that a stream that takes nothing fails here
-    const int result = pdfBeginPage(doc);
+    // As far as the system, so that a stream that takes nothing fails here.
+    int result = flushStream(doc);
+    if (result == PDF_OK) result = pdfBeginPage(doc);
     if (result != PDF_OK) pdfFreeObjects(doc);
     return result;
 }

@@ -146,7 +146,10 @@ TEST(PdfOutput, EndsWithAnErrorWhenTheStreamFails) {
     EXPECT_EQ(dumpInit(&backend, readOnly.get(), RPT_FMT_PDF), DUMP_NO_DOCUMENT);
 
     const FileGuard full(std::fopen("/dev/full", "w"));
-    EXPECT_EQ(dumpInit(&backend, full.get(), RPT_FMT_PDF), DUMP_OK);
+    EXPECT_EQ(dumpInit(&backend, full.get(), RPT_FMT_PDF), DUMP_NO_DOCUMENT);
+
+    const FileGuard small(fmemopen(nullptr, 40, "w"));  // takes the header only
+    EXPECT_EQ(dumpInit(&backend, small.get(), RPT_FMT_PDF), DUMP_OK);
     // As many lines as a template may ask for: they end with the first failure.
     const TemplateSection section{"s", 1, 2'000'000'000, 0, -1};
     EXPECT_EQ(dumpSectionHeader(&backend, &section), DUMP_OK);
@@ -158,3 +161,4 @@ TEST(PdfOutput, EndsWithAnErrorWhenTheStreamFails) {
               "Error writing to PDF stream (err=-2).\n"
               "Error closing PDF output (err=-2).\n");
 }
+              "Error creating PDF output (err=-2).\n"

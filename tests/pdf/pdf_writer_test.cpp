@@ -173,15 +173,17 @@ TEST(PdfWriter, ReportsAStreamThatFails) {
     auto doc = std::make_unique<PdfDocument>();
     EXPECT_EQ(pdf_begin(doc.get(), &INFO, readOnly.get()), PDF_WRITE_FAILED);
     EXPECT_EQ(doc->objects, nullptr);
+    const FileGuard full(std::fopen("/dev/full", "w"));
+    EXPECT_EQ(pdf_begin(doc.get(), &INFO, full.get()), PDF_WRITE_FAILED);
 
-    // Small enough for the buffers: the device refuses it at the end.
-    const FileGuard atEnd(std::fopen("/dev/full", "w"));
+    // Small enough for the buffers: what takes the header only refuses the rest at the end.
+    const FileGuard atEnd(fmemopen(nullptr, 40, "w"));
     EXPECT_EQ(pdf_begin(doc.get(), &INFO, atEnd.get()), PDF_OK);
     EXPECT_EQ(pdf_end(doc.get()), PDF_WRITE_FAILED);
 
     for (const bool byLines : {true, false}) {
-        const FileGuard full(std::fopen("/dev/full", "w"));
-        EXPECT_EQ(pdf_begin(doc.get(), &INFO, full.get()), PDF_OK);
+        const FileGuard small(fmemopen(nullptr, 40, "w"));
+        EXPECT_EQ(pdf_begin(doc.get(), &INFO, small.get()), PDF_OK);
         int result = PDF_OK;
         for (int i = 0; i < 10000 && result == PDF_OK; i++)
             result = byLines ? pdf_add_text_line(doc.get(), "text") : pdf_page_break(doc.get());
