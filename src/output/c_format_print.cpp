@@ -379,8 +379,10 @@ std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::s
     char buffer[CFORMAT_SIZE];
     const std::size_t length = changeCFormatDataType(buffer, sizeof buffer, format, newType);
     std::string_view changed(buffer, length);
-    // The change may have pushed the end of a full format out, and cut a character with it.
-    if (length == sizeof buffer - 1) changed = changed.substr(0, utf8_whole(changed));
+    // The change may have pushed the end of a full format out, and cut a character with it. Bytes
+    // need not be UTF-8.
+    if (unit == CFORMAT_CHARACTERS && length == sizeof buffer - 1)
+        changed = changed.substr(0, utf8_whole(changed));
     CFormatPiece piece = readCFormatPiece(changed);
     if (piece.conversion.letter != newType.back()) piece = readCFormatPiece(format);
     return printCFormatPiece(out, room, unit, &piece, value);

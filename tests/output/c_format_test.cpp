@@ -157,6 +157,9 @@ TEST(CFormat, CountsCharactersInTextReportsAndBytesElsewhere) {
         // Changing the letters of a full format pushes its last character out.
         {VORN_TYPE_STRING, 0, "v", ("%s" + letters.substr(0, 59) + "\u00E9"),
          "v" + letters.substr(0, 59), "v" + letters.substr(0, 59) + "\u00E9"},
+        // In a text, not in bytes, a full format ends with a whole character.
+        {VORN_TYPE_NONE, 0, "", "%d" + letters.substr(0, 60) + "\xE9",
+         "----" + letters.substr(0, 60), "----" + letters.substr(0, 60) + "\xE9"},
         // %c
         {VORN_TYPE_UINT32, 0x141, "", "<%-3c>", "<A  >", "<A  >"},
         {VORN_TYPE_UINT32, 0xE9, "", "<%2c>", "< \u00E9>", "< \xE9>"},
