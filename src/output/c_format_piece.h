@@ -34,6 +34,13 @@ struct Conversion {
     std::int32_t precision;  // or NOT_GIVEN
 
     [[nodiscard]] bool has(unsigned flag) const { return (flags & flag) != 0; }
+
+    // Whether it prints a 32-bit integer as a character, and if so whether all of it is the code
+    // point, not the low byte.
+    [[nodiscard]] bool printsCharacter() const {
+        return (letter == 'c' || letter == 'C') && (size == SIZE_32 || size == SIZE_MACHINE);
+    }
+    [[nodiscard]] bool isWide() const { return size == SIZE_MACHINE || letter == 'C'; }
 };
 
 // A piece; `before` and `after` are literal text of it, with pairs "%%" as they stand.

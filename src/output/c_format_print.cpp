@@ -208,7 +208,7 @@ void putHexOrOctal(Text *text, const Conversion *conversion, std::uint64_t bits)
 
 // %c prints the low byte, %lc the code point. A NUL ends the text, as it does in a C string.
 void putChar(Text *text, const Conversion *conversion, std::uint32_t code) {
-    const bool wide = conversion->size == SIZE_MACHINE || conversion->letter == 'C';
+    const bool wide = conversion->isWide();
     if (!wide) code &= 0xFF;
     char bytes[4] = {static_cast<char>(code)};
     std::size_t length = wide || text->unit == CFORMAT_CHARACTERS ? 0 : 1;
@@ -240,7 +240,7 @@ void putInteger(Text *text, const Conversion *conversion, const Integer *integer
             return;
         case 'c':
         case 'C':
-            if (fits && !integer->is64) {
+            if (conversion->printsCharacter() && !integer->is64) {
                 putChar(text, conversion, static_cast<std::uint32_t>(integer->bits));
                 return;
             }

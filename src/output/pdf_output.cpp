@@ -3,10 +3,12 @@
 #include "output/pdf_output.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "dmon/dmon.h"
 #include "output/c_format.h"
+#include "output/c_format_piece.h"
 #include "output/dump_backend.h"
 #include "output/text_output.h"
 #include "pdf/pdf_writer.h"
@@ -17,6 +19,11 @@ namespace {
 
 constexpr std::size_t LINE_TEXT_MAX = 254;
 
+// Bytes that the fonts' encoding leaves undefined stand for what it does not have, until it is
+// known which of that is shown, as "?".
+constexpr char LOST_IN_PIECE = '\x81';
+constexpr char LOST_IN_VALUE = '\x8D';
+
 // What stands in every report's document information.
 constexpr PdfDocInfo REPORT_INFO = {
     "Norvel Systems", "Norvel Systems", "pdflib", "Measurement report", 0, 0, 0, 0};
@@ -24,27 +31,85 @@ constexpr PdfDocInfo REPORT_INFO = {
 // The state of the back-end.
 struct PdfReport {
     PdfDocument document;
-    WinAnsiLoss loss;
+    WinAnsiLoss loss;  // of what is shown
 };
 
 PdfReport *reportOf(void *state) {
     return static_cast<PdfReport *>(state);
 }
 
-// Formats one value by one piece of the cstyle, which is in the fonts' encoding already. Returns
-// the number of characters, at most `room`.
+// One value and its piece of the cstyle in the fonts' encoding, and what they lost.
+struct EncodedValue {
+    char text[VALUE_TEXT_SIZE];  // of a string; more is never shown
+    std::uint32_t code;          // of a character
+    CFormatPiece piece;
+    ItemValue value;
+    WinAnsiLoss pieceLoss, valueLoss;
+};
+
+void encodeString(EncodedValue *encoded) {
+    utf8ToWinAnsi(encoded->text, sizeof encoded->text,
+                  static_cast<const char *>(encoded->value.data), LOST_IN_VALUE,
+                  &encoded->valueLoss);
+    encoded->value.data = encoded->text;
+}
+
+// Turns the character that %c or %lc prints, the same as in a text report, into a byte for %c.
+void encodeCharacter(EncodedValue *encoded) {
+    Conversion *conversion = &encoded->piece.conversion;
+    std::uint32_t code = 0;
+    std::memcpy(&code, encoded->value.data, sizeof code);
+    if (!conversion->isWide()) code &= 0xFF;
+    char byte = code == 0 ? '\0' : toWinAnsi(code);  // a NUL ends the text
+    if (code != 0 && byte == '\0') {
+        encoded->valueLoss = {1, code, false};
+        byte = LOST_IN_VALUE;
+    }
+    conversion->letter = 'c';
+    conversion->size = SIZE_32;
+    encoded->code = static_cast<unsigned char>(byte);
+    encoded->value.data = &encoded->code;
+}
+
+// Turns what is lost in a part of a line into "?" and counts it. Texts are cut at their end only,
+// so that the first that is shown is the first that was lost.
+void showLosses(char *text, std::size_t length, const EncodedValue *encoded, WinAnsiLoss *loss) {
+    for (char *at = text; at != text + length; ++at) {
+        if (*at != LOST_IN_PIECE && *at != LOST_IN_VALUE) continue;
+        const std::uint32_t before = loss->count;
+        if (before == 0) *loss = *at == LOST_IN_PIECE ? encoded->pieceLoss : encoded->valueLoss;
+        loss->count = before + 1;
+        *at = '?';
+    }
+}
+
+// Formats one value by one piece of the cstyle. Returns the number of characters, at most `room`.
 std::size_t formatValue(PdfReport *report, char *out, std::size_t room, const char *piece,
                         const ItemValue *value) {
-    ItemValue shown = *value;
-    char text[VALUE_TEXT_SIZE];  // more is never shown
-    if (value->type == VORN_TYPE_STRING && value->data != nullptr) {
-        utf8ToWinAnsi(text, sizeof text, static_cast<const char *>(value->data), &report->loss);
-        shown.data = text;
-    }
+    char pieceText[CFORMAT_SIZE];
+    EncodedValue encoded;
+    encoded.value = *value;
+    encoded.pieceLoss = encoded.valueLoss = {};
+    const std::size_t pieceLength =
+        utf8ToWinAnsi(pieceText, sizeof pieceText, piece, LOST_IN_PIECE, &encoded.pieceLoss);
+    encoded.piece = readCFormatPiece({pieceText, pieceLength});
+    const bool is32 = value->type == VORN_TYPE_UINT32 || value->type == VORN_TYPE_INT32;
+    if (value->type == VORN_TYPE_STRING && value->data != nullptr) encodeString(&encoded);
+    if (is32 && value->data != nullptr && encoded.piece.conversion.printsCharacter())
+        encodeCharacter(&encoded);
+
     // The formatting cuts between UTF-8 characters. Here a byte is a character: cut afterwards.
     char formatted[VALUE_TEXT_SIZE + 4];
-    dumpTextFormatVal(formatted, sizeof formatted, piece, &shown);
-    return std::string_view(formatted).copy(out, std::min(room, VALUE_TEXT_SIZE - 1));
+    if (value->type == VORN_TYPE_NONE)
+        dumpTextFormatVal(formatted, sizeof formatted, pieceText, value);
+    else
+        printCFormatPiece(formatted, sizeof formatted - 1, CFORMAT_BYTES, &encoded.piece,
+                          &encoded.value);
+    const std::size_t length =
+        std::string_view(formatted).copy(out, std::min(room, VALUE_TEXT_SIZE - 1));
+    if (encoded.pieceLoss.count + encoded.valueLoss.count > 0)
+        showLosses(out, length, &encoded, &report->loss);
+    return length;
 }
 
 // A document that has failed takes no line, which ends the loop of a section with many.
@@ -89,14 +154,11 @@ int dumpPDFRow(void *state, const ReportRow *row) {
         return DUMP_ROW_MISMATCH;
     }
     PdfReport *report = reportOf(state);
-    char cstyle[sizeof row->cstyle];
-    utf8ToWinAnsi(cstyle, sizeof cstyle, row->cstyle, &report->loss);
-
     char line[LINE_TEXT_MAX + 1];
     std::size_t length = 0;
-    const char *cursor = cstyle;
+    const char *cursor = row->cstyle;
     for (std::int32_t i = 0; i < row->count; i++) {
-        char piece[sizeof cstyle];
+        char piece[CFORMAT_SIZE];
         cursor = getNextCFormat(piece, sizeof piece, cursor);
         length +=
             formatValue(report, line + length, LINE_TEXT_MAX - length, piece, &row->values[i]);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// UTF-8 to code page 1252. Unlike pdf/utf8.h this reads characters strictly: a byte is a "?" or a
+// UTF-8 to code page 1252. Unlike pdf/utf8.h this reads characters strictly: a byte is lost or a
 // character, never another character.
 #include "pdf/win_ansi.h"
 
@@ -41,7 +41,14 @@ std::size_t readCharacter(std::string_view text, std::uint32_t *character) {
     return length;
 }
 
-// The byte of a character, or 0 when the code page has none.
+void noteLoss(WinAnsiLoss *loss, std::uint32_t what, bool isByte) {
+    if (loss->count++ > 0) return;
+    loss->first = what;
+    loss->firstIsByte = isByte;
+}
+
+}  // namespace
+
 char toWinAnsi(std::uint32_t character) {
     if (character < 0x20 || character == 0x7F) return ' ';
     if (character < 0x7F || (character >= 0xA0 && character <= 0xFF))
@@ -51,15 +58,8 @@ char toWinAnsi(std::uint32_t character) {
     return found == std::end(PUNCTUATION) ? '\0' : static_cast<char>(0x80 + (found - PUNCTUATION));
 }
 
-void noteLoss(WinAnsiLoss *loss, std::uint32_t what, bool isByte) {
-    if (loss->count++ > 0) return;
-    loss->first = what;
-    loss->firstIsByte = isByte;
-}
-
-}  // namespace
-
-std::size_t utf8ToWinAnsi(char *out, std::size_t size, std::string_view text, WinAnsiLoss *loss) {
+std::size_t utf8ToWinAnsi(char *out, std::size_t size, std::string_view text, char lost,
+                          WinAnsiLoss *loss) {
     std::size_t used = 0;
     while (used + 1 < size && !text.empty()) {
         std::uint32_t character = 0;
@@ -70,7 +70,7 @@ std::size_t utf8ToWinAnsi(char *out, std::size_t size, std::string_view text, Wi
         } else if (byte == '\0') {
             noteLoss(loss, character, false);
         }
-        out[used++] = byte == '\0' ? '?' : byte;
+        out[used++] = byte == '\0' ? lost : byte;
         text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     out[used] = '\0';

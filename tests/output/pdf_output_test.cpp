@@ -78,6 +78,34 @@ TEST(PdfOutput, WritesRowsWhoseWidthsCountCharacters) {
                                         "    ----|\xE9\xE8|", "", "\\(a\\\\b\\) c d\\)"}));
 }
 
+TEST(PdfOutput, PrintsCharactersAsATextReportDoes) {
+    // Each as %c and as %lc, with what is said of it.
+    struct Case {
+        std::uint32_t code;
+        const char *narrow, *wide, *log;
+    };
+    const Case cases[] = {
+        {0xE9, " \xE9|", "\xE9 |", ""},
+        {0x20AC, " \xAC|", "\x80 |", ""},
+        {0x2009, "  |", "? |", "1, the first is U+2009"},
+        {0x18D, " ?|", "? |", "2, the first is U+008D"},
+        {0x0A, "  |", "  |", ""},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.code);
+        LogCapture log(2);
+        std::uint32_t code = c.code;
+        const ItemValue value{VORN_TYPE_UINT32, &code, 0, 0};
+        PdfReportFile report;
+        EXPECT_EQ(report.row("%2c|", {value}), DUMP_OK);
+        EXPECT_EQ(report.row("%-2lc|", {value}), DUMP_OK);
+        EXPECT_EQ(linesOf(report.finish()), (std::vector<std::string>{c.narrow, c.wide}));
+        const std::string said(c.log);
+        EXPECT_EQ(log.text(),
+                  said.empty() ? "" : "PDF report: characters shown as '?': " + said + ".\n");
+    }
+}
+
 TEST(PdfOutput, SaysOnceHowManyCharactersTheFontsDoNotHave) {
     LogCapture log(2);
     {
@@ -85,6 +113,12 @@ TEST(PdfOutput, SaysOnceHowManyCharactersTheFontsDoNotHave) {
         report.row("%s \u20BF", {text("\u0100\U0001F600 \xC3")});
         report.row("%s", {text("fine \u20AC")});
         EXPECT_EQ(linesOf(report.finish()), (std::vector<std::string>{"?? ? ?", "fine \x80"}));
+        PdfReportFile cut;  // by a precision and at the line's end
+        const std::string fill(126, 'x');
+        cut.row("%.1s%.2s\u0102", {text("y\u0100"), text("z\u0101\u0100")});
+        cut.row("%s%s\u0103\u0104", {text(fill.c_str()), text((fill + "x\u0105").c_str())});
+        cut.row("\u0106", {});
+        EXPECT_EQ(linesOf(cut.finish()), (std::vector<std::string>{"yz??", fill + fill + "x", ""}));
         PdfReportFile bytes;
         bytes.row("%s", {text("\xFF")});
         bytes.finish();
@@ -93,7 +127,8 @@ TEST(PdfOutput, SaysOnceHowManyCharactersTheFontsDoNotHave) {
         nothing.finish();
     }
     EXPECT_EQ(log.text(),
-              "PDF report: characters shown as '?': 4, the first is U+20BF.\n"
+              "PDF report: characters shown as '?': 4, the first is U+0100.\n"
+              "PDF report: characters shown as '?': 2, the first is U+0101.\n"
               "PDF report: characters shown as '?': 1, the first is byte 0xFF.\n");
 }
 
@@ -158,7 +193,7 @@ TEST(PdfOutput, EndsWithAnErrorWhenTheStreamFails) {
     EXPECT_EQ(dumpFree(&backend), DUMP_NO_DOCUMENT);
     EXPECT_EQ(log.text(),
               "Error creating PDF output (err=-2).\n"
+              "Error creating PDF output (err=-2).\n"
               "Error writing to PDF stream (err=-2).\n"
               "Error closing PDF output (err=-2).\n");
 }
-              "Error creating PDF output (err=-2).\n"

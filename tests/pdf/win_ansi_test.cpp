@@ -26,7 +26,7 @@ TEST(WinAnsi, TurnsCharactersIntoBytesAndCountsWhatItCannotTurn) {
         SCOPED_TRACE(c.text);
         char out[32];
         WinAnsiLoss loss{};
-        EXPECT_EQ(utf8ToWinAnsi(out, sizeof out, c.text, &loss), c.turned.size());
+        EXPECT_EQ(utf8ToWinAnsi(out, sizeof out, c.text, '?', &loss), c.turned.size());
         EXPECT_EQ(std::string(out), c.turned);
         EXPECT_EQ(loss.count, c.lost);
         EXPECT_EQ(loss.first, c.first);
@@ -36,7 +36,7 @@ TEST(WinAnsi, TurnsCharactersIntoBytesAndCountsWhatItCannotTurn) {
     // Cut to the buffer: what is not written is not lost.
     char small[3];
     WinAnsiLoss loss{};
-    EXPECT_EQ(utf8ToWinAnsi(small, sizeof small, "\u00E9\u00E8\u20BF", &loss), 2u);
+    EXPECT_EQ(utf8ToWinAnsi(small, sizeof small, "\u00E9\u00E8\u20BF", '?', &loss), 2u);
     EXPECT_STREQ(small, "\xE9\xE8");
     EXPECT_EQ(loss.count, 0u);
 }
