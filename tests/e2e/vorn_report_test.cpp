@@ -77,7 +77,7 @@ protected:
     }
     // The names in the test's directory, in order.
     [[nodiscard]] std::string files() const {
-        return runProgram({"ls", "-x", "-w0", dir_.path()}).out;
+        return runProgram({"ls", "-A", "-x", "-w0", dir_.path()}).out;
     }
 
     TempDir dir_;
