@@ -67,8 +67,8 @@ std::int32_t updateSubsQuota(const char *key, void *value, void *) {
     const auto *subscription = static_cast<const Subscription *>(value);
     const std::int32_t max = opt_max_res;
     const std::int32_t action = opt_fullact_res;
-    quotaSetMax(subscription->quotaId, static_cast<std::uint16_t>(max));
-    quotaSetAction(subscription->quotaId, static_cast<std::uint8_t>(action));
+    quotaSetLimits(subscription->quotaId, static_cast<std::uint16_t>(max),
+                   static_cast<std::uint8_t>(action));
     dmon_log(2, "Update quota of '%s', max.files: %d, action: %d\n", key, max, action);
     return KV_NO_MATCH;
 }

@@ -145,8 +145,7 @@ int deleteAllReports() {
 }
 
 int updateReportQuota() {
-    quotaSetMax(reportQuotaId, reportMax());
-    quotaSetAction(reportQuotaId, reportAction());
+    quotaSetLimits(reportQuotaId, reportMax(), reportAction());
     return 0;
 }
 

@@ -112,6 +112,16 @@ int quotaSetAction(int handle, std::uint8_t action) {
     return QUOTA_OK;
 }
 
+int quotaSetLimits(int handle, std::uint16_t max, std::uint8_t action) {
+    const MutexGuard lock = lockMutex(&tableLock);
+    QuotaSlot *slot = findSlot(handle);
+    if (slot == nullptr) return QUOTA_NONE;
+    slot->max = max;
+    slot->action = action;
+    quotaEvaluate();
+    return QUOTA_OK;
+}
+
 int quotaGetCount(int handle) {
     const MutexGuard lock = lockMutex(&tableLock);
     const QuotaSlot *slot = findSlot(handle);

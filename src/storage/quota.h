@@ -28,7 +28,7 @@ using QuotaPurgeFn = int (*)(void *user, int keep);
 // Returns the number of files now present. Runs under the table's mutex.
 using QuotaCountFn = int (*)(void *user);
 
-// Clears the table and makes its mutex. Called once, before any other operation.
+// Clears the table. Called once, before any other operation.
 int quotaInit();
 
 // Takes a free slot for a directory of at most `max` files.
@@ -42,6 +42,9 @@ int quotaInstall(std::uint16_t max, std::uint8_t action, QuotaPurgeFn purge, Quo
 int quotaRemove(int handle);
 int quotaSetMax(int handle, std::uint16_t max);
 int quotaSetAction(int handle, std::uint8_t action);
+
+// Sets both and evaluates once: files are never deleted for an action that is no more.
+int quotaSetLimits(int handle, std::uint16_t max, std::uint8_t action);
 
 // The count as last known, 0 to 65535.
 int quotaGetCount(int handle);

@@ -107,6 +107,17 @@ TEST_F(Quota, KeepsMeasurementsDisabledWhileABlockingQuotaIsFull) {
               std::string(ENABLED) + DISABLED + ENABLED + DISABLED + ENABLED + DISABLED + ENABLED);
 }
 
+TEST_F(Quota, JudgesMaximumAndActionThatAreSetTogetherOnce) {
+    Folder folder{4};
+    const int handle = install(&folder, 5, FULL_PURGE);
+    EXPECT_EQ(quotaSetLimits(handle, 2, FULL_STOP), QUOTA_OK);
+    EXPECT_TRUE(folder.keeps.empty());
+    EXPECT_EQ(quotaSetLimits(handle, 3, FULL_PURGE), QUOTA_OK);
+    EXPECT_EQ(folder.keeps, std::vector{3});
+    EXPECT_EQ(quotaSetLimits(handle, 3, FULL_BLOCK), QUOTA_OK);
+    EXPECT_EQ(control(), "disabled -7");
+}
+
 TEST_F(Quota, PurgesWhatIsOverTheMaximumAndSaysWhatStays) {
     Folder folder{3};
     const int handle = install(&folder, 3, FULL_PURGE);
@@ -145,8 +156,9 @@ TEST_F(Quota, HasEightSlotsAndRefusesHandlesThatAreNotInUse) {
     EXPECT_EQ(quotaRemove(5), QUOTA_OK);
     for (const int h : {-1, 5, QUOTA_SLOTS})
         for (const int result :
-             {quotaRemove(h), quotaSetMax(h, 1), quotaSetAction(h, FULL_STOP), quotaGetCount(h),
-              quotaRefreshCount(h), quotaAddCount(h, 1), quotaCheckBefore(h, 1), quotaDeleteAll(h)})
+             {quotaRemove(h), quotaSetMax(h, 1), quotaSetAction(h, FULL_STOP),
+              quotaSetLimits(h, 1, FULL_STOP), quotaGetCount(h), quotaRefreshCount(h),
+              quotaAddCount(h, 1), quotaCheckBefore(h, 1), quotaDeleteAll(h)})
             EXPECT_EQ(result, QUOTA_NONE);
     EXPECT_EQ(install(&folder, 1, FULL_STOP), 5);
 }
