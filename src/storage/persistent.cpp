@@ -71,19 +71,18 @@ bool createStateFile(const char *path, const State &state) {
     return false;
 }
 
-// The eight bytes go out in one write over the old ones. A write that fails is not reported: the
-// number lives on in memory, and the next save writes it again.
-void overwriteStateFile(int file, const State &state) {
-    const ssize_t written = pwrite(file, state.bytes, STATE_SIZE, 0);
-    if (written == ssize_t{STATE_SIZE}) static_cast<void>(ftruncate(file, STATE_SIZE) == 0);
+// The eight bytes go out in one write over the old ones, so they are never torn.
+bool overwriteStateFile(int file, const State &state) {
+    if (pwrite(file, state.bytes, STATE_SIZE, 0) != ssize_t{STATE_SIZE}) return false;
+    static_cast<void>(ftruncate(file, STATE_SIZE) == 0);  // bytes behind them do not count
+    return fdatasync(file) == 0;
 }
 
 bool saveState(const char *path) {
     const State state;
     const DescriptorGuard file(open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
     if (file.get() < 0) return errno == ENOENT && createStateFile(path, state);
-    overwriteStateFile(file.get(), state);
-    return true;
+    return overwriteStateFile(file.get(), state);
 }
 
 }  // namespace
