@@ -86,8 +86,12 @@ int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int k
         char path[PATH_MAX];
         const int length = std::snprintf(path, sizeof path, "%s/%s", directory, listing.name(i));
         // A cut path may name another file.
-        if (length > 0 && static_cast<std::size_t>(length) < sizeof path) unlink(path);
-        dmon_log(2, "Deleted old file '%s'.\n", path);
+        const bool whole = length > 0 && static_cast<std::size_t>(length) < sizeof path;
+        if (!whole) errno = ENAMETOOLONG;
+        if (whole && unlink(path) == 0)
+            dmon_log(2, "Deleted old file '%s'.\n", path);
+        else
+            dmon_log(1, "Error: could not delete old file '%s': %s.\n", path, std::strerror(errno));
     }
     return listing.count() - surplus;
 }

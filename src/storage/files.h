@@ -50,7 +50,8 @@ int misc_alphasort(const struct dirent **a, const struct dirent **b);
 int countDirFiles(const char *directory, DirFilter filter);
 
 // Deletes the first accepted entries in the given order until `keep` are left, with a line at level
-// 2 each. Returns how many are left; one that could not be deleted counts as gone.
+// 2 each. Returns how many are left; one that could not be deleted counts as gone, after a message
+// at level 1.
 int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int keep);
 
 // Moves an existing file aside to the first free name with _01, _02 ... before its extension, so
