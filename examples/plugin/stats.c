@@ -11,15 +11,15 @@
  * that wrote the file has it, or the plug-in reads what is not there. An item without a value is
  * left out.
  *
- *   statsMin(of), statsMax(of), statsMean(of)   DOUBLE, absent for an empty series
- *   statsPercentile(of; percent)                DOUBLE, the number that so many percent do not
- * exceed statsCount(of)                              INT32, the length of the series, for iterate
- *   statsWithin(of; atleast; atmost)            UINT32, 1 when every number is within the limits,
- * for enabled-by statsTime(time)                             string, the time `start` or `stop` of
- * `app` in UTC
- *
  * In `enabled-by`, `from` and `to` a text with "@" names an item and is no call: there `app` has to
  * name the application. */
+/* clang-format off */
+/*   statsMin(of), statsMax(of), statsMean(of)  DOUBLE, absent for an empty series
+ *   statsPercentile(of; percent)               DOUBLE, what so many percent do not exceed
+ *   statsCount(of)                             INT32, the length of the series, for iterate
+ *   statsWithin(of; atleast; atmost)           UINT32, 1 when all are within limits, for enabled-by
+ *   statsTime(time)                            string, the `start` or `stop` of `app` in UTC */
+/* clang-format on */
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>

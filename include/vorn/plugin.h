@@ -288,6 +288,7 @@ int32_t kvSignal(KvStore *store, uint32_t word);
 int32_t kvSignalMask(KvStore *store, uint32_t bits, uint32_t operation);
 
 /* Waits for a word and takes it. `word` may be null; it gets 0 when none came. KV_OK or KV_TIMEOUT.
+ * A word that is set at the very moment of the time-out may still be taken.
  * Times: seconds, milliseconds, or an absolute time of CLOCK_REALTIME (null: KV_BAD_ARG). */
 int32_t kvWait(KvStore *store, uint32_t *word, uint32_t seconds);
 int32_t kvWaitms(KvStore *store, uint32_t *word, uint32_t milliseconds);
