@@ -106,7 +106,7 @@ TEST(PluginInterface, InstalledBuildsTheExampleWithCMakeAndRunsIt) {
     installed.make();
     for (const char *file :
          {"include/vorn/plugin.h", "share/doc/vorn/docs/plugins.md",
-          "share/doc/vorn/examples/tester.tpl", "share/bash-completion/completions/vornctl"})
+          "share/doc/vorn/examples/tester.res", "share/bash-completion/completions/vornctl"})
         EXPECT_TRUE(std::filesystem::exists(installed.path(file))) << file;
     EXPECT_EQ(readFile(installed.path("include/vorn/plugin.h")),
               readFile(source + "include/vorn/plugin.h"));
@@ -144,11 +144,18 @@ TEST(PluginInterface, InstalledCompilesByPkgConfigAsPlainCAndCpp) {
     // The first plug-in of the manual, as it stands there.
     const std::string manual = readFile(source + "docs/plugins.md");
     installed.dir.write("example/hello.c", textBetween(manual, "```c\n", "```"));
+    std::filesystem::copy(work + "/hello.c", work + "/hello.cpp");
     installed.dir.write("example/hello.tpl",
                         "<report>" + textBetween(manual, "    <report>", "    </report>"));
-    compile({VORN_CC, "-std=c99", "hello.c", "-o", "libhello.so"});
-    EXPECT_EQ(installed.report("hello.tpl", "hello.txt").err, "");
-    EXPECT_EQ(readFile(work + "/hello.txt").substr(3), "half of the errors: 8.5\r\n");
+    const std::vector<std::string> commands[] = {{VORN_CC, "-std=c99", "hello.c"},
+                                                 {VORN_CXX, "-std=c++11", "hello.cpp"}};
+    for (std::vector<std::string> command : commands) {
+        command.insert(command.end(), {"-o", "libhello.so"});
+        compile(command);
+        EXPECT_EQ(installed.report("hello.tpl", "hello.txt").err, "");
+        EXPECT_EQ(readFile(work + "/hello.txt").substr(3), "half of the errors: 8.5\r\n");
+        std::filesystem::remove(work + "/hello.txt");
+    }
     // No feature macro at all, and the oldest C++.
     installed.dir.write("example/bare.c", "#include <vorn/plugin.h>\nint used = KV_OK;\n");
     compile({VORN_CC, "-std=c99", "bare.c", "-o", "bare.so"});
@@ -157,7 +164,7 @@ TEST(PluginInterface, InstalledCompilesByPkgConfigAsPlainCAndCpp) {
 }
 
 // The service's own binary, with what is linked into it statically: threads of a plug-in wait in
-// it, and are cancelled in it.
+// it, and are cancelled in it. Exceptions come from a C++ library that is not the service's own.
 TEST(PluginInterface, IsWholeInTheService) {
     constexpr std::uint16_t REQ_MAKE_REPORT = 262;
     ServiceRun run;
