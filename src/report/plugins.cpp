@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <cxxabi.h>
 #include <dlfcn.h>
+#include <link.h>
 
 #include "dmon/dmon.h"
 #include "report/clause_args.h"
@@ -77,9 +79,22 @@ int readPluginClause(TemplateContext *ctx, std::string_view args, PluginClause *
     return MERGE_OK;
 }
 
+// Looks a symbol up in the library itself. dlsym goes on to the libraries that it depends on, whose
+// functions are not written to be called from a template: exit is one of them.
+void *findSymbol(void *handle, const char *name) {
+    void *symbol = dlsym(handle, name);
+    if (symbol == nullptr) return nullptr;
+    link_map *library = nullptr;
+    if (dlinfo(handle, RTLD_DI_LINKMAP, &library) != 0) return nullptr;
+    Dl_info info{};
+    void *home = nullptr;
+    if (dladdr1(symbol, &info, &home, RTLD_DL_LINKMAP) == 0) return nullptr;
+    return home == library ? symbol : nullptr;
+}
+
 // A library may say which interface it was built for; one that says another is not called.
 bool speaksOurAbi(TemplateContext *ctx, const PluginClause *clause) {
-    const auto *abi = static_cast<const int *>(dlsym(clause->plugin.handle, ABI_SYMBOL));
+    const auto *abi = static_cast<const int *>(findSymbol(clause->plugin.handle, ABI_SYMBOL));
     if (abi == nullptr || *abi == VORN_PLUGIN_ABI) return true;
     dmon_log(1, "Error in %s: library '%s' is built for plug-in interface %d, not %d.\n",
              getTemplateLine(ctx), clause->lib, *abi, VORN_PLUGIN_ABI);
@@ -109,8 +124,27 @@ Function asFunction(void *symbol) {
     return function;
 }
 
-int runFunction(TemplateContext *ctx, TemplatePlugin *plugin, void *symbol, PluginMode mode,
-                const TemplateParam *arguments, ItemValue *value) {
+// A function of a declared plug-in.
+struct PluginFunction {
+    TemplatePlugin *plugin;
+    char name[FUNCTION_NAME_SIZE];
+    void *symbol;
+};
+
+// The arguments of a call, freed on every way out of it.
+struct CallArguments {
+    CallArguments() = default;
+    CallArguments(const CallArguments &) = delete;
+    CallArguments &operator=(const CallArguments &) = delete;
+    ~CallArguments() { freeTemplateParams(first); }
+
+    TemplateParam *first = nullptr;
+};
+
+int runUnguarded(TemplateContext *ctx, const PluginFunction *function, PluginMode mode,
+                 const TemplateParam *arguments, ItemValue *value) {
+    TemplatePlugin *plugin = function->plugin;
+    void *symbol = function->symbol;
     if (mode == PLUGIN_INIT) {
         plugin->pluginData = asFunction<PluginInitFn>(symbol)(ctx->results, arguments, &ctx->dict);
         return MERGE_OK;
@@ -123,6 +157,24 @@ int runFunction(TemplateContext *ctx, TemplatePlugin *plugin, void *symbol, Plug
         asFunction<PluginValueFn>(symbol)(plugin->pluginData, arguments, value);
     if (result == 0) return MERGE_OK;
     return result == VORN_ITEM_MISSING ? MERGE_ITEM_NOT_FOUND : MERGE_PLUGIN_FAILED;
+}
+
+// Functions must not throw; the program outlives one that does. Only the unwinding of a cancelled
+// thread goes on, whose handler the C++ library gives a reference to nothing: no fault of ours.
+__attribute__((no_sanitize("undefined"))) int runFunction(TemplateContext *ctx,
+                                                          const PluginFunction *function,
+                                                          PluginMode mode,
+                                                          const TemplateParam *arguments,
+                                                          ItemValue *value) {
+    try {
+        return runUnguarded(ctx, function, mode, arguments, value);
+    } catch (abi::__forced_unwind &) {
+        throw;
+    } catch (...) {
+        dmon_log(1, "Error in %s: plugin function '%s' threw an exception.\n", getTemplateLine(ctx),
+                 function->name);
+        return MERGE_PLUGIN_FAILED;
+    }
 }
 
 }  // namespace
@@ -152,26 +204,25 @@ int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::s
     char text[TEMPLATE_TEXT_SIZE];
     copyPiece(text, call);
     const std::string_view argumentText = unclose_str(text, '(', ')');
-    char function[FUNCTION_NAME_SIZE];
-    trimcpy(function, text, sizeof function);
+    PluginFunction function{};
+    trimcpy(function.name, text, sizeof function.name);
 
-    TemplatePlugin *plugin = findPlugin(ctx, pluginName);
-    if (plugin == nullptr) {
+    function.plugin = findPlugin(ctx, pluginName);
+    if (function.plugin == nullptr) {
         dmon_log(1, "Error in %s: plugin '%.*s' not declared.\n", getTemplateLine(ctx),
                  static_cast<int>(pluginName.size()), pluginName.data());
         return MERGE_PLUGIN_FAILED;
     }
-    void *symbol = function[0] != '\0' ? dlsym(plugin->handle, function) : nullptr;
-    if (symbol == nullptr) {
+    if (function.name[0] != '\0')
+        function.symbol = findSymbol(function.plugin->handle, function.name);
+    if (function.symbol == nullptr) {
         dmon_log(1, "Error in %s: plugin function '%s' not found.\n", getTemplateLine(ctx),
-                 function);
+                 function.name);
         return MERGE_PLUGIN_FAILED;
     }
-    TemplateParam *arguments = nullptr;
-    parseParamPieces(ctx, argumentText, CALL_VALUE_SIZE, &arguments);
-    const int result = runFunction(ctx, plugin, symbol, mode, arguments, value);
-    freeTemplateParams(arguments);
-    return result;
+    CallArguments arguments;
+    parseParamPieces(ctx, argumentText, CALL_VALUE_SIZE, &arguments.first);
+    return runFunction(ctx, &function, mode, arguments.first, value);
 }
 
 int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value) {
@@ -185,10 +236,11 @@ int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value) {
         callPluginFunction(ctx, whole.substr(0, dot), whole.substr(dot + 1), PLUGIN_VALUE, value);
     if ((value->flags & ~VORN_VALUE_OWNED) == 0) return result;
     // Most likely a record that was never filled: its data is not for us to read or to free.
-    dmon_log(1, "Error in %s: plugin call '%s' gave a value with unknown flags 0x%02X.\n",
-             getTemplateLine(ctx), text, static_cast<unsigned>(value->flags));
+    if (result == MERGE_OK)
+        dmon_log(1, "Error in %s: plugin call '%s' gave a value with unknown flags 0x%02X.\n",
+                 getTemplateLine(ctx), text, static_cast<unsigned>(value->flags));
     *value = ItemValue{};
-    return MERGE_PLUGIN_FAILED;
+    return result != MERGE_OK ? result : MERGE_PLUGIN_FAILED;
 }
 
 int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *value) {

@@ -13,16 +13,18 @@ int declarePlugin(TemplateContext *ctx, std::string_view args);
 // What callPluginFunction calls the function as.
 enum PluginMode { PLUGIN_INIT = 0, PLUGIN_VALUE = 1, PLUGIN_END = 2 };
 
-// Calls a function of a declared plug-in.
+// Calls a function of a declared plug-in; it must stand in the plug-in's own library. An exception
+// that it lets out ends here, but the unwinding of a cancelled thread goes through.
 //   call   function(name:value;...)
 //   value  empty; the function fills it in mode PLUGIN_VALUE, and it may be null in the others
-// MERGE_OK, MERGE_ITEM_NOT_FOUND (the function says so), or MERGE_PLUGIN_FAILED.
+// MERGE_OK, MERGE_ITEM_NOT_FOUND (the function says so), or MERGE_PLUGIN_FAILED: no such plug-in or
+// function, or one that threw, after a message; or a value function says so.
 int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::string_view call,
                        PluginMode mode, ItemValue *value);
 
 // Calls plugin.function(name:value;...) as a value function. Results as above; MERGE_PLUGIN_FAILED,
-// after a message, also for a value with flags that nobody knows, which is then empty again. What
-// the value owns is the caller's, also after a failure.
+// after a message, also for a value with flags that nobody knows. With such flags the value comes
+// back empty. What it owns otherwise is the caller's, also after a failure.
 int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value);
 
 // Refuses a value that cannot be printed: an unknown type, or a type or an owner without data.

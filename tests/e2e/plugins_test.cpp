@@ -178,7 +178,15 @@ TEST(PluginInterface, IsWholeInTheService) {
     run.root.write("tarix/data/templates/c.tpl",
                    "<report><plugin name=c, init=start, lib=" + run.root.path("containers.so") +
                        ">\n" + rows + "</report>\n");
+    std::filesystem::create_symlink(VORN_TEST_PLUGIN_DIR "/throwing.so",
+                                    run.root.path("throwing.so"));
+    run.root.write("tarix/data/templates/t.tpl", "<report><plugin name=t, init=startOrThrow, lib=" +
+                                                     run.root.path("throwing.so") +
+                                                     "><row><value plugin=t.throwNumber()>");
     run.startServing();
+    EXPECT_NE(run.request(REQ_MAKE_REPORT, 0, 0, {"", "a.res", "t.tpl", "t.txt"}).param1, 0);
+    EXPECT_NE(run.log().find("plugin function 'throwNumber' threw an exception.\n"),
+              std::string::npos);
     ASSERT_EQ(run.request(REQ_MAKE_REPORT, 0, 0, {"", "a.res", "c.tpl", "c.txt"}).param1, 0)
         << run.log();
     EXPECT_EQ(run.root.read("tarix/data/reports/c.txt").substr(3), "ok\r\nok\r\nok\r\nok\r\n");

@@ -2,16 +2,19 @@
 // Plug-ins as a template uses them: real libraries, built as tests/plugins says.
 #include "report/plugins.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include "core/options.h"
 #include "output/conversions.h"
 #include "storage/strings.h"
 #include "support/merge_run.h"
+#include "util/guards.h"
 
 namespace {
 
@@ -26,7 +29,7 @@ class PluginRun : public MergeRun {
 public:
     PluginRun() : MergeRun(RESULTS) {
         copyPiece(opt_dictdir, ".");
-        for (const char *name : {"values.so", "values_next.so", "containers.so"})
+        for (const char *name : {"values.so", "values_next.so", "containers.so", "throwing.so"})
             std::filesystem::create_symlink(std::filesystem::path(VORN_TEST_PLUGIN_DIR) / name,
                                             dir().path(name));
     }
@@ -241,8 +244,10 @@ TEST(Plugins, SayWhatIsWrongWithACallInEachPlace) {
         {"averylongpluginname.f()", "no plugin name in function call.\n", MERGE_PLUGIN_FAILED},
         {"abcdefghijklmnop.f", "no plugin name in function call.\n", MERGE_PLUGIN_FAILED},
         {"st.rate()", "plugin function 'rate' not found.\n", MERGE_PLUGIN_FAILED},
+        {"st.getpid()", "plugin function 'getpid' not found.\n", MERGE_PLUGIN_FAILED},  // libc's
         {"st.give(result:5)", nullptr, MERGE_PLUGIN_FAILED},
         {"st.give(result:-3)", nullptr, MERGE_ITEM_NOT_FOUND},
+        {"st.give(type:3;flags:0xFF;result:-3)", nullptr, MERGE_ITEM_NOT_FOUND},
         {"st.give(type:3;owned:1;result:-1)", nullptr, MERGE_PLUGIN_FAILED},
         {"st.give(type:3;flags:0xFF)",  // never freed: it is not from malloc
          "plugin call 'st.give(type:3;flags:0xFF)' gave a value with unknown flags 0xFF.\n",
@@ -322,4 +327,47 @@ TEST(Plugins, FindTheStoreAndTheQueueWhole) {
     const MergeOutcome outcome = run.report(body);
     EXPECT_EQ(outcome.log, "");
     EXPECT_EQ(outcome.report, "store ok\r\nsignals ok\r\nqueue ok\r\nthreads ok\r\n");
+}
+
+TEST(Plugins, MayThrowWithoutHarm) {
+    PluginRun run;
+    // That the library depends on one for another interface does not count.
+    const std::string clause = "<plugin name=t, lib=./throwing.so, end=throwAtEnd(), init=";
+    const std::string place = "Error in main.tpl:2: ";
+    MergeOutcome outcome = run.report(clause + "startOrThrow(a:1)>");
+    EXPECT_EQ(outcome.log,
+              place + "plugin function 'startOrThrow' threw an exception.\n" + RETURNED_ERROR);
+    EXPECT_EQ(outcome.result, MERGE_TEMPLATE_ERROR);
+
+    outcome = run.report(clause + "startOrThrow()>" + START + row("t.throwNumber(a:1)"));
+    EXPECT_EQ(outcome.log, place + "plugin function 'throwNumber' threw an exception.\n" +
+                               RETURNED_ERROR + place +
+                               "plugin function 'throwAtEnd' threw an exception.\n");
+    EXPECT_EQ(outcome.result, MERGE_PLUGIN_FAILED);
+    EXPECT_EQ(run.trace(), "ifstats\nfinish\n");  // the next one is ended, too
+    EXPECT_FALSE(isLoaded(run, "throwing.so"));
+
+    outcome = run.report(clause + "startOrThrow()>");
+    EXPECT_EQ(outcome.log,
+              "Error in <unknown>: plugin function 'throwAtEnd' threw an exception.\n");
+    EXPECT_EQ(outcome.result, MERGE_OK);
+}
+
+TEST(Plugins, LetACancelledThreadGo) {
+    const HeapGuard<TemplateContext> ctx(
+        static_cast<TemplateContext *>(std::calloc(1, sizeof(TemplateContext))));
+    ctx->plugins[0].handle = dlopen(VORN_TEST_PLUGIN_DIR "/throwing.so", RTLD_NOW);
+    ctx->pluginCount = 1;
+    copyPiece(ctx->plugins[0].name, "t");
+    pthread_t thread;
+    const auto call = [](void *argument) -> void * {
+        ItemValue value{};
+        callPlugin(static_cast<TemplateContext *>(argument), "t.cancelThread(a:1)", &value);
+        return nullptr;
+    };
+    ASSERT_EQ(pthread_create(&thread, nullptr, call, ctx.get()), 0);
+    void *result = nullptr;
+    pthread_join(thread, &result);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    unloadPlugins(ctx.get());
 }
