@@ -146,12 +146,7 @@ void checkQuota(Findings *findings) {
     const std::string place = placeOf(opt_cfgfile, [](const ConfigLine &line) {
         return std::string_view(line.key) == "max-files";
     });
-    const std::int32_t max = opt_max_res;
-    const int kept = static_cast<std::uint16_t>(max);
-    if (kept != max) {
-        findings->add(place, "of the maximum " + std::to_string(max) + " the service keeps " +
-                                 std::to_string(kept));
-    }
+    const int kept = static_cast<std::uint16_t>(opt_max_res);
     if (kept == 0 && opt_fullact_res == FULL_PURGE) {
         findings->add(place, "purging with a maximum of 0 deletes every file as it is made");
     }

@@ -41,6 +41,8 @@ constexpr NamedNumber FULL_ACTIONS[] = {
 constexpr NamedNumber REPORT_FORMATS[] = {{"txt", 0}, {"pdf", 1}};
 constexpr NamedNumber NAME_FORMATS[] = {{"time", 0}, {"refseq", 1}};
 
+constexpr std::int32_t MAX_FILES_LIMIT = 65535;  // quotas keep 16 bits
+
 template <std::size_t N>
 const NamedNumber *findName(const NamedNumber (&names)[N], std::string_view name) {
     const NamedNumber *found = std::find_if(
@@ -72,6 +74,9 @@ bool applyMaxFiles(const ConfigKey &, const Place &at, const char *value) {
         return false;
     }
     const std::int32_t files = toInt32(value);
+    if (files < 1 || files > MAX_FILES_LIMIT)
+        dmon_log(1, "Warning in [%s:%d]: number of files '%s' is not in 1 to %d.\n", at.path,
+                 at.line, value, MAX_FILES_LIMIT);
     opt_max_res = files;
     opt_max_rpt = files;
     return true;

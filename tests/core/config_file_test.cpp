@@ -62,6 +62,7 @@ TEST_F(ConfigFile, SetsEveryOption) {
     EXPECT_EQ(load("max-files none\nautosave\nreference\nautoreport none\nautoname time\n"
                    "purge 0\nblock-error",
                    CONFIG_FAILED),
+              "Warning in [cfg:1]: number of files 'none' is not in 1 to 65535.\n"
               "Error in [cfg:7]: missing error code.\n");
     EXPECT_EQ(options(), "/r /t /p /c 0 0 0 0 0 -3 0 0 0 eng de /d ");
 }
@@ -76,6 +77,18 @@ TEST_F(ConfigFile, TakesTheLaterOfKeysThatSetTheSame) {
         load("autosave " + std::string(value), CONFIG_OK);
         EXPECT_EQ(opt_autosave, expected) << value;
     }
+}
+
+TEST_F(ConfigFile, WarnsOfNumbersThatQuotasCannotKeep) {
+    for (const auto &[value, expected] :
+         {std::pair{"fifty", 0}, {"0", 0}, {"-1", -1}, {"65536", 65536}}) {
+        EXPECT_EQ(load("\nmax-files " + std::string(value), CONFIG_OK),
+                  "Warning in [cfg:2]: number of files '" + std::string(value) +
+                      "' is not in 1 to 65535.\n");
+        EXPECT_EQ(opt_max_res, expected);
+        EXPECT_EQ(opt_max_rpt, expected);
+    }
+    EXPECT_EQ(load("max-files 1\nmax-files 65535", CONFIG_OK), "");
 }
 
 TEST_F(ConfigFile, StopsAtTheFirstErrorAndNamesItsPlace) {

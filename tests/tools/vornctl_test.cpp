@@ -223,6 +223,7 @@ TEST(VornctlCheckConfig, ReportsEveryFindingWithItsPlaceAndWritesNothing) {
 @/etc/tarix/vorn.cfg:3: path ')" +
                            cut + R"(' was cut at 63 characters.
 @/etc/tarix/vorn.cfg:4: unknown report format 'doc'.
+@/etc/tarix/vorn.cfg:6: number of files '65536' is not in 1 to 65535.
 @/tarix/data/vorn/vorn.sav: this is no state file; the service will not start
 @/etc/tarix/vorn/a.subs:2: missing subscription name.
 @/etc/tarix/vorn/a.subs:4: too many applications per subscription.
@@ -232,7 +233,6 @@ TEST(VornctlCheckConfig, ReportsEveryFindingWithItsPlaceAndWritesNothing) {
 @/etc/tarix/vorn.cfg:3: ')" +
                            cut +
                            R"(' does not exist
-@/etc/tarix/vorn.cfg:6: of the maximum 65536 the service keeps 0
 @/etc/tarix/vorn.cfg:6: purging with a maximum of 0 deletes every file as it is made
 @/etc/tarix/vorn/a.subs:1: application 'analysis1' has more than 8 characters and never matches
 @/etc/tarix/vorn/a.subs:1: template '@/tarix/data/templates/none.tpl' cannot be read
