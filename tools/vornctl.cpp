@@ -3,6 +3,7 @@
 // answers goes to standard output, what goes wrong to standard error and into the exit status.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <string>
@@ -30,10 +31,20 @@ const std::map<std::string, int> ACTIONS = {{"stop", 0}, {"block", 1}, {"purge",
 const std::map<std::string, int> FORMATS = {{"txt", 0}, {"pdf", 1}};
 const std::map<std::string, int> SWITCH = {{"on", 1}, {"off", 0}};
 
+// NX_PORT when it is a port to go to. The service takes a 0 too: the system's choice, which only
+// its log tells.
+std::string defaultPort() {
+    const char *text = std::getenv("NX_PORT");
+    const bool digits =
+        text != nullptr && *text != '\0' && text[std::strspn(text, "0123456789")] == '\0';
+    const long port = digits ? std::strtol(text, nullptr, 10) : 0;
+    return port >= 1 && port <= 65535 ? text : "55000";
+}
+
 // Where to go and how to answer: the options that every subcommand takes.
 struct Common {
     std::string host = "127.0.0.1";
-    std::string port = "55000";
+    std::string port = defaultPort();
     std::string root;
     double timeout = 0;  // seconds; 0: the subcommand's own
     bool json = false;
@@ -293,7 +304,6 @@ public:
         app_.require_subcommand(1);
         app_.add_option("--host", common_.host, "where the service listens (default: 127.0.0.1)");
         app_.add_option("--port", common_.port, "its port (default: NX_PORT, else 55000)")
-            ->envname("NX_PORT")
             ->check(CLI::Range(1, 65535));
         app_.add_option("--root", common_.root, "directory in front of fixed paths")
             ->envname("VORN_ROOT");
