@@ -90,13 +90,20 @@ void onSyncResponse(std::string_view text) {
 void *measSyncThread(void *) {
     constexpr unsigned RETRY_SECONDS = 5;
     KelpEvent event;
+    bool failing = false;
     for (;;) {
         // A message longer than the buffer would stay in the queue for ever if it were not cut.
         const ssize_t size = msgrcv(kelpQueueId, &event, sizeof event.text, 0, MSG_NOERROR);
         if (size < 0) {
-            if (errno != EINTR) sleep(RETRY_SECONDS);
+            if (errno == EINTR) continue;
+            if (!failing)
+                dmon_log(1, "Error receiving events: %s. Retrying...\n", std::strerror(errno));
+            failing = true;
+            sleep(RETRY_SECONDS);
             continue;
         }
+        if (failing) dmon_log(1, "Events are received again.\n");
+        failing = false;
         const std::string_view text(event.text, static_cast<std::size_t>(size));
         if (event.type == EVENT_APP)
             onAppEvent(text);

@@ -37,6 +37,7 @@ constexpr std::size_t BASE_NAME_SIZE = 40;
 // What the options said when a save began; clients may change them while it runs.
 struct SaveSettings {
     bool autoReport;
+    std::int32_t reportFormat;  // ReportFormat
     std::int16_t nameFormat;
     std::int32_t sequence;
 };
@@ -134,8 +135,7 @@ int saveResultsFile(const Subscription *subscription, const char (&path)[PATH_SI
     return SAVE_OK;
 }
 
-int makeAutoreport(const Subscription *subscription, const char *resultsPath) {
-    const std::int32_t format = opt_auto_fmt;
+int makeAutoreport(const Subscription *subscription, const char *resultsPath, std::int32_t format) {
     const char *slash = std::strrchr(resultsPath, '/');
     char reportPath[PATH_SIZE];
     joinPath(reportPath, sizeof reportPath, opt_rptdir, slash != nullptr ? slash + 1 : resultsPath);
@@ -158,8 +158,8 @@ int makeAutoreport(const Subscription *subscription, const char *resultsPath) {
 
 // Turns a results file into a report, which takes its place. A failed report leaves the results
 // file, and its count, as they are: what was measured is not lost.
-int replaceByReport(const Subscription *subscription, const char *path) {
-    const int error = makeAutoreport(subscription, path);
+int replaceByReport(const Subscription *subscription, const char *path, std::int32_t format) {
+    const int error = makeAutoreport(subscription, path, format);
     if (error != REPORT_OK) {
         dmon_log(1, "Error: could not generate autoreport from %s (err=%d).\n", path, error);
         return error;
@@ -177,7 +177,7 @@ void advanceSequence(std::int32_t used) {
 }
 
 int saveSubscriptionResults(const Subscription *subscription) {
-    const SaveSettings settings{opt_autorpt != 0, opt_autoname, opt_autoseq};
+    const SaveSettings settings{opt_autorpt != 0, opt_auto_fmt, opt_autoname, opt_autoseq};
     if (settings.autoReport && subscription->templateName[0] == '\0') {
         dmon_log(2, "Not autogenerating report for '%s' since template is not set.\n",
                  subscription->name);
@@ -191,7 +191,8 @@ int saveSubscriptionResults(const Subscription *subscription) {
     char path[PATH_SIZE];
     makeResultsPath(path, subscription, settings);
     int result = saveResultsFile(subscription, path);
-    if (result == SAVE_OK && settings.autoReport) result = replaceByReport(subscription, path);
+    if (result == SAVE_OK && settings.autoReport)
+        result = replaceByReport(subscription, path, settings.reportFormat);
     if (result == SAVE_OK && settings.nameFormat == NAME_BY_SEQUENCE)
         advanceSequence(settings.sequence);
     return result;
