@@ -6,13 +6,13 @@
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <unistd.h>
 
 #include "dmon/dmon.h"
+#include "host/guards.h"
 #include "nx/loop.h"
 
 namespace {
@@ -29,10 +29,6 @@ struct Address {
     sockaddr_storage storage;
     socklen_t size;
     bool loopback;
-};
-
-struct HeapFreer {
-    void operator()(void *block) const { std::free(block); }
 };
 
 // Takes a numeric address of either family. False for anything else.
@@ -81,7 +77,7 @@ int nx_create_server(NxServer *server, const NxConfig *config) {
     Address address{};
     if (!parseAddress(where, port, &address)) return NX_BAD_ADDRESS;
 
-    std::unique_ptr<NxLoop, HeapFreer> loop(static_cast<NxLoop *>(std::calloc(1, sizeof(NxLoop))));
+    host::HeapGuard<NxLoop> loop(static_cast<NxLoop *>(std::calloc(1, sizeof(NxLoop))));
     if (!loop) return ENOMEM;
     const int code = loopOpen(loop.get(), reinterpret_cast<const sockaddr *>(&address.storage),
                               address.size, config->connections, config->callback);

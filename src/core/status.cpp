@@ -63,6 +63,14 @@ int getStatusText(int, char *buffer, int size) {
 }  // namespace
 
 const DmonOps vorn_ops = {
-    nullptr, setDebugLevel,  ignoreRequest, getStatusCode, ignoreRequest,
-    nullptr, getDescription, getStatusText, nullptr,       nullptr,
+    .reserved0 = nullptr,
+    .setDebugLevel = setDebugLevel,
+    .request2 = ignoreRequest,
+    .statusCode = getStatusCode,
+    .request4 = ignoreRequest,
+    .reserved5 = nullptr,
+    .description = getDescription,
+    .statusText = getStatusText,
+    .reserved8 = nullptr,
+    .reserved9 = nullptr,
 };

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "storage/time_format.h"
 
+#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 
@@ -17,8 +18,8 @@ int formatRelTime(char *buffer, std::size_t size, std::int64_t seconds) {
     if (seconds < DAY)
         std::snprintf(buffer, size, "%02d:%02d:%02d", hours, minutes, ofDay % 60);
     else
-        std::snprintf(buffer, size, "%ld/%02d:%02d:%02d", static_cast<long>(seconds / DAY), hours,
-                      minutes, ofDay % 60);
+        std::snprintf(buffer, size, "%" PRId64 "/%02d:%02d:%02d", seconds / DAY, hours, minutes,
+                      ofDay % 60);
     return 0;
 }
 
