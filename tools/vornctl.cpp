@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "server/requests.h"
+#include "storage/quota.h"
 #include "vornctl_check.h"
 #include "vornctl_client.h"
 #include "vornctl_texts.h"
@@ -27,7 +28,8 @@ constexpr double REPORT_TIMEOUT_S = 600;  // the reply comes when the report is 
 constexpr int QUOTA_MAX = 65535;          // the service keeps 16 bits of it
 
 const std::map<std::string, int> QUOTAS = {{"results", QUOTA_RESULTS}, {"reports", QUOTA_REPORTS}};
-const std::map<std::string, int> ACTIONS = {{"stop", 0}, {"block", 1}, {"purge", 2}};
+const std::map<std::string, int> ACTIONS = {
+    {"stop", FULL_STOP}, {"block", FULL_BLOCK}, {"purge", FULL_PURGE}};
 const std::map<std::string, int> FORMATS = {{"txt", 0}, {"pdf", 1}};
 const std::map<std::string, int> SWITCH = {{"on", 1}, {"off", 0}};
 

@@ -156,7 +156,7 @@ void checkQuota(Findings *findings) {
 std::size_t longestFileName() {
     const std::size_t byNumber =
         std::string_view(opt_refname.get().text).size() + NUMBER_NAME_LENGTH;
-    return opt_autoname == 1 ? byNumber : TIME_NAME_LENGTH;
+    return opt_autoname == NAME_BY_SEQUENCE ? byNumber : TIME_NAME_LENGTH;
 }
 
 void checkLength(Findings *findings, const std::string &place, const std::string &what,

@@ -10,6 +10,7 @@
 #include "core/config_lines.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
+#include "output/dump_backend.h"
 #include "storage/files.h"
 #include "storage/quota.h"
 #include "storage/strings.h"
@@ -38,8 +39,8 @@ struct NamedNumber {
 
 constexpr NamedNumber FULL_ACTIONS[] = {
     {"stop", FULL_STOP}, {"block", FULL_BLOCK}, {"purge", FULL_PURGE}};
-constexpr NamedNumber REPORT_FORMATS[] = {{"txt", 0}, {"pdf", 1}};
-constexpr NamedNumber NAME_FORMATS[] = {{"time", 0}, {"refseq", 1}};
+constexpr NamedNumber REPORT_FORMATS[] = {{"txt", RPT_FMT_TXT}, {"pdf", RPT_FMT_PDF}};
+constexpr NamedNumber NAME_FORMATS[] = {{"time", NAME_BY_TIME}, {"refseq", NAME_BY_SEQUENCE}};
 
 constexpr std::int32_t MAX_FILES_LIMIT = 65535;  // quotas keep 16 bits
 

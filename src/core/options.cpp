@@ -3,6 +3,7 @@
 
 #include <climits>
 
+#include "output/dump_backend.h"
 #include "storage/files.h"
 #include "storage/quota.h"
 #include "storage/strings.h"
@@ -67,9 +68,9 @@ int setDefaults() {
     opt_fullerr = -1;
     opt_autosave = 0;
     opt_autorpt = 0;
-    opt_auto_fmt = 1;
+    opt_auto_fmt = RPT_FMT_PDF;
     opt_auto_flags = 1;
-    opt_autoname = 0;
+    opt_autoname = NAME_BY_TIME;
     opt_refname.set("");
     opt_autoseq = 1;
     opt_num_subs = 0;

@@ -48,6 +48,9 @@ private:
 
 constexpr std::size_t OPTION_PATH_SIZE = 64;
 
+// How results files are named. The numbers are those of the request protocol.
+enum NameFormat : std::int16_t { NAME_BY_TIME = 0, NAME_BY_SEQUENCE = 1 };
+
 // Set before the first thread starts.
 extern std::int32_t opt_fgnd;
 extern std::int32_t opt_debug;
@@ -74,7 +77,7 @@ extern std::atomic<std::int32_t> opt_fullact_rpt;  // FullAction
 extern std::atomic<std::int32_t> opt_autosave;     // save results on synchronisation
 extern std::atomic<std::int32_t> opt_autorpt;      // make a report of each results file
 extern std::atomic<std::int32_t> opt_auto_fmt;     // ReportFormat of automatic reports
-extern std::atomic<std::int16_t> opt_autoname;     // 0: by time; 1: by reference and sequence
+extern std::atomic<std::int16_t> opt_autoname;     // NameFormat
 extern OptionText<32> opt_refname;                 // reference of sequence names
 extern std::atomic<std::int32_t> opt_autoseq;      // next sequence number
 

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <string_view>
 
 #include "core/options.h"
 #include "dmon/dmon.h"
@@ -26,9 +25,7 @@ Subscription *findSubscription(const char *name) {
 // ---- the results quota of a subscription; run under the quota table's mutex ----
 
 int isResultsFile(const struct dirent *entry) {
-    constexpr std::string_view ENDING = ".res";
-    const std::string_view name = entry->d_name;
-    return entry->d_type == DT_REG && name.size() > ENDING.size() && name.ends_with(ENDING) ? 1 : 0;
+    return isFileEndingIn(entry, ".res") ? 1 : 0;
 }
 
 int countResultsFiles(void *user) {

@@ -29,8 +29,6 @@ enum SaveResult : int {
     SAVE_QUOTA_FULL = -5,  // no room for one more results file
 };
 
-enum NameFormat : std::int16_t { NAME_BY_TIME = 0, NAME_BY_SEQUENCE = 1 };
-
 constexpr std::size_t PATH_SIZE = 64;
 constexpr std::size_t BASE_NAME_SIZE = 40;
 

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <string_view>
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -30,14 +29,8 @@ struct ResultsFreer {
 };
 using ResultsGuard = std::unique_ptr<Results, ResultsFreer>;
 
-constexpr std::size_t EXTENSION_LENGTH = 4;
-
 int isReportFile(const struct dirent *entry) {
-    const std::string_view name = entry->d_name;
-    return entry->d_type == DT_REG && name.size() > EXTENSION_LENGTH &&
-                   (name.ends_with(".pdf") || name.ends_with(".txt"))
-               ? 1
-               : 0;
+    return isFileEndingIn(entry, ".pdf") || isFileEndingIn(entry, ".txt") ? 1 : 0;
 }
 
 // The modification time in whole seconds; false when the file cannot be examined.

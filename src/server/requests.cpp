@@ -12,6 +12,7 @@
 #include "core/subscription.h"
 #include "dmon/dmon.h"
 #include "listener/commands.h"
+#include "output/dump_backend.h"
 #include "report/report.h"
 #include "report/user_vars.h"
 #include "storage/files.h"
@@ -23,8 +24,7 @@
 namespace {
 
 constexpr std::uint32_t LAST_FULL_ACTION = FULL_PURGE;
-constexpr std::uint32_t LAST_REPORT_FORMAT = 1;
-constexpr std::int16_t NAME_BY_SEQUENCE = 1;  // of opt_autoname
+constexpr std::uint32_t LAST_REPORT_FORMAT = RPT_FMT_PDF;
 constexpr std::size_t REPORT_NAME_MAX = 39;
 
 // ---- fields ----

@@ -65,10 +65,13 @@ bool joinPath(char *out, std::size_t size, const char *directory, const char *na
     return fitsOrWarn(out, size, std::snprintf(out, size, "%s/%s", directory, name));
 }
 
-int isSubsFile(const struct dirent *entry) {
-    constexpr std::string_view ENDING = ".subs";
+bool isFileEndingIn(const struct dirent *entry, std::string_view ending) {
     const std::string_view name = entry->d_name;
-    return entry->d_type == DT_REG && name.size() > ENDING.size() && name.ends_with(ENDING) ? 1 : 0;
+    return entry->d_type == DT_REG && name.size() > ending.size() && name.ends_with(ending);
+}
+
+int isSubsFile(const struct dirent *entry) {
+    return isFileEndingIn(entry, ".subs") ? 1 : 0;
 }
 
 int misc_alphasort(const struct dirent **a, const struct dirent **b) {

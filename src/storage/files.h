@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string_view>
 
 #include <dirent.h>
 
@@ -39,6 +40,9 @@ FileGuard openForReading(const char *path);
 // in the log that shows it: the one place that says so.
 bool copyPath(char *out, std::size_t size, const char *path);
 bool joinPath(char *out, std::size_t size, const char *directory, const char *name);
+
+// True for a regular file whose name ends in `ending` and is longer than that.
+bool isFileEndingIn(const struct dirent *entry, std::string_view ending);
 
 // True for a regular file whose name is longer than 5 characters and ends in ".subs".
 int isSubsFile(const struct dirent *entry);
