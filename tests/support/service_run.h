@@ -75,9 +75,10 @@ public:
     // The names in a directory below the root, in order, with a blank between them.
     [[nodiscard]] std::string files(const std::string &directory) const;
 
-private:
+    // Where it serves clients.
     [[nodiscard]] int port() const;
 
+private:
     pid_t pid_ = -1;
     int log_;
 };
