@@ -20,7 +20,7 @@ enum PdfResult : int {
     PDF_TOO_MANY_OBJECTS = -7,  // an object number above 65535
 };
 
-constexpr std::uint32_t PDF_BLOCK_SIZE = 32768;
+constexpr std::uint32_t PDF_BLOCK_SIZE = 131072;
 
 struct PdfSink {
     std::FILE *stream;

@@ -185,7 +185,7 @@ TEST(PdfWriter, ReportsAStreamThatFails) {
         const FileGuard small(fmemopen(nullptr, 40, "w"));
         EXPECT_EQ(pdf_begin(doc.get(), &INFO, small.get()), PDF_OK);
         int result = PDF_OK;
-        for (int i = 0; i < 10000 && result == PDF_OK; i++)
+        for (int i = 0; i < 50000 && result == PDF_OK; i++)
             result = byLines ? pdf_add_text_line(doc.get(), "text") : pdf_page_break(doc.get());
         EXPECT_EQ(result, PDF_WRITE_FAILED) << byLines;
         const std::size_t objects = doc->objectCount;
