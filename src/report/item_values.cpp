@@ -62,9 +62,12 @@ static_assert(std::size(noFieldMessages) == FIELD_COUNT);
 // Gives the value a copy of a text. A short one is filled up with NULs: an iteration bound reads a
 // whole word of it.
 void ownText(ItemValue *value, std::string_view text) {
-    auto *copy =
-        static_cast<char *>(std::calloc(1, std::max(text.size() + 1, sizeof(std::int32_t))));
-    if (copy != nullptr) text.copy(copy, text.size());
+    const std::size_t size = std::max(text.size() + 1, sizeof(std::int32_t));
+    auto *copy = static_cast<char *>(std::malloc(size));
+    if (copy != nullptr) {
+        text.copy(copy, text.size());
+        std::memset(copy + text.size(), 0, size - text.size());
+    }
     value->type = VORN_TYPE_STRING;
     value->data = copy;
     value->flags = VORN_VALUE_OWNED;
@@ -72,10 +75,13 @@ void ownText(ItemValue *value, std::string_view text) {
 
 // The label, or the entry's number when it has none.
 void takeSelection(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
+    if (reg->as.selection.label != nullptr) {
+        ownText(value, dictResolvGet(&ctx->dict, reg->as.selection.label));
+        return;
+    }
     char number[4];
     std::snprintf(number, sizeof number, "%u", static_cast<unsigned>(reg->as.selection.selValue));
-    const char *label = reg->as.selection.label;
-    ownText(value, label != nullptr ? dictResolvGet(&ctx->dict, label) : number);
+    ownText(value, number);
 }
 
 // The labels of the set bits, joined by ",": as many as fit. A bit without a label shows its
