@@ -92,6 +92,18 @@ void *findSymbol(void *handle, const char *name) {
     return home == library ? symbol : nullptr;
 }
 
+// The same for a function: a variable that a template names is not called.
+void *findFunction(void *handle, const char *name) {
+    void *symbol = findSymbol(handle, name);
+    Dl_info info{};
+    void *entry = nullptr;  // of the library's symbol table; null for what it does not list
+    if (symbol == nullptr || dladdr1(symbol, &info, &entry, RTLD_DL_SYMENT) == 0) return nullptr;
+    const auto *described = static_cast<const ElfW(Sym) *>(entry);
+    // The type is the low four bits of the info byte in ELF of either size.
+    const bool variable = described != nullptr && ELF32_ST_TYPE(described->st_info) == STT_OBJECT;
+    return variable ? nullptr : symbol;
+}
+
 // A library may say which interface it was built for; one that says another is not called.
 bool speaksOurAbi(TemplateContext *ctx, const PluginClause *clause) {
     const auto *abi = static_cast<const int *>(findSymbol(clause->plugin.handle, ABI_SYMBOL));
@@ -214,7 +226,7 @@ int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::s
         return MERGE_PLUGIN_FAILED;
     }
     if (function.name[0] != '\0')
-        function.symbol = findSymbol(function.plugin->handle, function.name);
+        function.symbol = findFunction(function.plugin->handle, function.name);
     if (function.symbol == nullptr) {
         dmon_log(1, "Error in %s: plugin function '%s' not found.\n", getTemplateLine(ctx),
                  function.name);

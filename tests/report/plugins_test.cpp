@@ -245,6 +245,8 @@ TEST(Plugins, SayWhatIsWrongWithACallInEachPlace) {
         {"abcdefghijklmnop.f", "no plugin name in function call.\n", MERGE_PLUGIN_FAILED},
         {"st.rate()", "plugin function 'rate' not found.\n", MERGE_PLUGIN_FAILED},
         {"st.getpid()", "plugin function 'getpid' not found.\n", MERGE_PLUGIN_FAILED},  // libc's
+        {"st.vorn_plugin_abi()", "plugin function 'vorn_plugin_abi' not found.\n",
+         MERGE_PLUGIN_FAILED},
         {"st.give(result:5)", nullptr, MERGE_PLUGIN_FAILED},
         {"st.give(result:-3)", nullptr, MERGE_ITEM_NOT_FOUND},
         {"st.give(type:3;flags:0xFF;result:-3)", nullptr, MERGE_ITEM_NOT_FOUND},
