@@ -14,6 +14,9 @@ file(CONFIGURE OUTPUT ${VORN_PLUGIN_MAP} CONTENT "{ global:\n${text};\nlocal: *;
 function(vorn_export_plugin_interface target)
     # ENABLE_EXPORTS would export every function of ours.
     set_target_properties(${target} PROPERTIES ENABLE_EXPORTS OFF)
+    # Where plug-ins are found by name, as those that come along are.
+    set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+        INSTALL_RPATH "$ORIGIN/../lib/vorn")
     # The program itself calls only some of them; the others are named, so that the linker takes them
     # out of the static libraries too.
     list(TRANSFORM VORN_PLUGIN_FUNCTIONS PREPEND "-Wl,--undefined=" OUTPUT_VARIABLE wanted)

@@ -83,8 +83,9 @@ enum {
 enum { VORN_FIELD_VALUE, VORN_FIELD_SECS, VORN_FIELD_RATE, VORN_FIELD_MIN, VORN_FIELD_MAX };
 
 /* One item of an application. Texts and arrays belong to the record; a label may be null. An array
- * has `length` elements of 1, 2 or 4 bytes in host order, with no word here on which: the
- * application that wrote the file defines that. */
+ * has `length` elements of 1, 2 or 4 bytes in host order; when it has any, the uint64_t right
+ * before `data` is their size in bytes together. Whether they are signed is for the application
+ * that wrote the file to say. */
 typedef struct RegisterRecord RegisterRecord;
 struct RegisterRecord {
     char *name;

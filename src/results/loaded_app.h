@@ -39,7 +39,8 @@ inline auto applicationNames(const LoadedApp &first) {
     };
 }
 
-// Stands in front of an array register's data.
+// Stands right in front of an array register's data: vorn/plugin.h tells plug-ins of it.
 struct ArrayHeader {
     std::uint64_t bytes;
 };
+static_assert(sizeof(ArrayHeader) == sizeof(std::uint64_t));
