@@ -2,6 +2,7 @@
 // What clients' requests do to the running service: vornctl against vorn.
 #include <gtest/gtest.h>
 
+#include "support/build_paths.h"
 #include "support/service_run.h"
 
 namespace {
@@ -21,8 +22,7 @@ protected:
     }
 
     Outcome ctl(std::vector<std::string> words) {
-        words.insert(words.begin(),
-                     {VORN_BIN_DIR "/vornctl", "--port", std::to_string(run.port())});
+        words.insert(words.begin(), {binDir() + "/vornctl", "--port", std::to_string(run.port())});
         return runProgram(words);
     }
     void done(const std::vector<std::string> &words) {

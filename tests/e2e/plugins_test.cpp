@@ -8,13 +8,14 @@
 
 #include <gtest/gtest.h>
 
+#include "support/build_paths.h"
 #include "support/program.h"
 #include "support/service_run.h"
 #include "support/temp_dir.h"
 
 namespace {
 
-const std::string source = VORN_SOURCE_DIR "/";
+const std::string source = sourceDir() + "/";
 const std::string example = source + "examples/plugin/";
 constexpr char PREFIX[] = "/opt/vorn";
 
@@ -42,7 +43,7 @@ std::set<std::string> declaredFunctions() {
 // The dynamic symbols that a program defines, without those that it took over from a library, whose
 // names end in "@VERSION".
 std::set<std::string> exportedSymbols(const std::string &program) {
-    const Outcome nm = runProgram({"nm", "-D", "-P", "--defined-only", VORN_BIN_DIR "/" + program});
+    const Outcome nm = runProgram({"nm", "-D", "-P", "--defined-only", binDir() + "/" + program});
     EXPECT_EQ(nm.status, 0) << nm.err;
     std::set<std::string> names;
     std::istringstream lines(nm.out);

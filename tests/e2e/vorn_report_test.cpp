@@ -11,13 +11,14 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "support/build_paths.h"
 #include "support/program.h"
 #include "support/temp_dir.h"
 
 namespace {
 
-const std::string examples = VORN_SOURCE_DIR "/examples/";
-const std::string goldenDir = VORN_SOURCE_DIR "/tests/e2e/golden/";
+const std::string examples = sourceDir() + "/examples/";
+const std::string goldenDir = sourceDir() + "/tests/e2e/golden/";
 const char smallResults[] =
     "okra 1\napp if start=1700000000 stop=1700003600\n"
     "reg u32 frames value=1536 min=0 max=2000\n"
@@ -60,7 +61,7 @@ protected:
     }
     // Runs the program in the test's directory.
     Outcome run(std::vector<std::string> words = {"s.res", "t.tpl", "out.txt"}) const {
-        words.insert(words.begin(), VORN_BIN_DIR "/vorn-report");
+        words.insert(words.begin(), binDir() + "/vorn-report");
         return runProgram(words, dir_.path());
     }
     Outcome makeExample(const std::string &language, const char *output) const {
@@ -306,7 +307,7 @@ TEST_F(VornReport, SaysThatAFileMustNotGrowAndLeavesNothingOfIt) {
     for (const auto &[output, log] :
          {std::pair{"out.txt", "Error writing report file 'out.txt': File too large\n"},
           {"out.pdf", "Error closing PDF output (err=-2).\n"}}) {
-        const std::string limited = "ulimit -f 2; exec " VORN_BIN_DIR "/vorn-report s.res t.tpl ";
+        const std::string limited = "ulimit -f 2; exec " + binDir() + "/vorn-report s.res t.tpl ";
         const Outcome outcome = runProgram({"sh", "-c", limited + output}, dir_.path());
         EXPECT_EQ(std::to_string(outcome.status) + outcome.err, std::string("1") + log);
         EXPECT_EQ(runProgram({"ls", "-A", dir_.path()}).out, "s.res\nt.tpl\n");

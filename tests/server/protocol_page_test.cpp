@@ -10,6 +10,7 @@
 #include "core/options.h"
 #include "report/user_vars.h"
 #include "server/server.h"
+#include "support/build_paths.h"
 #include "support/program.h"
 #include "support/request_server.h"
 
@@ -22,7 +23,7 @@ std::string fromPage(const std::string &kind, const std::string &expression) {
                        "page = open(sys.argv[1]).read()\n"
                        "block = page.split('```' + sys.argv[2] + '\\n')[1].split('```\\n')[0]\n" +
                            expression,
-                       VORN_SOURCE_DIR "/docs/protocol.md", kind})
+                       sourceDir() + "/docs/protocol.md", kind})
         .out;
 }
 

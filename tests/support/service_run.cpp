@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include "pktio/wire.h"
+#include "support/build_paths.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -85,8 +86,7 @@ void ServiceRun::app(const std::string &name, const std::string &startTime) cons
 }
 
 std::string ServiceRun::sim(const std::vector<std::string> &words) const {
-    std::vector<std::string> command = {"env", "VORN_ROOT=" + root.path(),
-                                        VORN_BIN_DIR "/tarix-sim"};
+    std::vector<std::string> command = {"env", "VORN_ROOT=" + root.path(), binDir() + "/tarix-sim"};
     command.insert(command.end(), words.begin(), words.end());
     const Outcome outcome = runProgram(command);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -94,7 +94,7 @@ std::string ServiceRun::sim(const std::vector<std::string> &words) const {
 }
 
 void ServiceRun::start(const std::vector<std::string> &arguments) {
-    const std::string program = VORN_BIN_DIR "/vorn";
+    const std::string program = binDir() + "/vorn";
     pid_ = fork();
     if (pid_ != 0) return;
     setenv("VORN_ROOT", root.path().c_str(), 1);

@@ -11,6 +11,7 @@
 #include <sys/msg.h>
 
 #include "okra/okra.h"
+#include "support/build_paths.h"
 #include "support/program.h"
 #include "support/temp_dir.h"
 #include "support/test_queue.h"
@@ -23,7 +24,7 @@ protected:
 
     // Runs the simulator; its output, or "1: " and the line on standard error.
     static std::string sim(std::vector<std::string> words) {
-        words.insert(words.begin(), VORN_BIN_DIR "/tarix-sim");
+        words.insert(words.begin(), binDir() + "/tarix-sim");
         const Outcome outcome = runProgram(words);
         return (outcome.status == 0 ? "" : std::to_string(outcome.status) + ": ") + outcome.err +
                outcome.out;

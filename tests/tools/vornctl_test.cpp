@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "server/requests.h"
+#include "support/build_paths.h"
 #include "support/program.h"
 #include "support/request_server.h"
 #include "support/temp_dir.h"
@@ -42,7 +43,7 @@ int answer(void *, void *, const PktMessage *request, PktMessage *reply) {
 
 // Runs the program with words as a shell reads them; its status and all it says.
 std::string vornctl(const std::string &words) {
-    const Outcome outcome = runProgram({"sh", "-c", VORN_BIN_DIR "/vornctl " + words});
+    const Outcome outcome = runProgram({"sh", "-c", binDir() + "/vornctl " + words});
     return std::to_string(outcome.status) + " " + outcome.out + outcome.err;
 }
 
