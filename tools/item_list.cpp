@@ -9,11 +9,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <set>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
 
-#include "dmon/dmon.h"
 #include "results/results.h"
 
 namespace {
@@ -26,6 +26,7 @@ constexpr std::size_t ELEMENTS_SHOWN = 8;
 constexpr const char *kindNames[] = {
     "selection",           "bit set", "UINT32", "INT32", "UINT64", "FLOAT", "DOUBLE", "counter",
     "UINT32 with seconds", "array"};
+static_assert(std::size(kindNames) == VORN_REG_ARRAY + 1);
 
 // The conversion of a row's cstyle that prints a value of this type.
 struct TypeFormat {
@@ -66,11 +67,16 @@ bool standsInArgument(const std::string &text) {
            printable(text) == text;
 }
 
-// Whether a link leads to the register: equal names hide each other.
-bool reaches(const std::string &link, const Results *results, const RegisterRecord *reg) {
-    if (!standsInArgument(link)) return false;
-    std::string text = link;
-    return getAppItemResult(text.data(), results, nullptr, nullptr) == reg;
+// The names of applications, or of one application's registers, so far: equal ones hide behind the
+// first.
+using Names = std::set<std::string_view>;
+
+// Whether a link leads to the register: the first "@" ends the application's name, and a ":" or "["
+// the register's.
+bool reaches(bool firstOfName, const Results *app, const RegisterRecord *reg) {
+    return firstOfName && std::string_view(app->name).find('@') == std::string_view::npos &&
+           std::string_view(reg->name).find_first_of(":[") == std::string_view::npos &&
+           standsInArgument(std::string(app->name) + '@' + reg->name);
 }
 
 // JSON has no number for these: they are the texts that a report shows.
@@ -107,9 +113,9 @@ std::string bitSetText(const RegisterRecord &reg) {
 // The texts and values of one register.
 class LinkList {
 public:
-    LinkList(const Results *results, const Results *app, const RegisterRecord *reg)
+    LinkList(const Results *app, const RegisterRecord *reg, bool firstOfName)
         : base_(std::string(app->name) + '@' + reg->name),
-          reachable_(reaches(base_, results, reg)),
+          reachable_(reaches(firstOfName, app, reg)),
           valid_(reg->valid != 0) {}
 
     void add(const std::string &suffix, const char *type, Json value) {
@@ -145,8 +151,8 @@ void addArray(LinkList *links, const RegisterRecord &reg) {
     }
 }
 
-Json linksOf(const Results *results, const Results *app, const RegisterRecord &reg) {
-    LinkList links(results, app, &reg);
+Json linksOf(const Results *app, const RegisterRecord &reg, bool firstOfName) {
+    LinkList links(app, &reg, firstOfName);
     switch (reg.kind) {
         case VORN_REG_SELECTION:
             links.add("", "string", selectionText(reg));
@@ -213,18 +219,19 @@ Json timesOf(const Results *results, const Results *app) {
 }
 
 Json itemList(const Results *results) {
-    // A text that reaches nothing is a finding here, not an error.
-    const int level = dmon_level();
-    dmon_set_level(0);
     Json apps = Json::array();
+    Names appNames;
     for (const Results *app = results; app != nullptr; app = app->next) {
         Json registers = Json::array();
+        Names registerNames;
+        const bool firstApp = appNames.insert(app->name).second;
         for (std::int32_t i = 0; i < app->regCount; ++i) {
             const RegisterRecord &reg = app->regs[i];
             Json entry = {
                 {"name", reg.name}, {"kind", kindNames[reg.kind]}, {"valid", reg.valid != 0}};
             if (reg.kind == VORN_REG_ARRAY) entry["length"] = reg.as.array.length;
-            entry["links"] = linksOf(results, app, reg);
+            const bool firstRegister = registerNames.insert(reg.name).second;
+            entry["links"] = linksOf(app, reg, firstApp && firstRegister);
             registers.push_back(std::move(entry));
         }
         apps.push_back({{"name", app->name},
@@ -232,7 +239,6 @@ Json itemList(const Results *results) {
                         {"times", timesOf(results, app)},
                         {"registers", std::move(registers)}});
     }
-    dmon_set_level(level);
     return {{"applications", std::move(apps)}};
 }
 

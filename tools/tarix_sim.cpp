@@ -131,7 +131,7 @@ void postEvent(const char *app, std::uint32_t mask) {
     std::size_t count = 0;
     check(okraReadSubscribers(ids, &count));
     Message message{APP_EVENT, {}};
-    std::memcpy(message.bytes, &mask, sizeof(mask));
+    std::memcpy(message.bytes, &mask, sizeof mask);
     std::snprintf(message.bytes + 4, OKRA_APP_NAME_MAX + 1, "%s", app);
     post(message, 4 + OKRA_APP_NAME_MAX + 1, {ids, ids + count});
 }

@@ -1,26 +1,26 @@
 // SPDX-License-Identifier: MIT
-// The service's own readers say what is wrong in a file, through the log, which is caught here.
-// What they accept but what will not work is then looked for in what they have read.
+// The service's own readers say what is wrong in a file. What they accept but what will not work is
+// then looked for in what they have read.
 #include "vornctl_check.h"
 
+#include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
-#include <functional>
-#include <sstream>
-#include <utility>
+#include <ctime>
+#include <map>
+#include <set>
 
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/config_file.h"
-#include "core/config_lines.h"
 #include "core/options.h"
 #include "core/subscription_files.h"
-#include "dmon/dmon.h"
 #include "storage/files.h"
 #include "storage/persistent.h"
 #include "storage/quota.h"
+#include "storage/strings.h"
 #include "util/guards.h"
 #include "util/root_path.h"
 
@@ -29,80 +29,48 @@ namespace {
 constexpr int QUOTAS_FOR_SUBSCRIPTIONS = QUOTA_SLOTS - 1;  // the report quota takes one
 constexpr std::size_t PATH_LENGTH = OPTION_PATH_SIZE - 1;
 constexpr std::size_t APP_NAME_LENGTH = 8;  // the application manager is asked for no more
-constexpr std::size_t STAMP_LENGTH = 27;    // of a log line: time, level and blanks
 constexpr std::size_t TIME_NAME_LENGTH = std::string_view("2026-05-01-101500.res").size();
 constexpr std::size_t NUMBER_NAME_LENGTH = std::string_view("00001.res").size();
 
 struct Findings {
     std::vector<std::string> lines;
+    std::string lastPlace;                    // of the readers' latest finding
+    std::map<std::string, std::string> keys;  // the line that a key was last set by
+    std::vector<std::string> subscriptions;   // the line of each entry of opt_subs
 
     void add(const std::string &place, const std::string &text) {
         lines.push_back(place + ": " + text);
     }
+    // Where a key of the configuration file stands, else the file.
+    [[nodiscard]] std::string placeOf(const std::string &key) const {
+        const auto found = keys.find(key);
+        return found == keys.end() ? opt_cfgfile : found->second;
+    }
 };
+
+// Takes what the readers find. Of several findings about one line, or about a file that has some on
+// lines, the first says what is wrong.
+void collect(void *user, const Finding &finding) {
+    auto *findings = static_cast<Findings *>(user);
+    const std::string path = finding.place.path;
+    const std::string line = std::to_string(finding.place.line);
+    const std::string place = finding.place.line == 0 ? path : path + ":" + line;
+    if (finding.severity == FINDING_APPLIED) {
+        if (path == opt_cfgfile)
+            findings->keys[finding.text] = place;
+        else
+            findings->subscriptions.push_back(place);
+        return;
+    }
+    if (findings->lastPlace != place && findings->lastPlace.rfind(place + ":", 0) != 0)
+        findings->add(place, finding.text);
+    findings->lastPlace = place;
+}
 
 std::string fixedPath(const char *path) {
     char out[PATH_MAX];
     withRoot(out, sizeof out, path);
     return out;
-}
-
-// What an operation logs at level 1, a line a message, without the time.
-std::vector<std::string> catchLog(const std::function<void()> &operation) {
-    const DescriptorGuard file(memfd_create("log", MFD_CLOEXEC));
-    const DescriptorGuard saved(dup(STDERR_FILENO));
-    dup2(file.get(), STDERR_FILENO);
-    dmon_set_level(1);
-    operation();
-    dup2(saved.get(), STDERR_FILENO);
-    std::string text(static_cast<std::size_t>(lseek(file.get(), 0, SEEK_END)), '\0');
-    if (pread(file.get(), text.data(), text.size(), 0) < 0) text.clear();
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        if (line.size() > STAMP_LENGTH) lines.push_back(line.substr(STAMP_LENGTH));
-    }
-    return lines;
-}
-
-// "path:number" of the last line of a file that is wanted, else "path".
-std::string placeOf(const std::string &path,
-                    const std::function<bool(const ConfigLine &line)> &wanted) {
-    std::string place = path;
-    const FileGuard file = openForReading(path.c_str());
-    ConfigLine line{};
-    while (file && readConfigLine(file.get(), &line)) {
-        if (wanted(line)) place = path + ":" + std::to_string(line.number);
-    }
-    return place;
-}
-
-// Turns the messages of a reader of `path` into findings. A message without a place belongs to the
-// next one that has one, or to the file.
-void addMessages(Findings *findings, const std::string &path,
-                 const std::vector<std::string> &messages) {
-    std::string pending;
-    for (const std::string &message : messages) {
-        const std::size_t colon = message.find(": ");
-        const std::string text = colon == std::string::npos ? message : message.substr(colon + 2);
-        const std::size_t open = message.find(" in [");
-        if (open < colon) {
-            findings->add(message.substr(open + 5, colon - open - 6),
-                          pending.empty() ? text : std::exchange(pending, ""));
-        } else if (message.rfind("Warning: path '", 0) == 0) {
-            const std::string cut = message.substr(15, message.rfind('\'') - 15);
-            findings->add(placeOf(path,
-                                  [&cut](const ConfigLine &line) {
-                                      return line.value != nullptr &&
-                                             std::string_view(line.value).find(cut) !=
-                                                 std::string_view::npos;
-                                  }),
-                          text);
-        } else {
-            pending = text;
-        }
-    }
-    if (!pending.empty()) findings->add(path, pending);
 }
 
 // ---- what the readers accept ----
@@ -119,17 +87,16 @@ std::string faultOfDirectory(const std::string &path, Use use) {
 }
 
 // Where a directory is set: the line of its key, or the directory itself when it has its default.
-std::string placeOfDirectory(const std::string &key, const std::string &path) {
-    const std::string place = placeOf(opt_cfgfile, [&key](const ConfigLine &line) {
-        return line.key == key && line.value != nullptr;
-    });
-    return place == opt_cfgfile ? path : place;
+std::string placeOfDirectory(const Findings &findings, const std::string &key,
+                             const std::string &path) {
+    const auto found = findings.keys.find(key);
+    return found == findings.keys.end() ? path : found->second;
 }
 
 void checkDirectory(Findings *findings, const std::string &key, const std::string &path, Use use) {
     const std::string fault = faultOfDirectory(path, use);
     if (fault.empty()) return;
-    const std::string place = placeOfDirectory(key, path);
+    const std::string place = placeOfDirectory(*findings, key, path);
     findings->add(place, (place == path ? "the directory " : "'" + path + "' ") + fault);
 }
 
@@ -143,9 +110,7 @@ void checkDirectories(Findings *findings) {
 
 // The file has one maximum and one full action for results and reports.
 void checkQuota(Findings *findings) {
-    const std::string place = placeOf(opt_cfgfile, [](const ConfigLine &line) {
-        return std::string_view(line.key) == "max-files";
-    });
+    const std::string place = findings->placeOf("max-files");
     const int kept = static_cast<std::uint16_t>(opt_max_res);
     if (kept == 0 && opt_fullact_res == FULL_PURGE) {
         findings->add(place, "purging with a maximum of 0 deletes every file as it is made");
@@ -181,21 +146,45 @@ void checkTemplate(Findings *findings, const std::string &place, const Subscript
     }
 }
 
-// A subscription and where it stands.
-struct Placed {
-    const Subscription *subscription;
-    std::string place;
-};
+int isResults(const struct dirent *entry) {
+    return isFileEndingIn(entry, ".res") ? 1 : 0;
+}
 
-void checkSubscriptions(Findings *findings, const std::vector<Placed> &all) {
+// The name of the next results file, when its measurement begins now.
+std::string nextFileName() {
+    char name[64];
+    if (opt_autoname == NAME_BY_SEQUENCE) {
+        std::snprintf(name, sizeof name, "%s%05d.res", opt_refname.get().text, opt_autoseq.load());
+        make_filename(name);
+    } else {
+        const std::time_t now = std::time(nullptr);
+        std::tm parts{};
+        std::strftime(name, sizeof name, "%Y-%m-%d-%H%M%S.res", gmtime_r(&now, &parts));
+    }
+    return name;
+}
+
+// Purging goes by name.
+void checkOrder(Findings *findings, const Subscription &subs) {
+    if (opt_fullact_res != FULL_PURGE) return;
+    const std::string folder = opt_resdir + ("/" + std::string(subs.name));
+    const DirListing files(folder.c_str(), isResults, misc_alphasort);
+    const std::string next = nextFileName();
+    const std::string last = files.count() == 0 ? "" : files.name(files.count() - 1);
+    if (next >= last) return;
+    findings->add(findings->placeOf("reference"),
+                  "the next results file of subscription '" + std::string(subs.name) + "', '" +
+                      next + "', sorts before '" + last + "': purging deletes it first");
+}
+
+void checkSubscriptions(Findings *findings) {
     int slots = 0;
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        const Subscription &subs = *all[i].subscription;
-        const std::string &place = all[i].place;
+    std::set<std::string> names;
+    for (int i = 0; i < opt_num_subs; ++i) {
+        const Subscription &subs = opt_subs[i];
+        const std::string &place = findings->subscriptions.at(static_cast<std::size_t>(i));
         const std::string name = subs.name;
-        bool again = false;
-        for (std::size_t j = 0; j < i; ++j) again = again || name == all[j].subscription->name;
-        if (again) {
+        if (!names.insert(name).second) {
             findings->add(place, "a second subscription '" + name + "' will not be installed");
             continue;
         }
@@ -212,53 +201,17 @@ void checkSubscriptions(Findings *findings, const std::vector<Placed> &all) {
         checkLength(findings, place, "a results file's path",
                     std::string_view(opt_resdir).size() + name.size() + 2 + longestFileName());
         checkTemplate(findings, place, subs);
+        checkOrder(findings, subs);
     }
 }
 
-// Where the subscriptions stand that the reader took from a file.
-std::vector<std::string> subscriptionPlaces(const std::string &path) {
-    std::vector<std::string> places;
-    Subscription record;
-    static_cast<void>(placeOf(path, [&](const ConfigLine &line) {
-        if (std::string_view(line.key) == "subscribe" &&
-            parseSubscription(line.value, &record) == SUBSCRIPTION_OK) {
-            places.push_back(path + ":" + std::to_string(line.number));
-        }
-        return false;
-    }));
-    return places;
-}
-
-// Reads the subscription files one by one, in the service's order.
-std::vector<Placed> readSubscriptions(Findings *findings) {
-    std::vector<Placed> all;
-    const std::string directory = fixedPath(SUBSCRIPTION_DIRECTORY);
-    const DirListing files(directory.c_str(), isSubsFile, nullptr);
-    for (int i = 0; i < files.count(); ++i) {
-        const std::string path = directory + "/" + files.name(i);
-        const int before = opt_num_subs;
-        int result = SUBSCRIPTION_OK;
-        const std::vector<std::string> messages =
-            catchLog([&] { result = loadSubscriptionFile(path.c_str(), GO_ON_AFTER_ERRORS); });
-        addMessages(findings, path, messages);
-        if (result != SUBSCRIPTION_OK && messages.empty()) {
-            findings->add(path, "the file cannot be read");
-        }
-        checkLength(findings, path, "this path", path.size());
-        std::vector<std::string> places;
-        catchLog([&] { places = subscriptionPlaces(path); });
-        for (std::size_t n = 0; before + static_cast<int>(n) < opt_num_subs; ++n) {
-            all.push_back({&opt_subs[before + static_cast<int>(n)], places.at(n)});
-        }
-    }
-    return all;
-}
-
+// A missing file is no fault.
 void checkState(Findings *findings) {
     const std::string path = fixedPath(PERSISTENT_FILE);
-    int result = 0;
-    catchLog([&] { result = loadPersistentData(); });  // a missing file is no fault
-    if (result != 0) findings->add(path, "this is no state file; the service will not start");
+    const FileGuard file = openForReading(path.c_str());
+    const bool foreign = file ? readPersistentData(file.get()) != PERSISTENT_OK
+                              : errno == EISDIR || errno == ENOTSUP;
+    if (foreign) findings->add(path, "this is no state file; the service will not start");
     const std::string directory = path.substr(0, path.rfind('/'));
     if (access(directory.c_str(), F_OK) == 0) checkDirectory(findings, "", directory, USE_WRITE);
 }
@@ -269,14 +222,14 @@ std::vector<std::string> checkConfig(const std::string &root) {
     setenv("VORN_ROOT", root.c_str(), 1);
     setDefaults();
     Findings findings;
-    addMessages(&findings, opt_cfgfile,
-                catchLog([] { loadConfigFile(opt_cfgfile, GO_ON_AFTER_ERRORS); }));
+    const FindingSink sink = {collect, &findings, GO_ON_AFTER_ERRORS};
+    loadConfigFile(opt_cfgfile, sink);
     checkState(&findings);
-    const std::vector<Placed> subscriptions = readSubscriptions(&findings);
+    loadSubscriptionFiles(sink);
     checkDirectories(&findings);
     checkQuota(&findings);
-    checkLength(&findings, placeOfDirectory("reports-dir", opt_rptdir), "a report's path",
+    checkLength(&findings, placeOfDirectory(findings, "reports-dir", opt_rptdir), "a report's path",
                 std::string_view(opt_rptdir).size() + 1 + longestFileName());
-    checkSubscriptions(&findings, subscriptions);
+    checkSubscriptions(&findings);
     return findings.lines;
 }

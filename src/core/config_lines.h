@@ -8,10 +8,6 @@
 // Longer lines go on as the next line, with the next line number.
 constexpr int CONFIG_LINE_SIZE = 128;
 
-// What a reader of these files does after a wrong line: the service stops there, while a check of
-// the files reads on to report every one. The result is the same.
-enum AfterError { STOP_AT_ERROR, GO_ON_AFTER_ERRORS };
-
 // One line. Begins all zero; `number` counts every line that was read.
 struct ConfigLine {
     int number;

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "core/subscription_files.h"
 
+#include <cerrno>
 #include <climits>
+#include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "core/config_lines.h"
@@ -24,84 +27,105 @@ void addApp(Subscription *record, std::string_view name) {
 }
 
 // Adds the applications of a list; SUBSCRIPTION_FAILED after a message when they are too many.
-int parseApps(std::string_view list, Subscription *record) {
+int parseApps(std::string_view list, Subscription *record, const FindingSink &sink,
+              const Place &at) {
     for (;;) {
         const std::string_view name = takeWord(&list, APP_SEPARATOR);
         if (name.empty()) return SUBSCRIPTION_OK;
         if (record->numApps == MAX_SUBSCRIPTION_APPS) {
-            dmon_log(1, "Error: too many applications per subscription.\n");
+            tellPlain(sink, FINDING_ERROR, at, "too many applications per subscription.");
             return SUBSCRIPTION_FAILED;
         }
         addApp(record, name);
     }
 }
 
-// Applies a line of a file; SUBSCRIPTION_FAILED after a message.
-int applyLine(const char *path, const ConfigLine &line) {
+// Applies a line of a file; SUBSCRIPTION_FAILED after an error.
+int applyLine(const FindingSink &sink, const Place &at, const ConfigLine &line) {
     if (std::string_view(line.key) != "subscribe") {
-        dmon_log(1, "Warning in [%s:%d]: unknown variable '%s' in subscription file.\n", path,
-                 line.number, line.key);
+        tellText(sink, FINDING_WARNING, at, "unknown variable '%s' in subscription file.",
+                 line.key);
         return SUBSCRIPTION_OK;
     }
     if (opt_num_subs == MAX_INITIAL_SUBSCRIPTIONS) {
-        dmon_log(1, "Error in [%s:%d]: too many initial subscriptions.\n", path, line.number);
+        tellText(sink, FINDING_ERROR, at, "too many initial subscriptions.");
         return SUBSCRIPTION_FAILED;
     }
-    if (parseSubscription(line.value, &opt_subs[opt_num_subs]) != SUBSCRIPTION_OK) {
-        dmon_log(1, "Error in [%s:%d]: Could not load subscription.\n", path, line.number);
+    if (parseSubscription(line.value, &opt_subs[opt_num_subs], sink, at) != SUBSCRIPTION_OK) {
+        tellText(sink, FINDING_ERROR, at, "Could not load subscription.");
         return SUBSCRIPTION_FAILED;
     }
     ++opt_num_subs;
+    tell(sink, {FINDING_APPLIED, at, line.key, nullptr});
     return SUBSCRIPTION_OK;
+}
+
+// A missing directory is a service without such files; any other trouble with it is told.
+void tellUnreadable(const FindingSink &sink, const char *directory, int error) {
+    if (error == 0 || error == ENOENT) return;
+    char logged[PATH_MAX + 100];
+    std::snprintf(logged, sizeof logged, "Error reading subscription folder '%s': %s", directory,
+                  std::strerror(error));
+    tell(sink, {FINDING_ERROR, {directory, 0}, std::strerror(error), logged});
+}
+
+void tellFailed(const FindingSink &sink, const char *path) {
+    char logged[OPTION_PATH_SIZE + 100];
+    std::snprintf(logged, sizeof logged, "Error: could not load subscriptions file '%s'.", path);
+    tell(sink, {FINDING_ERROR, {path, 0}, "the file cannot be read", logged});
 }
 
 }  // namespace
 
-int loadSubscriptionFiles() {
+int loadSubscriptionFiles(const FindingSink &sink) {
     char directory[PATH_MAX];
     withRoot(directory, sizeof directory, SUBSCRIPTION_DIRECTORY);
     const DirListing files(directory, isSubsFile, nullptr);
+    tellUnreadable(sink, directory, files.error());
     int result = SUBSCRIPTION_OK;
     for (int i = 0; i < files.count(); ++i) {
+        char whole[PATH_MAX + NAME_MAX + 2];
+        std::snprintf(whole, sizeof whole, "%s/%s", directory, files.name(i));
         char path[OPTION_PATH_SIZE];
-        joinPath(path, sizeof path, directory, files.name(i));
-        if (loadSubscriptionFile(path) == SUBSCRIPTION_OK) {
+        takePath(sink, {whole, 0}, path, sizeof path, whole);
+        if (loadSubscriptionFile(path, sink) == SUBSCRIPTION_OK) {
             dmon_log(2, "Loaded subscription file '%s'.\n", path);
         } else {
-            dmon_log(1, "Error: could not load subscriptions file '%s'.\n", path);
+            tellFailed(sink, path);
             result = SUBSCRIPTION_FAILED;
         }
     }
     return result;
 }
 
-int loadSubscriptionFile(const char *path, AfterError after) {
+int loadSubscriptionFile(const char *path, const FindingSink &sink) {
     const FileGuard file = openForReading(path);
     if (!file) return SUBSCRIPTION_FAILED;
     ConfigLine line{};
     int result = SUBSCRIPTION_OK;
     while (readConfigLine(file.get(), &line)) {
-        if (applyLine(path, line) == SUBSCRIPTION_OK) continue;
+        if (applyLine(sink, {path, line.number}, line) == SUBSCRIPTION_OK) continue;
         result = SUBSCRIPTION_FAILED;
-        if (after == STOP_AT_ERROR) return result;
+        if (sink.after == STOP_AT_ERROR) return result;
     }
     return std::ferror(file.get()) != 0 ? SUBSCRIPTION_FAILED : result;
 }
 
-int parseSubscription(const char *text, Subscription *record) {
+int parseSubscription(const char *text, Subscription *record, const FindingSink &sink,
+                      const Place &at) {
     *record = Subscription{};
     std::string_view rest = text == nullptr ? "" : text;
     const std::string_view name = takeWord(&rest, PIECE_SEPARATORS);
     if (name.empty()) {
-        dmon_log(1, "Error: missing subscription name.\n");
+        tellPlain(sink, FINDING_ERROR, at, "missing subscription name.");
         return SUBSCRIPTION_FAILED;
     }
     copyPiece(record->name, name);
-    if (parseApps(takeWord(&rest, PIECE_SEPARATORS), record) != SUBSCRIPTION_OK)
+    if (parseApps(takeWord(&rest, PIECE_SEPARATORS), record, sink, at) != SUBSCRIPTION_OK)
         return SUBSCRIPTION_FAILED;
     if (record->numApps == 0) addApp(record, record->name);
     char path[CONFIG_LINE_SIZE];
     copyPiece(path, takeWord(&rest, PIECE_SEPARATORS));
-    copyPath(record->templateName, sizeof record->templateName, path);
+    takePath(sink, at, record->templateName, sizeof record->templateName, path);
     return SUBSCRIPTION_OK;
 }

@@ -2,7 +2,7 @@
 // The subscription files: every *.subs in /etc/tarix/vorn, read once at the start into opt_subs.
 #pragma once
 
-#include "core/config_lines.h"
+#include "core/findings.h"
 #include "core/subscription.h"
 
 constexpr char SUBSCRIPTION_DIRECTORY[] = "/etc/tarix/vorn";
@@ -10,15 +10,18 @@ constexpr char SUBSCRIPTION_DIRECTORY[] = "/etc/tarix/vorn";
 enum SubscriptionResult : int { SUBSCRIPTION_OK = 0, SUBSCRIPTION_FAILED = -1 };
 
 // Reads every subscription file, in the order in which the directory delivers them.
-// SUBSCRIPTION_OK, also without a directory; SUBSCRIPTION_FAILED when at least one file failed: the
-// others are read all the same, and a message names each that failed.
-int loadSubscriptionFiles();
+// SUBSCRIPTION_OK, also without a directory or, after an error line, when it cannot be read;
+// SUBSCRIPTION_FAILED when at least one file failed: the others are read all the same, and a
+// finding names each that failed.
+int loadSubscriptionFiles(const FindingSink &sink = logFindings);
 
 // Reads one file into the next free entries of opt_subs. SUBSCRIPTION_FAILED when it cannot be read
-// (without a message) or at its first wrong line; the entries before that line stay.
-int loadSubscriptionFile(const char *path, AfterError after = STOP_AT_ERROR);
+// (without a finding) or at its first wrong line; the entries before that line stay.
+int loadSubscriptionFile(const char *path, const FindingSink &sink = logFindings);
 
 // Fills a record from "name:app,app,...:template", of which all but the name may be left out; null
 // or no name is SUBSCRIPTION_FAILED. Texts are cut to the record's fields, the template after
 // a warning.
-int parseSubscription(const char *text, Subscription *record);
+//   at  where the text stands, for a sink that wants to know
+int parseSubscription(const char *text, Subscription *record, const FindingSink &sink = logFindings,
+                      const Place &at = {"", 0});

@@ -36,7 +36,7 @@ bool fitsOrWarn(const char *out, std::size_t size, int length) {
 }  // namespace
 
 DirListing::DirListing(const char *directory, DirFilter filter, DirOrder order)
-    : count_(scandir(directory, &entries_, filter, order)) {}
+    : count_(scandir(directory, &entries_, filter, order)), error_(count_ < 0 ? errno : 0) {}
 
 DirListing::~DirListing() {
     for (int i = 0; i < count_; ++i) std::free(entries_[i]);

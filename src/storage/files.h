@@ -23,13 +23,17 @@ public:
     DirListing &operator=(const DirListing &) = delete;
     ~DirListing();
 
-    // 0 when the directory cannot be read.
+    // 0 when the directory cannot be read; error() then tells why.
     [[nodiscard]] int count() const { return count_ < 0 ? 0 : count_; }
     [[nodiscard]] const char *name(int index) const { return entries_[index]->d_name; }
+
+    // The error number of a directory that could not be read, else 0.
+    [[nodiscard]] int error() const { return error_; }
 
 private:
     struct dirent **entries_ = nullptr;
     int count_;
+    int error_;
 };
 
 // Opens a regular file for reading as text. Null, with errno set, for anything else: a directory
