@@ -24,10 +24,10 @@ int initReports() {
 }
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t /*flags*/, std::uint32_t /*format*/, KvStore * /*userVars*/,
-                   const char *dictName) {
+                   const char *dictName, const char *name) {
     // All are whole texts, read to their ends.
     return -static_cast<int>(std::strlen(resultsPath) + std::strlen(templatePath) +
-                             std::strlen(reportPath) + std::strlen(dictName));
+                             std::strlen(reportPath) + std::strlen(dictName) + std::strlen(name));
 }
 int deleteAllReports() {
     return REPORT_OK;
@@ -84,7 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     } else {
         sendRequest(data + 1, size - 1);
     }
-    mqFlush(&commandQueue);
+    while (MeasCommand *command = takeCommand(VORN_NO_WAIT)) freeCommand(command);
     kvFlush(&kv_urv);
     return 0;
 }

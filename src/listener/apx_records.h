@@ -36,7 +36,7 @@ struct SaveRequest {
     std::int32_t kind;  // 1
     char path[64];
     std::int32_t numApps;
-    char appNames[MAX_SUBSCRIPTION_APPS][APP_NAME_SIZE];
+    char appNames[MAX_SUBSCRIPTION_APPS][APP_KEY_SIZE];
     std::uint8_t rest[3856];
 };
 static_assert(offsetof(SaveRequest, path) == 4 && offsetof(SaveRequest, numApps) == 68 &&

@@ -8,10 +8,11 @@
 #include "util/guards.h"
 #include "util/waiting.h"
 
-MsgQueue commandQueue;
-
 namespace {
 
+MsgQueue commandQueue;
+
+constexpr std::uint32_t COMMAND_KEY = 1;
 constexpr std::uint32_t COMMAND_TYPE = 2;  // handed back with each command; nobody asks for it
 
 // Who finds the queue full waits under this lock, and who takes a command signals under it, so that
@@ -57,17 +58,20 @@ MeasCommand *newCommand(CommandCode code) {
 
 int postCommand(MeasCommand *command, const Posting &posting) {
     HeapGuard<MeasCommand> owner(command);
-    if (putCommand(command, posting) != MQ_OK) {
-        dmon_log(1, "Overflow in command queue.\n");
+    if (command == nullptr || putCommand(command, posting) != MQ_OK) {
+        // The queue tells both by one code.
+        const bool full = command != nullptr && mqNumElems(&commandQueue) >= COMMAND_QUEUE_SIZE;
+        dmon_log(1, full ? "Overflow in command queue.\n"
+                         : "Error: no memory for a command to the listener; it is lost.\n");
         return POST_REFUSED;
     }
     static_cast<void>(owner.release());
     return POST_OK;
 }
 
-MeasCommand *takeCommand() {
+MeasCommand *takeCommand(std::uint32_t wait) {
     std::uint32_t key = COMMAND_KEY;
-    void *command = mqGet(&commandQueue, &key, nullptr, VORN_WAIT_FOREVER);
+    void *command = mqGet(&commandQueue, &key, nullptr, wait);
     const MutexGuard lock = lockForWork(&placeLock);
     pthread_cond_broadcast(&placeFreed);
     return static_cast<MeasCommand *>(command);

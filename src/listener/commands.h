@@ -18,11 +18,12 @@ enum CommandCode : std::int32_t {
     CMD_SET_TEMPLATE,
     CMD_UPDATE_QUOTAS,
     CMD_DELETE_ALL,
+    CMD_QUEUE_OPENED,  // another registry queue has taken the place of one that was removed
     CMD_COUNT
 };
 
-// Applications are known to the listener by their first 8 characters.
-constexpr int APP_NAME_SIZE = 9;
+// Applications are known to the listener, and saved, by their first 8 characters.
+constexpr int APP_KEY_SIZE = 9;
 
 // A command: each member begins with the code, which says which of them holds the fields. From
 // malloc; it belongs to the queue until the configuration thread takes it, and then to that thread.
@@ -37,7 +38,7 @@ union MeasCommand {
     } subs;
     struct {
         std::int32_t code;
-        char name[APP_NAME_SIZE];
+        char name[APP_KEY_SIZE];
         std::int32_t startTime;  // seconds since 1970-01-01 UTC, 0: not known; CMD_SYNC only
     } app;
     struct {
@@ -50,14 +51,11 @@ static_assert(sizeof(MeasCommand) == 80);
 
 enum PostResult : int {
     POST_OK = 0,
-    POST_REFUSED = -1,  // the queue was full
+    POST_REFUSED = -1,  // the queue was full, or there was no memory
 };
 
 // At most this many commands wait; one more is refused.
 constexpr int COMMAND_QUEUE_SIZE = 50;
-constexpr std::uint32_t COMMAND_KEY = 1;
-
-extern MsgQueue commandQueue;
 
 // Makes the empty queue. Called once, before any other operation here. MQ_OK.
 int initCommandQueue();
@@ -84,13 +82,14 @@ constexpr Posting POST_EVENT = {0, 1000};
 constexpr Posting POST_INITIAL = {5, 30000};
 
 // Queues a command and takes it over. POST_REFUSED, after a message, when the queue is and stays
-// full or the command is null: then the command is released, but not a start command's
-// subscription.
+// full, when there is no memory, or when the command is null because there was none: then the
+// command is released, but not a start command's subscription.
 int postCommand(MeasCommand *command, const Posting &posting);
 
-// Takes the next command out of the queue, waiting for one, and lets those know that wait for a
-// place. The command is the caller's. Called by the configuration thread.
-MeasCommand *takeCommand();
+// Takes the next command out of the queue and lets those know that wait for a place. The command is
+// the caller's; null when none came.
+//   wait  VORN_WAIT_FOREVER, as the configuration thread does, or another of mqGet's time-outs
+MeasCommand *takeCommand(std::uint32_t wait);
 
 // Releases a command that nobody handled, with a start command's subscription.
 void freeCommand(void *command);

@@ -9,22 +9,15 @@
 #include "dmon/dmon.h"
 #include "kelp/kelp.h"
 #include "listener/commands.h"
+#include "listener/event_queue.h"
 #include "listener/meas_config.h"
 #include "listener/meas_sync.h"
 #include "okra/okra.h"
 #include "storage/meas_control.h"
 
 std::atomic<std::int32_t> vorn_status{LISTENER_CONNECTED};
-std::int32_t kelpQueueId = -1;
 
 namespace {
-
-constexpr char QUEUE_NAME[] = "vorn_app";
-
-// Arguments that the libraries' manuals give.
-constexpr int QUEUE_FLAGS = 16;
-constexpr std::int32_t EVENT_KIND = 1;
-constexpr std::uint32_t EVENT_MASK = 0xFFFFFFFF;
 
 constexpr unsigned RETRY_SECONDS = 1;
 
@@ -32,17 +25,8 @@ bool findRegistry() {
     return kelp_init() == 0;
 }
 
-bool createQueue() {
-    kelpQueueId = kelp_get_queue(QUEUE_NAME, QUEUE_FLAGS);
-    return kelpQueueId >= 0;
-}
-
 bool openManager() {
     return APX_Open_Manager() == 0;
-}
-
-bool subscribeToEvents() {
-    return APX_Subscribe_Events(kelpQueueId, EVENT_KIND, EVENT_MASK) == 0;
 }
 
 struct Peer {
@@ -56,7 +40,7 @@ struct Peer {
 constexpr Peer peers[] = {
     {findRegistry, LISTENER_NO_REGISTRY, "Warning: KELP server not ready. Retrying...\n",
      "KELP server is ready.\n"},
-    {createQueue, LISTENER_NO_QUEUE, "Error: could not create KELP queue. Retrying...\n",
+    {openEventQueue, LISTENER_NO_QUEUE, "Error: could not create KELP queue. Retrying...\n",
      "KELP queue created.\n"},
     {openManager, LISTENER_NO_MANAGER, "Warning: OKRA manager not ready. Retrying...\n",
      "OKRA manager opened.\n"},

@@ -20,12 +20,9 @@ enum ListenerResult : int {
     LISTENER_FAILED = -1,  // a thread could not be created
 };
 
-// A ListenerStatus, written while the listener starts, read from any thread.
+// A ListenerStatus, written while the listener starts, and by the receiving thread when it lost the
+// registry's queue; read from any thread.
 extern std::atomic<std::int32_t> vorn_status;
-
-// The registry's queue on which events and synchronisation responses arrive. Set before the threads
-// start.
-extern std::int32_t kelpQueueId;
 
 // Forgets what was last told to the application manager. Called before startMeasListener.
 void initMeasListener();

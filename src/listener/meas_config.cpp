@@ -2,103 +2,46 @@
 #include "listener/meas_config.h"
 
 #include <cstdint>
+#include <iterator>
 #include <memory>
 
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "listener/commands.h"
 #include "listener/results_saving.h"
+#include "listener/subscriptions.h"
+#include "listener/synchronisation.h"
 #include "listener/watched_apps.h"
-#include "storage/files.h"
-#include "storage/quota.h"
 #include "storage/strings.h"
 #include "vorn/plugin.h"
 
 namespace {
 
-KvStore subscriptionTable;  // subscription name -> Subscription, from malloc
-
-Subscription *findSubscription(const char *name) {
-    return static_cast<Subscription *>(kvGet(&subscriptionTable, name));
+// Saves a subscription when it is its turn, whatever comes of it.
+std::int32_t syncSubscription(const char *, Subscription *subscription,
+                              const MeasCommand *command) {
+    if (!noteSynchronisation(subscription, command->app.name, command->app.startTime))
+        return KV_NO_MATCH;
+    static_cast<void>(saveSubscriptionResults(subscription));
+    return KV_MATCH_GO_ON;
 }
-
-// ---- the results quota of a subscription; run under the quota table's mutex ----
-
-int isResultsFile(const struct dirent *entry) {
-    return isFileEndingIn(entry, ".res") ? 1 : 0;
-}
-
-int countResultsFiles(void *user) {
-    const auto *subscription = static_cast<const Subscription *>(user);
-    return countDirFiles(subscription->resultsDir, isResultsFile);
-}
-
-// Names are made so that those of older files sort first.
-int purgeResultsFiles(void *user, int keep) {
-    const auto *subscription = static_cast<const Subscription *>(user);
-    return purgeDirFiles(subscription->resultsDir, isResultsFile, misc_alphasort, keep);
-}
-
-// ---- installing and removing ----
-
-void installSubscription(Subscription *subscription) {
-    joinPath(subscription->resultsDir, sizeof subscription->resultsDir, opt_resdir,
-             subscription->name);
-    for (int i = 0; i < subscription->numApps; ++i) holdApp(subscription->apps[i].appName);
-    subscription->quotaId = quotaInstall(static_cast<std::uint16_t>(opt_max_res.load()),
-                                         static_cast<std::uint8_t>(opt_fullact_res.load()),
-                                         purgeResultsFiles, countResultsFiles, subscription);
-    if (subscription->quotaId == QUOTA_NONE)
-        dmon_log(1, "Warning: no quota left for subscription '%s'.\n", subscription->name);
-}
-
-// The results directory and its files stay.
-void uninstallSubscription(const Subscription *subscription) {
-    for (int i = 0; i < subscription->numApps; ++i) releaseApp(subscription->apps[i].appName);
-    quotaRemove(subscription->quotaId);
-}
-
-// ---- visitors of the installed subscriptions ----
-
-std::int32_t updateSubsQuota(const char *key, void *value, void *) {
-    const auto *subscription = static_cast<const Subscription *>(value);
-    const std::int32_t max = opt_max_res;
-    const std::int32_t action = opt_fullact_res;
-    quotaSetLimits(subscription->quotaId, static_cast<std::uint16_t>(max),
-                   static_cast<std::uint8_t>(action));
-    dmon_log(2, "Update quota of '%s', max.files: %d, action: %d\n", key, max, action);
-    return KV_NO_MATCH;
-}
-
-std::int32_t deleteSubsFiles(const char *key, void *value, void *) {
-    quotaDeleteAll(static_cast<const Subscription *>(value)->quotaId);
-    dmon_log(2, "Delete results of '%s'\n", key);
-    return KV_NO_MATCH;
-}
-
-// ---- the commands ----
 
 void onStartSubs(MeasCommand *command) {
     dmon_log(2, "Command: start subs '%s'.\n", command->subs.name);
-    Subscription *subscription = command->subs.subscription;
     // A name that is there already keeps its subscription; the new record goes with the command.
-    if (kvAdd(&subscriptionTable, command->subs.name, subscription) != KV_OK) return;
-    command->subs.subscription = nullptr;
-    installSubscription(subscription);
+    if (installSubscription(command->subs.subscription) == INSTALL_OK)
+        command->subs.subscription = nullptr;
 }
 
 void onStopSubs(MeasCommand *command) {
     dmon_log(2, "Command: stop subs '%s'.\n", command->subs.name);
-    const Subscription *subscription = findSubscription(command->subs.name);
-    if (subscription == nullptr) return;
-    uninstallSubscription(subscription);
-    kvDel(&subscriptionTable, command->subs.name);
+    uninstallSubscription(command->subs.name);
 }
 
 void onSync(MeasCommand *command) {
     const std::int32_t autosave = opt_autosave;
     dmon_log(2, "Command: sync on '%s' (autosave=%d).\n", command->app.name, autosave);
-    if (autosave != 0) kvIterate(&subscriptionTable, syncSubscription, command);
+    if (autosave != 0) forEachSubscription(syncSubscription, command);
 }
 
 void onAppCreated(MeasCommand *command) {
@@ -121,14 +64,19 @@ void onSetTemplate(MeasCommand *command) {
         copyPiece(subscription->templateName, command->setTemplate.templateName);
 }
 
-void onUpdateQuotas(MeasCommand *) {
+void onUpdateQuotas(MeasCommand *command) {
     dmon_log(2, "Command: update quotas.\n");
-    kvIterate(&subscriptionTable, updateSubsQuota, nullptr);
+    forEachSubscription(updateSubsQuota, command);
 }
 
-void onDeleteAll(MeasCommand *) {
+void onDeleteAll(MeasCommand *command) {
     dmon_log(2, "Command: delete all results.\n");
-    kvIterate(&subscriptionTable, deleteSubsFiles, nullptr);
+    forEachSubscription(deleteSubsFiles, command);
+}
+
+void onQueueOpened(MeasCommand *) {
+    dmon_log(2, "Command: watch applications again.\n");
+    rewatchApps();
 }
 
 struct CommandHandler {
@@ -145,6 +93,7 @@ constexpr CommandHandler handlers[] = {
     {CMD_SET_TEMPLATE, onSetTemplate},
     {CMD_UPDATE_QUOTAS, onUpdateQuotas},
     {CMD_DELETE_ALL, onDeleteAll},
+    {CMD_QUEUE_OPENED, onQueueOpened},
 };
 
 constexpr bool eachCodeIsItsIndex() {
@@ -161,15 +110,15 @@ struct CommandFreer {
 }  // namespace
 
 void *measConfigThread(void *) {
-    kvInit(&subscriptionTable, 0, nullptr);
+    initSubscriptions();
     initWatchedApps();
     for (;;) {
-        const std::unique_ptr<MeasCommand, CommandFreer> command(takeCommand());
+        const std::unique_ptr<MeasCommand, CommandFreer> command(takeCommand(VORN_WAIT_FOREVER));
         if (!command) break;
         const std::int32_t code = command->any.code;
         if (code >= 0 && code < CMD_COUNT) handlers[code].handle(command.get());
     }
-    kvFree(&subscriptionTable);
+    freeSubscriptions();
     freeWatchedApps();
     return nullptr;
 }

@@ -12,6 +12,7 @@
 #include "dmon/dmon.h"
 #include "listener/apx_records.h"
 #include "listener/commands.h"
+#include "listener/event_queue.h"
 #include "listener/listener.h"
 #include "okra/okra.h"
 #include "storage/strings.h"
@@ -58,7 +59,7 @@ std::int32_t readStartTime(const char *name) {
 }
 
 // Takes a name, which ends at a NUL or with the message.
-void readName(char (&name)[APP_NAME_SIZE], std::string_view field) {
+void readName(char (&name)[APP_KEY_SIZE], std::string_view field) {
     copyPiece(name, field.substr(0, field.find('\0')));
 }
 
@@ -70,7 +71,7 @@ void onAppEvent(std::string_view text) {
     std::memcpy(&mask, text.data() + MASK_POSITION, sizeof mask);
     dmon_log(2, "App event received. Event mask =0x%04X.\n", mask);
     if (text.size() <= EVENT_NAME_POSITION) return;
-    char name[APP_NAME_SIZE];
+    char name[APP_KEY_SIZE];
     readName(name, text.substr(EVENT_NAME_POSITION));
     if ((mask & APP_CREATED) != 0) postAppCommand(CMD_APP_CREATED, name, 0);
     if ((mask & APP_DESTROYED) != 0) postAppCommand(CMD_APP_DESTROYED, name, 0);
@@ -78,32 +79,47 @@ void onAppEvent(std::string_view text) {
 
 void onSyncResponse(std::string_view text) {
     if (text.size() <= STATE_POSITION) return;
-    char name[APP_NAME_SIZE];
+    char name[APP_KEY_SIZE];
     readName(name, text.substr(SYNC_NAME_POSITION, SYNC_NAME_SIZE));
     const auto state = static_cast<std::uint8_t>(text[STATE_POSITION]);
     dmon_log(2, "Sync response from %s, sync=%d.\n", name, state);
     if (state == STATE_SYNCHRONISED) postAppCommand(CMD_SYNC, name, readStartTime(name));
 }
 
+// Opens the queue and has everything sent there. The status tells what is missing.
+bool reopenQueue() {
+    msqid_ds status{};
+    vorn_status = LISTENER_NO_QUEUE;
+    if (!openEventQueue() || msgctl(kelpQueueId(), IPC_STAT, &status) != 0) return false;
+    vorn_status = LISTENER_NO_EVENTS;
+    return subscribeToEvents();
+}
+
+// Goes on when receiving works again: the queue may have been removed, and another one is then
+// asked for. What happened meanwhile is not told by anybody, so the applications are looked at.
+void recoverQueue(int error) {
+    constexpr unsigned RETRY_SECONDS = 5;
+    dmon_log(1, "Error receiving events: %s. Retrying...\n", std::strerror(error));
+    vorn_status = LISTENER_NO_QUEUE;
+    do {
+        sleep(RETRY_SECONDS);
+    } while (!reopenQueue());
+    postCommand(newCommand(CMD_QUEUE_OPENED), POST_INITIAL);
+    vorn_status = LISTENER_CONNECTED;
+    dmon_log(1, "Events are received again.\n");
+}
+
 }  // namespace
 
 void *measSyncThread(void *) {
-    constexpr unsigned RETRY_SECONDS = 5;
     KelpEvent event;
-    bool failing = false;
     for (;;) {
         // A message longer than the buffer would stay in the queue for ever if it were not cut.
-        const ssize_t size = msgrcv(kelpQueueId, &event, sizeof event.text, 0, MSG_NOERROR);
+        const ssize_t size = msgrcv(kelpQueueId(), &event, sizeof event.text, 0, MSG_NOERROR);
         if (size < 0) {
-            if (errno == EINTR) continue;
-            if (!failing)
-                dmon_log(1, "Error receiving events: %s. Retrying...\n", std::strerror(errno));
-            failing = true;
-            sleep(RETRY_SECONDS);
+            if (errno != EINTR) recoverQueue(errno);
             continue;
         }
-        if (failing) dmon_log(1, "Events are received again.\n");
-        failing = false;
         const std::string_view text(event.text, static_cast<std::size_t>(size));
         if (event.type == EVENT_APP)
             onAppEvent(text);

@@ -2,6 +2,6 @@
 // The thread that receives the registry queue's messages and turns them into commands.
 #pragma once
 
-// The thread's body: blocks on the queue kelpQueueId until the process ends. Touches nothing but
-// its buffer and the command queue.
+// The thread's body: blocks on the registry's queue until the process ends, and opens it again when
+// it was removed. Touches nothing but its buffer, that queue and the command queue.
 void *measSyncThread(void *);

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Saves the results of a subscription once all its applications have synchronised, and makes the
-// automatic report. Runs on the configuration thread.
+// Saves the results of a subscription and makes the automatic report. Runs on the configuration
+// thread.
 #pragma once
 
-#include <cstdint>
+#include "core/subscription.h"
 
-// Visits an installed subscription with a CMD_SYNC command.
-//   key           the subscription's name
-//   subscription  Subscription
-//   command       MeasCommand
-// Returns KV_MATCH_GO_ON when it was this subscription's turn to be saved, whatever came of it, and
-// KV_NO_MATCH otherwise; either lets the walk go on. Failures show in the log only.
-std::int32_t syncSubscription(const char *key, void *subscription, void *command);
+enum SaveResult : int {
+    SAVE_OK = 0,
+    SAVE_FAILED = -4,      // an older file could not be moved aside, or the manager did not save
+    SAVE_QUOTA_FULL = -5,  // no room for one more results file
+};
+
+// Saves a subscription whose applications have all synchronised, as the options say when it begins.
+// Returns SAVE_OK, a SaveResult or the report's code; failures are logged.
+int saveSubscriptionResults(const Subscription *subscription);

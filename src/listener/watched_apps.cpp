@@ -7,7 +7,7 @@
 
 #include "dmon/dmon.h"
 #include "listener/apx_records.h"
-#include "listener/listener.h"
+#include "listener/event_queue.h"
 #include "okra/okra.h"
 #include "storage/strings.h"
 #include "util/guards.h"
@@ -18,7 +18,7 @@ KvStore appTable;  // application name -> AppEntry, from malloc
 
 // What stands in the table for an application of a subscription.
 struct AppKey {
-    char text[APP_NAME_SIZE];
+    char text[APP_KEY_SIZE];
 
     explicit AppKey(const char *name) { copyPiece(text, name); }
 };
@@ -27,7 +27,7 @@ int createChangeList(std::int32_t handle) {
     ChangeListRequest request{};
     request.kind = 2;
     copyPiece(request.listName, CHANGE_LIST_NAME);
-    request.queueId = kelpQueueId;
+    request.queueId = kelpQueueId();
     request.setting28 = 1;
     request.setting32 = 2;
     return APX_Create_Chg_List(handle, &request, sizeof request);
@@ -48,6 +48,14 @@ AppEntry *addWatchedApp(const AppKey &key) {
     return entry.release();
 }
 
+// The change list that is there names the queue that was removed.
+std::int32_t rewatchApp(const char *, void *value, void *) {
+    auto *entry = static_cast<AppEntry *>(value);
+    if (entry->handle >= 0) APX_Kill_Chg_List(entry->handle, CHANGE_LIST_NAME);
+    watchApp(entry);
+    return KV_NO_MATCH;
+}
+
 }  // namespace
 
 int initWatchedApps() {
@@ -66,7 +74,11 @@ void holdApp(const char *name) {
     const AppKey key(name);
     AppEntry *entry = findWatchedApp(key.text);
     if (entry == nullptr) entry = addWatchedApp(key);
-    if (entry != nullptr) ++entry->refCount;
+    if (entry == nullptr) {
+        dmon_log(1, "Error: no memory to watch application '%s'.\n", name);
+        return;
+    }
+    ++entry->refCount;
 }
 
 void releaseApp(const char *name) {
@@ -107,4 +119,8 @@ int watchApp(AppEntry *entry) {
     entry->active = 1;
     dmon_log(2, "Created sync change list on app '%s'.\n", entry->name);
     return WATCH_OK;
+}
+
+void rewatchApps() {
+    kvIterate(&appTable, rewatchApp, nullptr);
 }

@@ -10,10 +10,10 @@
 #include "vorn/plugin.h"
 
 struct AppEntry {
-    std::int32_t refCount;     // installed subscriptions that name it
-    std::int32_t handle;       // negative: the application does not run
-    char name[APP_NAME_SIZE];  // the key in the table
-    std::int32_t active;       // 1: the change list exists and measurements are enabled
+    std::int32_t refCount;    // installed subscriptions that name it
+    std::int32_t handle;      // negative: the application does not run
+    char name[APP_KEY_SIZE];  // the key in the table
+    std::int32_t active;      // 1: the change list exists and measurements are enabled
 };
 
 enum WatchResult : int {
@@ -36,3 +36,6 @@ void releaseApp(const char *name);
 
 // Has the manager make the change list, when the application runs and its measurements are enabled.
 int watchApp(AppEntry *entry);
+
+// Has the manager send what it tells of all applications to the registry's queue as it is now.
+void rewatchApps();

@@ -262,7 +262,7 @@ int runMerge(Merge *merge, const char *dictName) {
 
 int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *report,
                   const char *templatePath, std::uint32_t format, KvStore *userVars,
-                  const char *dictName) {
+                  const char *dictName, const char *reportName) {
     // Some 70 KiB: too much for the small stacks of other people's threads.
     const HeapGuard<Merge> merge(static_cast<Merge *>(std::calloc(1, sizeof(Merge))));
     if (!merge) {
@@ -271,6 +271,7 @@ int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *re
     }
     TemplateContext *ctx = &merge->ctx;
     ctx->results = results;
+    ctx->reportName = reportName;
     merge->userVars = userVars;
     merge->row.format = &merge->rowFormat;
 

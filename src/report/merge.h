@@ -16,8 +16,9 @@
 //   format        ReportFormat
 //   userVars      read by value clauses
 //   dictName      dictionary where a clause names none (15 characters are used)
+//   reportName    goes before the user variable of that name; null: none
 // Returns 0 (MERGE_OK) or a negative code, after a message at level 1: MergeResult,
 // ConversionResult, DumpResult. Several merges may run at once, each on a thread of its own.
 int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *report,
                   const char *templatePath, std::uint32_t format, KvStore *userVars,
-                  const char *dictName);
+                  const char *dictName, const char *reportName = nullptr);

@@ -81,12 +81,12 @@ bool makeRoomAndCreate(ReportFile *file, const char *reportPath) {
 // Loads the results and merges them into the open report file.
 int fillReport(std::FILE *report, const char *resultsPath, std::FILE *templateFile,
                const char *templatePath, std::uint32_t format, KvStore *userVars,
-               const char *dictName) {
+               const char *dictName, const char *name) {
     Results *loaded = nullptr;
     if (loadResultsFile(resultsPath, &loaded) != RESULTS_OK) return REPORT_NO_INPUT;
     const ResultsGuard results(loaded);
     return mergeTemplate(results.get(), templateFile, report, templatePath, format, userVars,
-                         dictName);
+                         dictName, name);
 }
 
 }  // namespace
@@ -101,7 +101,7 @@ int initReports() {
 
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t /*flags*/, std::uint32_t format, KvStore *userVars,
-                   const char *dictName) {
+                   const char *dictName, const char *name) {
     quotaRefreshCount(reportQuotaId);
     if (quotaCheckBefore(reportQuotaId, 1) == QUOTA_REFUSED) {
         dmon_log(1, "Error: too many report files.\n");
@@ -118,7 +118,7 @@ int generateReport(const char *resultsPath, const char *templatePath, const char
         return REPORT_NOT_CREATED;
     }
     int result = fillReport(report.stream.get(), resultsPath, templateFile.get(), templatePath,
-                            format, userVars, dictName);
+                            format, userVars, dictName, name);
     if (result != REPORT_OK) {
         dropReportFile(&report);
         if (result == REPORT_NO_INPUT) return result;

@@ -212,7 +212,9 @@ int addUserVarValue(TemplateContext *ctx, ReportRow *row, KvStore *userVars,
     const char *name = expandTemplateString(ctx, clause->sourceText).data();
     if (name == nullptr) return MERGE_TEMPLATE_ERROR;
     char text[TEMPLATE_TEXT_SIZE + 1];  // one that is too long shows as that when it is expanded
-    if (!copyUserVar(userVars, name, text, sizeof text))
+    if (ctx->reportName != nullptr && std::strcmp(name, "report-name") == 0)
+        safe_strncpy(text, ctx->reportName, sizeof text);
+    else if (!copyUserVar(userVars, name, text, sizeof text))
         dmon_log(2, "Warning in %s: user variable '%s' not defined.\n", getTemplateLine(ctx), name);
     return addTextValue(ctx, row, text, clause);
 }

@@ -99,6 +99,7 @@ struct TemplateContext {
     DumpBackend backend;
     DictResolver dict;
     const Results *results;
+    const char *reportName;  // the merge's own "report-name"; null: the user variable's
     std::int32_t fileDepth;
     TemplateFile files[TEMPLATE_MAX_FILES];
     char line[TEMPLATE_LINE_SIZE];  // a line that lies across the window's edge

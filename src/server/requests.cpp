@@ -111,11 +111,11 @@ int readReportRequest(const PktMessage *request, ReportRequest *fields) {
     return result;
 }
 
-// Gives templates the report's name: the path's last part up to ".res".
-void setReportName(std::string_view path) {
+// Takes the report's name for templates from its path: the last part up to ".res". Others may set
+// the variable again before the report is made.
+void setReportName(std::string_view path, char (&text)[REPORT_NAME_MAX + 1]) {
     std::string_view name = path.substr(path.rfind('/') + 1);
     name = name.substr(0, REPORT_NAME_MAX);
-    char text[REPORT_NAME_MAX + 1];
     copyPiece(text, name.substr(0, name.find(".res")));
     setUserVar(&kv_urv, "report-name", text);
 }
@@ -188,11 +188,12 @@ int srvMakeReport(const PktMessage *request, PktMessage *reply) {
     dmon_log(2, "  Result file    : %s\n", fields.results);
     dmon_log(2, "  Template file  : %s\n", fields.templateFile);
     dmon_log(2, "  Report file    : %s\n", fields.report);
-    setReportName(fields.report);
+    char name[REPORT_NAME_MAX + 1];
+    setReportName(fields.report, name);
     if (result == SRV_OK) {
         result = generateReport(fields.results, fields.templateFile, fields.report, flags,
                                 static_cast<std::uint32_t>(request->param2), &kv_urv,
-                                fields.subscription);
+                                fields.subscription, name);
     }
     dmon_log(2, "Server: make report done, ret=%d.\n", result);
     return replyResult(reply, result);

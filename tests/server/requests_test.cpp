@@ -69,9 +69,8 @@ int getReportCount() {
 }
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t flags, std::uint32_t format, KvStore *userVars,
-                   const char *dictName) {
-    char name[64] = "";
-    copyUserVar(userVars, "report-name", name, sizeof name);
+                   const char *dictName, const char *name) {
+    EXPECT_EQ(userVars, &kv_urv);
     return call(std::string("report ") + resultsPath + " " + templatePath + " " + reportPath + " " +
                 std::to_string(flags) + " " + std::to_string(format) + " " + dictName + " " + name);
 }

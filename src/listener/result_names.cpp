@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "listener/result_names.h"
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <iterator>
+
+#include "core/options.h"
+#include "output/dump_backend.h"
+#include "storage/files.h"
+#include "storage/strings.h"
+
+namespace {
+
+constexpr const char *reportEndings[] = {".txt", ".pdf"};  // by ReportFormat
+static_assert(RPT_FMT_TXT == 0 && RPT_FMT_PDF == 1 && std::size(reportEndings) == 2);
+
+// Replaces the results file's ending, and whatever follows it, by the report format's.
+void setReportEnding(char *reportPath, std::int32_t format) {
+    char *ending = std::strstr(reportPath, ".res");
+    if (ending == nullptr || format < 0 ||
+        format >= static_cast<std::int32_t>(std::size(reportEndings)))
+        return;
+    std::memcpy(ending, reportEndings[format], sizeof ".txt");
+}
+
+}  // namespace
+
+void makeBaseName(char (&base)[BASE_NAME_SIZE], std::int32_t format, std::int32_t syncTime,
+                  const char *reference, std::int32_t sequence) {
+    if (format == NAME_BY_TIME) {
+        const std::time_t time = syncTime;
+        std::tm utc{};
+        gmtime_r(&time, &utc);
+        std::snprintf(base, sizeof base, "%04d-%02d-%02d-%02d%02d%02d", utc.tm_year + 1900,
+                      utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+    } else if (format == NAME_BY_SEQUENCE) {
+        std::snprintf(base, sizeof base, "%s%05d", reference, sequence);
+    } else {
+        copyPiece(base, "report");
+    }
+}
+
+bool makeResultsPath(char (&path)[RESULT_PATH_SIZE], const Subscription *subscription,
+                     const char (&base)[BASE_NAME_SIZE]) {
+    char safeBase[BASE_NAME_SIZE];
+    copyPiece(safeBase, base);
+    make_filename(safeBase);
+    char fileName[BASE_NAME_SIZE + sizeof ".res"];
+    std::snprintf(fileName, sizeof fileName, "%s.res", safeBase);
+    return joinPath(path, sizeof path, subscription->resultsDir, fileName);
+}
+
+void makeReportPath(char (&reportPath)[RESULT_PATH_SIZE], const char *resultsPath,
+                    std::int32_t format) {
+    const char *slash = std::strrchr(resultsPath, '/');
+    joinPath(reportPath, sizeof reportPath, opt_rptdir, slash != nullptr ? slash + 1 : resultsPath);
+    setReportEnding(reportPath, format);
+}
+
+void makeTemplatePath(char (&templatePath)[RESULT_PATH_SIZE], const Subscription *subscription) {
+    if (subscription->templateName[0] == '/')
+        copyPath(templatePath, sizeof templatePath, subscription->templateName);
+    else
+        joinPath(templatePath, sizeof templatePath, opt_tpldir, subscription->templateName);
+}
