@@ -6,13 +6,15 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
-#include "server/requests.h"
+#include "output/dump_backend.h"
+#include "server/request_table.h"
 #include "storage/quota.h"
 #include "vornctl_check.h"
 #include "vornctl_client.h"
@@ -27,11 +29,16 @@ constexpr double TIMEOUT_S = 30;
 constexpr double REPORT_TIMEOUT_S = 600;  // the reply comes when the report is made
 constexpr int QUOTA_MAX = 65535;          // the service keeps 16 bits of it
 
-const std::map<std::string, int> QUOTAS = {{"results", QUOTA_RESULTS}, {"reports", QUOTA_REPORTS}};
-const std::map<std::string, int> ACTIONS = {
-    {"stop", FULL_STOP}, {"block", FULL_BLOCK}, {"purge", FULL_PURGE}};
-const std::map<std::string, int> FORMATS = {{"txt", 0}, {"pdf", 1}};
-const std::map<std::string, int> SWITCH = {{"on", 1}, {"off", 0}};
+// The words that stand for a number.
+const std::map<std::string, int> wordNumbers = {{"results", QUOTA_RESULTS},
+                                                {"reports", QUOTA_REPORTS},
+                                                {"stop", FULL_STOP},
+                                                {"block", FULL_BLOCK},
+                                                {"purge", FULL_PURGE},
+                                                {"txt", RPT_FMT_TXT},
+                                                {"pdf", RPT_FMT_PDF},
+                                                {"off", 0},
+                                                {"on", 1}};
 
 // NX_PORT when it is a port to go to. The service takes a 0 too: the system's choice, which only
 // its log tells.
@@ -52,19 +59,12 @@ struct Common {
     bool json = false;
 };
 
-// The words of all subcommands.
+// What was said behind a subcommand. Only one is, so the options of all share this.
 struct Words {
-    std::string name;
-    std::string value;
-    std::string results;
-    std::string templateFile;
-    std::string output;
-    std::string quota;
-    std::string action;
-    std::string onOff;
+    std::map<std::string, std::string> said;  // by the name of the word
+    std::vector<std::string> list;
     std::string format;
     std::string reference;
-    std::vector<std::string> list;
     std::int64_t number = 0;
     std::uint32_t flags = 0;
     bool force = false;
@@ -74,13 +74,13 @@ struct Words {
 
 int complain(const std::string &text) {
     std::fprintf(stderr, "vornctl: %s\n", text.c_str());
-    return EXIT_REFUSED;
+    return CTL_REFUSED;
 }
 
 int fail(const Common &common, const Exchange &exchange) {
-    complain(exchange.status == EXIT_NO_CONNECTION ? "no connection to " + common.host + " port " +
-                                                         common.port + ": " + exchange.trouble
-                                                   : exchange.trouble);
+    complain(exchange.status == CTL_NO_CONNECTION ? "no connection to " + common.host + " port " +
+                                                        common.port + ": " + exchange.trouble
+                                                  : exchange.trouble);
     return exchange.status;
 }
 
@@ -96,15 +96,16 @@ Deadline deadlineAfter(const Common &common, double seconds) {
 }
 
 // How a reply that is no plain result is told: its JSON keys and its line.
-using ShowReply = std::function<std::string(const PktMessage &reply, Json *json)>;
+using ShowReply = std::string (*)(const PktMessage &reply, Json *json);
 
 // Makes a request and tells what came of it; the program's exit status.
-int request(const Common &common, const std::string &command, const Message &message,
-            const ShowReply &show = nullptr, double timeout = TIMEOUT_S) {
+int exchangeRequest(const Common &common, const std::string &command, const Message &message,
+                    ShowReply show) {
+    const double timeout = message.packet.type == REQ_MAKE_REPORT ? REPORT_TIMEOUT_S : TIMEOUT_S;
     Message reply;
     const Exchange exchange =
         exchangeMessages(common.host, common.port, deadlineAfter(common, timeout), message, &reply);
-    if (exchange.status != EXIT_DONE) return fail(common, exchange);
+    if (exchange.status != CTL_DONE) return fail(common, exchange);
     const PktMessage &packet = reply.packet;
     Json json = {{"command", command}};
     if (packet.type == REPLY_RESULT || packet.type == 0) {
@@ -115,10 +116,10 @@ int request(const Common &common, const std::string &command, const Message &mes
             packet.type == 0 ? libraryText(packet.param1) : resultText(kind, packet.param1);
         json.update({{"ok", done}, {"result", packet.param1}, {"text", text}});
         if (common.json) printJson(json);
-        if (done) return EXIT_DONE;
+        if (done) return CTL_DONE;
         return complain(command + " refused: " + text + " (" + std::to_string(packet.param1) + ")");
     }
-    if (packet.type != message.packet.type || !show) {
+    if (packet.type != message.packet.type || show == nullptr) {
         return complain("the answer is of an unknown type (" + std::to_string(packet.type) + ")");
     }
     json.update({{"ok", true}, {"result", SRV_OK}, {"text", "done"}});
@@ -128,7 +129,7 @@ int request(const Common &common, const std::string &command, const Message &mes
     } else {
         std::printf("%s\n", line.c_str());
     }
-    return EXIT_DONE;
+    return CTL_DONE;
 }
 
 // Sends a line to the control socket and tells the answer; `status` splits off its code.
@@ -136,8 +137,8 @@ int control(const Common &common, const std::string &command, const std::string 
     const std::string path = common.root + "/run/tarix/vorn.ctl";
     std::string answer;
     const Exchange exchange = exchangeLines(path, deadlineAfter(common, TIMEOUT_S), line, &answer);
-    if (exchange.status != EXIT_DONE) {
-        complain(exchange.status == EXIT_NO_CONNECTION
+    if (exchange.status != CTL_DONE) {
+        complain(exchange.status == CTL_NO_CONNECTION
                      ? "no connection to " + path + ": " + exchange.trouble
                      : exchange.trouble);
         return exchange.status;
@@ -153,7 +154,7 @@ int control(const Common &common, const std::string &command, const std::string 
     if (common.json) printJson(json);
     if (!ok) return complain(command + " refused: " + answer);
     if (!common.json) std::printf("%s\n", answer.c_str());
-    return EXIT_DONE;
+    return CTL_DONE;
 }
 
 // Appends texts; throws the usage error that the command line's reader turns into its message.
@@ -165,138 +166,170 @@ void putTexts(Message *message, const std::vector<std::string> &texts) {
     }
 }
 
-// ---- the subcommands ----
+// ---- requests ----
 
-int addSubs(const Common &common, const Words &words) {
-    Message message(REQ_ADD_SUBS, static_cast<std::int32_t>(words.list.size()));
-    putTexts(&message, {words.name});
-    for (const std::string &app : words.list) putTexts(&message, {app, app});
-    return request(common, "add-subs", message);
+void setParameter(Message *message, char which, const std::string &word) {
+    const auto known = wordNumbers.find(word);
+    int number = 0;  // the command line's check has let through what the cast reads
+    if (known != wordNumbers.end())
+        number = known->second;
+    else
+        CLI::detail::lexical_cast(word, number);
+    (which == '1' ? message->packet.param1 : message->packet.param2) = number;
 }
 
-int removeSubs(const Common &common, const Words &words) {
-    Message message(REQ_REMOVE_SUBS);
-    putTexts(&message, {words.name});
-    return request(common, "remove-subs", message);
+// One word of a row: "1:a|b" or "NAME", in brackets when it may be left out, with dots for more.
+struct WordForm {
+    explicit WordForm(std::string form) : optional(form.front() == '[') {
+        if (optional) form = form.substr(1, form.size() - 2);
+        if (form.size() > 2 && form[1] == ':') parameter = form[0];
+        name = form.substr(parameter == 0 ? 0 : 2);
+        many = name.size() > 3 && name.compare(name.size() - 3, 3, "...") == 0;
+        if (many) name.resize(name.size() - 3);
+        std::istringstream parts(name);
+        if (name.find('|') == std::string::npos) return;
+        for (std::string choice; std::getline(parts, choice, '|');) choices.push_back(choice);
+    }
+
+    bool optional;
+    bool many = false;
+    char parameter = 0;
+    std::string name;
+    std::vector<std::string> choices;
+};
+
+std::vector<WordForm> wordForms(const Request &row) {
+    std::vector<WordForm> forms;
+    std::istringstream words(row.words);
+    for (std::string word; words >> word;) forms.emplace_back(word);
+    return forms;
 }
 
-int setQuota(const Common &common, const Words &words) {
-    if (!words.force && (words.number < 1 || words.number > QUOTA_MAX)) {
+// Puts the words into the message as the row says.
+void putWords(const Request &row, const Words &words, Message *message) {
+    for (const WordForm &form : wordForms(row)) {
+        if (form.many) continue;  // the request's own function knows how
+        const std::string &word = words.said.at(form.name);
+        if (form.parameter == 0)
+            putTexts(message, {word});
+        else if (!word.empty())
+            setParameter(message, form.parameter, word);
+    }
+}
+
+// ---- what some requests need besides ----
+
+void putApps(const Words &words, Message *message) {
+    message->packet.param1 = static_cast<std::int32_t>(words.list.size());
+    for (const std::string &app : words.list) putTexts(message, {app, app});
+}
+
+void putPairs(const Words &words, Message *message) {
+    if (words.list.size() % 2 != 0) throw CLI::ValidationError("each NAME needs a VALUE");
+    message->packet.param1 = static_cast<std::int32_t>(words.list.size() / 2);
+    putTexts(message, words.list);
+}
+
+void offerForce(CLI::App *command, Words *words) {
+    command->add_flag("--force", words->force, "send a MAX outside 1 to 65535 too");
+}
+
+void checkQuota(const Words &words, Message *message) {
+    const int max = message->packet.param1;
+    if (!words.force && (max < 1 || max > QUOTA_MAX))
         throw CLI::ValidationError("MAX is not in 1 to 65535, and the service keeps 16 bits of it",
                                    "give --force to send it all the same");
-    }
-    if (words.number < INT32_MIN || words.number > INT32_MAX) {
-        throw CLI::ValidationError("MAX does not fit 32 bits");
-    }
-    const Message message(REQ_SET_QUOTA, static_cast<std::int32_t>(words.number),
-                          QUOTAS.at(words.quota));
-    return request(common, "set-quota", message);
 }
 
-int setVar(const Common &common, const Words &words) {
-    if (words.list.size() % 2 != 0) throw CLI::ValidationError("each NAME needs a VALUE");
-    Message message(REQ_SET_URV, static_cast<std::int32_t>(words.list.size() / 2));
-    putTexts(&message, words.list);
-    return request(common, "set-var", message);
+void offerFormat(CLI::App *command, Words *words) {
+    command->add_option("--format", words->format, "default: pdf when OUTPUT ends in .pdf")
+        ->check(CLI::IsMember({"txt", "pdf"}));
+    command->add_option("--flags", words->flags, "shown in the service's log");
 }
 
-bool endsInPdf(const std::string &name) {
-    return name.size() > 4 && name.compare(name.size() - 4, 4, ".pdf") == 0;
+void putFormat(const Words &words, Message *message) {
+    const std::string &output = words.said.at("OUTPUT");
+    const bool pdf =
+        output.size() > 4 && output.compare(output.size() - 4, std::string::npos, ".pdf") == 0;
+    message->packet.param1 = static_cast<std::int32_t>(words.flags);
+    setParameter(message, '2', !words.format.empty() ? words.format : pdf ? "pdf" : "txt");
 }
 
-int report(const Common &common, const Words &words) {
-    const std::string guess = endsInPdf(words.output) ? "pdf" : "txt";
-    Message message(REQ_MAKE_REPORT, static_cast<std::int32_t>(words.flags),
-                    FORMATS.at(words.format.empty() ? guess : words.format));
-    putTexts(&message, {words.name, words.results, words.templateFile, words.output});
-    return request(common, "report", message, nullptr, REPORT_TIMEOUT_S);
+void offerReference(CLI::App *command, Words *words) {
+    command->add_option("--reference", words->reference,
+                        "name files by it and a number (default: by time)");
 }
 
-int setLang(const Common &common, const Words &words) {
-    Message message(REQ_SET_LANG);
-    putTexts(&message, {words.name});
-    return request(common, "set-lang", message);
-}
-
-int autoreport(const Common &common, const Words &words) {
+void putReference(const Words &words, Message *message) {
+    if (words.said.at("txt|pdf").empty()) message->packet.param2 = RPT_FMT_PDF;
     const bool bySequence = !words.reference.empty();
-    Message message(REQ_SET_AUTOREPORT, SWITCH.at(words.onOff),
-                    FORMATS.at(words.format.empty() ? "pdf" : words.format));
-    pktPut16(&message.packet, bySequence ? 1 : 0);
-    if (bySequence) putTexts(&message, {words.reference});
-    return request(common, "autoreport", message);
+    pktPut16(&message->packet, bySequence ? 1 : 0);
+    if (bySequence) putTexts(message, {words.reference});
 }
 
-int setAutoseq(const Common &common, const Words &words) {
-    return request(common, "set-autoseq",
-                   Message(REQ_SET_AUTOSEQ, static_cast<std::int32_t>(words.number)));
+void askForReports(const Words & /*words*/, Message *message) {
+    message->packet.param2 = QUOTA_REPORTS;
 }
 
-int getAutoseq(const Common &common, const Words & /*words*/) {
-    return request(common, "get-autoseq", Message(REQ_GET_AUTOSEQ),
-                   [](const PktMessage &reply, Json *json) {
-                       const bool bySequence = reply.param1 == 1;
-                       (*json)["naming"] = bySequence ? "sequence" : "time";
-                       (*json)["sequence"] = reply.param2;
-                       return std::string("names by ") + (bySequence ? "sequence" : "time") +
-                              ", next number " + std::to_string(reply.param2);
-                   });
+std::string showNumFiles(const PktMessage &reply, Json *json) {
+    (*json)["max"] = reply.param1;
+    (*json)["files"] = reply.param2;
+    return std::to_string(reply.param2) + " report files of at most " +
+           std::to_string(reply.param1);
 }
 
-int setTemplate(const Common &common, const Words &words) {
-    Message message(REQ_SET_TEMPLATE);
-    putTexts(&message, {words.name, words.templateFile});
-    return request(common, "set-template", message);
+std::string showAutoseq(const PktMessage &reply, Json *json) {
+    const std::string naming = reply.param1 == 1 ? "sequence" : "time";
+    (*json)["naming"] = naming;
+    (*json)["sequence"] = reply.param2;
+    return "names by " + naming + ", next number " + std::to_string(reply.param2);
 }
 
-int fullAction(const Common &common, const Words &words) {
-    return request(common, "full-action",
-                   Message(REQ_SET_FULLACTION, ACTIONS.at(words.action), QUOTAS.at(words.quota)));
+struct Extra {
+    RequestCode code;
+    void (*offer)(CLI::App *command, Words *words);  // options
+    void (*finish)(const Words &words, Message *message);
+    ShowReply show;
+};
+
+constexpr Extra noExtra = {REPLY_RESULT, nullptr, nullptr, nullptr};
+constexpr Extra extras[] = {
+    {REQ_ADD_SUBS, nullptr, putApps, nullptr},
+    {REQ_SET_URV, nullptr, putPairs, nullptr},
+    {REQ_SET_QUOTA, offerForce, checkQuota, nullptr},
+    {REQ_MAKE_REPORT, offerFormat, putFormat, nullptr},
+    {REQ_SET_AUTOREPORT, offerReference, putReference, nullptr},
+    {REQ_GET_NUMFILES, nullptr, askForReports, showNumFiles},
+    {REQ_GET_AUTOSEQ, nullptr, nullptr, showAutoseq},
+};
+
+const Extra &extraOf(const Request &row) {
+    for (const Extra &extra : extras)
+        if (extra.code == row.code) return extra;
+    return noExtra;
 }
 
-int numFiles(const Common &common, const Words & /*words*/) {
-    return request(common, "num-files", Message(REQ_GET_NUMFILES, 0, QUOTA_REPORTS),
-                   [](const PktMessage &reply, Json *json) {
-                       (*json)["max"] = reply.param1;
-                       (*json)["files"] = reply.param2;
-                       return std::to_string(reply.param2) + " report files of at most " +
-                              std::to_string(reply.param1);
-                   });
+int makeRequest(const Common &common, const Request &row, const Words &words) {
+    const Extra &extra = extraOf(row);
+    Message message(row.code);
+    putWords(row, words, &message);
+    if (extra.finish != nullptr) extra.finish(words, &message);
+    return exchangeRequest(common, row.name, message, extra.show);
 }
 
-int autosave(const Common &common, const Words &words) {
-    return request(common, "autosave", Message(REQ_SET_AUTOSAVE, SWITCH.at(words.onOff)));
-}
+// ---- the control socket and the check ----
 
-int deleteAll(const Common &common, const Words &words) {
-    return request(common, "delete-all", Message(REQ_DELETE_ALL, QUOTAS.at(words.quota)));
-}
-
-int status(const Common &common, const Words & /*words*/) {
-    return control(common, "status", "status");
-}
-
-int debug(const Common &common, const Words &words) {
-    return control(common, "debug", "debug " + std::to_string(words.number));
-}
-
-int stop(const Common &common, const Words & /*words*/) {
-    return control(common, "stop", "stop");
-}
-
-int check(const Common &common, const Words & /*words*/) {
+int check(const Common &common) {
     const std::vector<std::string> findings = checkConfig(common.root);
     if (common.json) {
         printJson({{"command", "check-config"}, {"ok", findings.empty()}, {"findings", findings}});
     } else {
         for (const std::string &finding : findings) std::printf("%s\n", finding.c_str());
     }
-    return findings.empty() ? EXIT_DONE : EXIT_REFUSED;
+    return findings.empty() ? CTL_DONE : CTL_REFUSED;
 }
 
 // ---- the command line ----
-
-using Act = int (*)(const Common &common, const Words &words);
 
 // Subcommands with their words, as `vornctl --help` shows them.
 class CommandLine {
@@ -313,8 +346,7 @@ public:
                         "seconds to wait for the answer (default: 30, for a report 600)")
             ->check(CLI::PositiveNumber);
         app_.add_flag("--json", common_.json, "print the answer as one JSON line");
-        addRequests();
-        addSettings();
+        for (std::size_t i = 0; i < requestCount; ++i) addRequest(requestTable[i]);
         addControls();
         app_.footer("Examples:\n" + examples_ +
                     "\nBefore words that begin with '-' put --: vornctl set-var -- name -x\n"
@@ -325,14 +357,14 @@ public:
     int run(int argc, char **argv) {
         try {
             app_.parse(argc, argv);
-            return act_(common_, words_);
+            return act_();
         } catch (const CLI::ParseError &error) {
-            return app_.exit(error) == 0 ? EXIT_DONE : EXIT_USAGE;
+            return app_.exit(error) == 0 ? CTL_DONE : CTL_USAGE;
         }
     }
 
 private:
-    CLI::App *add(const std::string &name, Act act, const std::string &description,
+    CLI::App *add(const std::string &name, std::function<int()> act, const std::string &description,
                   const std::string &example) {
         CLI::App *command = app_.add_subcommand(name, description);
         const std::string line = "  vornctl " + name + (example.empty() ? "" : " " + example);
@@ -342,74 +374,45 @@ private:
         examples_ += line + "\n";
         return command;
     }
-    static void oneOf(CLI::App *command, const std::string &name, std::string *word,
-                      const std::map<std::string, int> &names) {
-        command->add_option(name, *word)->required()->check(CLI::IsMember(names));
-    }
-    static void text(CLI::App *command, const std::string &name, std::string *word) {
-        command->add_option(name, *word)->required();
+
+    void addWord(CLI::App *command, const WordForm &form, std::string *said) {
+        CLI::Option *option = form.many ? command->add_option(form.name, words_.list)
+                                        : command->add_option(form.name, *said);
+        option->required(!form.optional);
+        if (!form.choices.empty())
+            option->check(CLI::IsMember(form.choices));
+        else if (form.parameter != 0)
+            option->check(CLI::Range(INT32_MIN, INT32_MAX));
     }
 
-    void addRequests() {
-        CLI::App *command = add("add-subs", addSubs, "add a subscription", "tx gen1 ana2");
-        text(command, "NAME", &words_.name);
-        command->add_option("APP", words_.list, "its applications (default: the one of its name)");
-        text(add("remove-subs", removeSubs, "remove a subscription; its files stay", "tx"), "NAME",
-             &words_.name);
-        command =
-            add("set-template", setTemplate, "set a subscription's template", "tx summary.tpl");
-        text(command, "SUBS", &words_.name);
-        text(command, "TEMPLATE", &words_.templateFile);
-        command = add("set-var", setVar, "set user variables", "operator \"J. Doe\" site lab");
-        command->add_option("PAIRS", words_.list, "NAME VALUE [NAME VALUE ...]")->required();
-        command = add("report", report, "make a report",
-                      "tx /tarix/data/results/tx/run00001.res summary.tpl run00001.pdf");
-        text(command, "SUBS", &words_.name);
-        text(command, "RESULTS", &words_.results);
-        text(command, "TEMPLATE", &words_.templateFile);
-        text(command, "OUTPUT", &words_.output);
-        command->add_option("--format", words_.format, "default: pdf when OUTPUT ends in .pdf")
-            ->check(CLI::IsMember(FORMATS));
-        command->add_option("--flags", words_.flags, "shown in the service's log");
-        text(add("set-lang", setLang, "set the language of reports", "de"), "ID", &words_.name);
-    }
-
-    void addSettings() {
-        CLI::App *command =
-            add("set-quota", setQuota, "set the maximum number of files", "results 100");
-        oneOf(command, "results|reports", &words_.quota, QUOTAS);
-        command->add_option("MAX", words_.number)->required();
-        command->add_flag("--force", words_.force, "send a MAX outside 1 to 65535 too");
-        command = add("full-action", fullAction, "set what a full quota does", "reports purge");
-        oneOf(command, "results|reports", &words_.quota, QUOTAS);
-        oneOf(command, "stop|block|purge", &words_.action, ACTIONS);
-        add("num-files", numFiles, "tell the number of report files", "");
-        oneOf(add("delete-all", deleteAll, "delete all files", "reports"), "results|reports",
-              &words_.quota, QUOTAS);
-        oneOf(add("autosave", autosave, "save results on synchronisation, or not", "on"), "on|off",
-              &words_.onOff, SWITCH);
-        command = add("autoreport", autoreport, "make a report of each results file, or not",
-                      "on txt --reference run");
-        oneOf(command, "on|off", &words_.onOff, SWITCH);
-        command->add_option("txt|pdf", words_.format, "default: pdf")
-            ->check(CLI::IsMember(FORMATS));
-        command->add_option("--reference", words_.reference,
-                            "name files by it and a number (default: by time)");
-        command = add("set-autoseq", setAutoseq, "set the next number of file names", "1");
-        command->add_option("N", words_.number)
-            ->required()
-            ->check(CLI::Range(INT32_MIN, INT32_MAX));
-        add("get-autoseq", getAutoseq, "tell it, and how files are named", "");
+    void addRequest(const Request &row) {
+        std::map<std::string, std::string> *said = &said_[row.name];
+        CLI::App *command = add(
+            row.name,
+            [this, &row, said] {
+                words_.said = *said;
+                return makeRequest(common_, row, words_);
+            },
+            row.help, row.example);
+        for (const WordForm &form : wordForms(row)) addWord(command, form, &(*said)[form.name]);
+        if (extraOf(row).offer != nullptr) extraOf(row).offer(command, &words_);
     }
 
     void addControls() {
-        add("status", status, "tell the service's status", "");
-        CLI::App *command = add("debug", debug, "set the level up to which the service logs", "2");
+        add(
+            "status", [this] { return control(common_, "status", "status"); },
+            "tell the service's status", "");
+        CLI::App *command = add(
+            "debug",
+            [this] { return control(common_, "debug", "debug " + std::to_string(words_.number)); },
+            "set the level up to which the service logs", "2");
         command->add_option("N", words_.number)
             ->required()
             ->check(CLI::Range(INT32_MIN, INT32_MAX));
-        add("stop", stop, "stop the service", "");
-        add("check-config", check,
+        add(
+            "stop", [this] { return control(common_, "stop", "stop"); }, "stop the service", "");
+        add(
+            "check-config", [this] { return check(common_); },
             "read the configuration and report all findings; the service need not run",
             "--root /tmp/demo");
     }
@@ -417,7 +420,8 @@ private:
     CLI::App app_;
     Common common_;
     Words words_;
-    Act act_ = nullptr;
+    std::map<std::string, std::map<std::string, std::string>> said_;  // by subcommand
+    std::function<int()> act_;
     std::string examples_;
 };
 

@@ -22,10 +22,10 @@ namespace {
 
 constexpr std::size_t ANSWER_MAX = 4096;
 
-const Exchange DONE = {EXIT_DONE, ""};
+const Exchange DONE = {CTL_DONE, ""};
 
 Exchange noConnection(const std::string &why) {
-    return {EXIT_NO_CONNECTION, why};
+    return {CTL_NO_CONNECTION, why};
 }
 
 Exchange lost(int error) {
@@ -41,7 +41,7 @@ Exchange await(int fd, short events, Deadline deadline) {
         const auto wait = std::clamp<std::int64_t>(left.count(), 0, 1000000000);
         const int ready = poll(&poller, 1, static_cast<int>(wait));
         if (ready > 0) return DONE;
-        if (ready == 0) return {EXIT_TIMED_OUT, "no answer in time"};
+        if (ready == 0) return {CTL_TIMED_OUT, "no answer in time"};
         if (errno != EINTR) return lost(errno);
     }
 }
@@ -50,7 +50,7 @@ Exchange connectTo(int fd, const sockaddr *address, socklen_t size, Deadline dea
     if (connect(fd, address, size) == 0) return DONE;
     if (errno != EINPROGRESS && errno != EAGAIN) return noConnection(std::strerror(errno));
     Exchange waited = await(fd, POLLOUT, deadline);
-    if (waited.status != EXIT_DONE) return waited;
+    if (waited.status != CTL_DONE) return waited;
     int error = 0;
     socklen_t length = sizeof error;
     getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &length);
@@ -68,7 +68,7 @@ Exchange sendAll(int fd, std::string_view bytes, Deadline deadline) {
         if (errno == EPIPE || errno == ECONNRESET) return DONE;
         if (errno != EAGAIN && errno != EINTR) return lost(errno);
         Exchange waited = await(fd, POLLOUT, deadline);
-        if (waited.status != EXIT_DONE) return waited;
+        if (waited.status != CTL_DONE) return waited;
     }
     return DONE;
 }
@@ -77,7 +77,7 @@ Exchange sendAll(int fd, std::string_view bytes, Deadline deadline) {
 Exchange readSome(int fd, char *bytes, std::size_t size, Deadline deadline, std::size_t *got) {
     for (;;) {
         Exchange waited = await(fd, POLLIN, deadline);
-        if (waited.status != EXIT_DONE) return waited;
+        if (waited.status != CTL_DONE) return waited;
         const ssize_t count = recv(fd, bytes, size, 0);
         if (count == 0) return noConnection("the connection was closed without an answer");
         if (count > 0) {
@@ -94,7 +94,7 @@ Exchange readAll(int fd, std::uint8_t *bytes, std::size_t size, Deadline deadlin
         std::size_t got = 0;
         Exchange read =
             readSome(fd, reinterpret_cast<char *>(bytes) + done, size - done, deadline, &got);
-        if (read.status != EXIT_DONE) return read;
+        if (read.status != CTL_DONE) return read;
         done += got;
     }
     return DONE;
@@ -105,12 +105,12 @@ Exchange talk(int fd, const Message &request, Message *reply, Deadline deadline)
     pktEncodeHeader(&request.packet, reinterpret_cast<std::uint8_t *>(bytes.data()));
     bytes.append(reinterpret_cast<const char *>(request.packet.payload), request.packet.length);
     Exchange step = sendAll(fd, bytes, deadline);
-    if (step.status != EXIT_DONE) return step;
+    if (step.status != CTL_DONE) return step;
     std::uint8_t header[PKT_HEADER_SIZE];
     step = readAll(fd, header, sizeof header, deadline);
-    if (step.status != EXIT_DONE) return step;
+    if (step.status != CTL_DONE) return step;
     if (pktDecodeHeader(&reply->packet, header) != PKT_OK) {
-        return {EXIT_REFUSED, "the answer is no reply of this protocol"};
+        return {CTL_REFUSED, "the answer is no reply of this protocol"};
     }
     return readAll(fd, reply->packet.payload, reply->packet.length, deadline);
 }
@@ -144,7 +144,7 @@ Exchange exchangeMessages(const std::string &host, const std::string &port, Dead
         const DescriptorGuard fd(
             socket(address->ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
         last = connectTo(fd.get(), address->ai_addr, address->ai_addrlen, deadline);
-        if (last.status != EXIT_DONE) continue;
+        if (last.status != CTL_DONE) continue;
         const int on = 1;
         setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         return talk(fd.get(), request, reply, deadline);
@@ -161,14 +161,14 @@ Exchange exchangeLines(const std::string &path, Deadline deadline, const std::st
     const DescriptorGuard fd(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     Exchange step =
         connectTo(fd.get(), reinterpret_cast<sockaddr *>(&address), sizeof address, deadline);
-    if (step.status == EXIT_DONE) step = sendAll(fd.get(), line + "\n", deadline);
+    if (step.status == CTL_DONE) step = sendAll(fd.get(), line + "\n", deadline);
     answer->clear();
-    while (step.status == EXIT_DONE && answer->find('\n') == std::string::npos) {
+    while (step.status == CTL_DONE && answer->find('\n') == std::string::npos) {
         char part[512];
         std::size_t got = 0;
         step = readSome(fd.get(), part, sizeof part, deadline, &got);
-        if (step.status == EXIT_DONE) answer->append(part, got);
-        if (answer->size() > ANSWER_MAX) return {EXIT_REFUSED, "the answer is no line"};
+        if (step.status == CTL_DONE) answer->append(part, got);
+        if (answer->size() > ANSWER_MAX) return {CTL_REFUSED, "the answer is no line"};
     }
     answer->resize(std::min(answer->find('\n'), answer->size()));
     return step;

@@ -10,12 +10,12 @@
 #include "pktio/wire.h"
 
 // What became of an exchange; the numbers are vornctl's exit status.
-enum ExitStatus : int {
-    EXIT_DONE = 0,
-    EXIT_REFUSED = 1,
-    EXIT_USAGE = 2,
-    EXIT_NO_CONNECTION = 3,
-    EXIT_TIMED_OUT = 4,
+enum CtlStatus : int {
+    CTL_DONE = 0,
+    CTL_REFUSED = 1,
+    CTL_USAGE = 2,
+    CTL_NO_CONNECTION = 3,
+    CTL_TIMED_OUT = 4,
 };
 
 // A message with memory for the largest payload.
@@ -33,8 +33,8 @@ private:
 
 // An answer, or why there is none.
 struct Exchange {
-    ExitStatus status;
-    std::string trouble;  // for EXIT_DONE empty
+    CtlStatus status;
+    std::string trouble;  // for CTL_DONE empty
 };
 
 using Deadline = std::chrono::steady_clock::time_point;

@@ -19,7 +19,7 @@ struct CodeText {
     const char *text;
 };
 
-constexpr CodeText REQUEST_TEXTS[] = {
+constexpr CodeText requestTexts[] = {
     {SRV_OK, "done"},
     {POST_REFUSED, "the service's command queue is full"},
     {SRV_BAD_FIELD, "a field is too long, missing or not allowed"},
@@ -29,7 +29,7 @@ constexpr CodeText REQUEST_TEXTS[] = {
     {SRV_UNKNOWN_ID, "no such quota or action"},
 };
 
-constexpr CodeText REPORT_TEXTS[] = {
+constexpr CodeText reportTexts[] = {
     {SRV_OK, "done"},
     {MERGE_NO_APPLICATION, "the results lack an application that the template names"},
     {REPORT_QUOTA_FULL, "there are too many report files"},
@@ -47,9 +47,9 @@ constexpr CodeText REPORT_TEXTS[] = {
     {MERGE_PLUGIN_FAILED, "a plug-in failed"},
 };
 
-constexpr CodeText LIBRARY_TEXTS[] = {
+constexpr CodeText libraryTexts[] = {
     {NX_REFUSED, "the service serves as many clients as it can"},
-    {SRV_UNKNOWN_CODE, "the service does not know this request"},
+    {CALLBACK_UNKNOWN_CODE, "the service does not know this request"},
     {SRV_BAD_FIELD, "a field is too long or missing"},
 };
 
@@ -63,9 +63,9 @@ std::string textOf(const CodeText (&texts)[N], int code) {
 }  // namespace
 
 std::string resultText(ResultOf kind, int code) {
-    return kind == ResultOf::REPORT ? textOf(REPORT_TEXTS, code) : textOf(REQUEST_TEXTS, code);
+    return kind == ResultOf::REPORT ? textOf(reportTexts, code) : textOf(requestTexts, code);
 }
 
 std::string libraryText(int code) {
-    return textOf(LIBRARY_TEXTS, code);
+    return textOf(libraryTexts, code);
 }

@@ -94,6 +94,13 @@ int readSubscription(const PktMessage *request, Subscription *subscription) {
     return SRV_OK;
 }
 
+// True for a name of the form that a report has while it is written: the next start would delete
+// it.
+bool isPartName(std::string_view path) {
+    const std::string_view name = path.substr(path.rfind('/') + 1);
+    return name.starts_with('.') && name.ends_with(".part");
+}
+
 struct ReportRequest {
     char subscription[NAME_SIZE];
     char results[OPTION_PATH_SIZE];
@@ -108,6 +115,7 @@ int readReportRequest(const PktMessage *request, ReportRequest *fields) {
     int result = readPath(request, opt_resdir, fields->results, &position);
     if (result == SRV_OK) result = readPath(request, opt_tpldir, fields->templateFile, &position);
     if (result == SRV_OK) result = readPath(request, opt_rptdir, fields->report, &position);
+    if (result == SRV_OK && isPartName(fields->report)) result = SRV_BAD_FIELD;
     return result;
 }
 
@@ -133,7 +141,10 @@ int srvAddSubscription(const PktMessage *request, PktMessage *reply) {
 
     HeapGuard<Subscription> subscription(
         static_cast<Subscription *>(std::malloc(sizeof(Subscription))));
-    if (!subscription) return replyResult(reply, SRV_NOT_STORED);
+    if (!subscription) {
+        dmon_log(1, "Error: no memory for subscription '%s'.\n", fields.name);
+        return replyResult(reply, SRV_NOT_STORED);
+    }
     *subscription = fields;
     result = startMeasSubs(subscription.get());
     if (result == 0) static_cast<void>(subscription.release());  // the listener's from now on
@@ -175,7 +186,10 @@ int srvSetUserVars(const PktMessage *request, PktMessage *reply) {
         if (result == SRV_OK) result = readText(request, value, &position);
         if (result != SRV_OK) break;
         dmon_log(2, "Server: set URV %s=%s.\n", name, value);
-        if (setUserVar(&kv_urv, name, value) != KV_OK) result = SRV_NOT_STORED;
+        if (setUserVar(&kv_urv, name, value) != KV_OK) {
+            dmon_log(1, "Error: no memory for user variable '%s'.\n", name);
+            result = SRV_NOT_STORED;
+        }
     }
     return replyResult(reply, result);
 }

@@ -38,12 +38,6 @@ enum RequestResult : int {
     SRV_UNKNOWN_ID = -22,    // no such quota, or no FullAction
 };
 
-// Quotas as requests name them; not the handles of the quota table.
-enum RequestQuota : std::int32_t {
-    QUOTA_RESULTS = 0,  // results files of every subscription
-    QUOTA_REPORTS = 1,  // report files
-};
-
 constexpr int USER_VAR_NAME_SIZE = 16;
 constexpr int USER_VAR_VALUE_SIZE = 128;
 
@@ -54,7 +48,7 @@ int srvAddSubscription(const PktMessage *request, PktMessage *reply);
 // Payload: the subscription's name.
 int srvRemoveSubscription(const PktMessage *request, PktMessage *reply);
 
-// param1: maximum number of files; param2: RequestQuota.
+// param1: maximum number of files; param2: QuotaSubject.
 int srvSetQuota(const PktMessage *request, PktMessage *reply);
 
 // param1: number of pairs. Payload: name and value of each. Pairs before a failure stay stored.
@@ -81,14 +75,14 @@ int srvGetAutoSequence(const PktMessage *request, PktMessage *reply);
 // Payload: subscription, template. SRV_BAD_FIELD and no reply when one cannot be read.
 int srvSetTemplate(const PktMessage *request, PktMessage *reply);
 
-// param1: FullAction; param2: RequestQuota.
+// param1: FullAction; param2: QuotaSubject.
 int srvSetFullAction(const PktMessage *request, PktMessage *reply);
 
-// param2: RequestQuota, only QUOTA_REPORTS. Replies with maximum and number of files.
+// param2: QuotaSubject, only QUOTA_REPORTS. Replies with maximum and number of files.
 int srvGetNumFiles(const PktMessage *request, PktMessage *reply);
 
 // param1: on or off.
 int srvSetAutosave(const PktMessage *request, PktMessage *reply);
 
-// param1: RequestQuota, which other requests have in param2.
+// param1: QuotaSubject, which other requests have in param2.
 int srvDeleteAllFiles(const PktMessage *request, PktMessage *reply);

@@ -5,10 +5,10 @@
 #include "pktio/pktio.h"
 
 // What the callback tells the server library; a handler that makes no reply adds its own result.
-enum ServerResult : int {
-    SRV_ANSWERED = 0,
-    SRV_UNKNOWN_CODE = 1,
-    SRV_NO_MESSAGE = 3,
+enum CallbackResult : int {
+    CALLBACK_ANSWERED = 0,
+    CALLBACK_UNKNOWN_CODE = 1,
+    CALLBACK_NO_MESSAGE = 3,
 };
 
 // Makes the user variables and the server and serves clients on the calling thread. Returns -1 when

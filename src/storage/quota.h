@@ -14,6 +14,12 @@ enum FullAction : std::uint8_t {
     FULL_PURGE = 2,  // accept it, and delete the oldest
 };
 
+// Which files a quota counts. The numbers are those of the request protocol, not handles.
+enum QuotaSubject : std::int32_t {
+    QUOTA_RESULTS = 0,  // results files of every subscription
+    QUOTA_REPORTS = 1,  // report files
+};
+
 enum QuotaResult : int {
     QUOTA_OK = 0,
     QUOTA_NONE = -1,  // no such handle, no free slot, or files that could not be deleted

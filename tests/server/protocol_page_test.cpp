@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Keeps docs/protocol.md true: sends its example bytes and runs its Python client, as they stand on
 // the page, against the request server with the service's own callback.
+#include <algorithm>
+#include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 
@@ -9,6 +12,7 @@
 
 #include "core/options.h"
 #include "report/user_vars.h"
+#include "server/request_table.h"
 #include "server/server.h"
 #include "support/build_paths.h"
 #include "support/program.h"
@@ -51,6 +55,31 @@ TEST(ProtocolPage, ShowsTheBytesAndAPythonClientThatWork) {
     char site[20];
     copyUserVar(&kv_urv, "site", site, sizeof site);
     EXPECT_STREQ(site, "Lab 2");
+}
+
+std::string contentOf(const std::string &name) {
+    std::ostringstream content;
+    content << std::ifstream(sourceDir() + "/" + name).rdbuf();
+    return content.str();
+}
+
+TEST(ProtocolPage, AndCompletionHaveEachRequest) {
+    std::string page = contentOf("docs/protocol.md");
+    std::erase(page, '\\');  // in front of "|" within a table
+    std::string commands = contentOf("tools/completions/vornctl");
+    std::replace_if(
+        commands.begin(), commands.end(), [](char c) { return c == '"' || c == '\n'; }, ' ');
+    for (std::size_t i = 0; i < requestCount; ++i) {
+        const Request &row = requestTable[i];
+        std::string words = row.name;
+        std::istringstream forms(row.words);
+        for (std::string form; forms >> form;)
+            words += " " + std::regex_replace(form, std::regex("[12]:"), "");
+        EXPECT_NE(page.find("\n| " + std::to_string(row.code) + " | `" + words + "` |"),
+                  std::string::npos)
+            << words;
+        EXPECT_NE(commands.find(" " + std::string(row.name) + " "), std::string::npos) << words;
+    }
 }
 
 }  // namespace
