@@ -11,7 +11,6 @@
 #include <limits>
 #include <string_view>
 
-#include "dmon/dmon.h"
 #include "output/c_format.h"
 #include "output/report_records.h"
 #include "pdf/utf8.h"
@@ -23,11 +22,15 @@ namespace {
 
 // What a converter works on.
 struct Job {
-    const char *place;
+    const char *argument;
     DictResolver *dict;
-    const ValueClause *clause;
     ItemValue *value;
 };
+
+// What a converter returns when it did its work; else it is the reason why not.
+constexpr const char *CONVERTED = nullptr;
+
+constexpr std::size_t ARGUMENT_SIZE = 64;
 
 // The value's number; its bytes need not be aligned.
 template <class Number>
@@ -39,17 +42,14 @@ Number load(const ItemValue *value) {
 
 // Makes the value a string of its own; `string` comes from malloc, or is null when that failed.
 // Only now does old data go that a plug-in handed over with the value.
-int takeString(const Job *job, char *string) {
-    if (string == nullptr) {
-        dmon_log(1, "Error in %s: no memory for a converted value.\n", job->place);
-        return CONV_BAD_TYPE;
-    }
+const char *takeString(const Job *job, char *string) {
+    if (string == nullptr) return "no memory for a converted value.";
     releaseItemValue(job->value);
     *job->value = {VORN_TYPE_STRING, string, 0, VORN_VALUE_OWNED};
-    return CONV_OK;
+    return CONVERTED;
 }
 
-int copyString(const Job *job, const char *text) {
+const char *copyString(const Job *job, const char *text) {
     return takeString(job, strdup(text));
 }
 
@@ -112,39 +112,38 @@ double readDouble(std::string_view text) {
 
 // ---- the converters ----
 
-int toDateTime(const Job *job) {
+const char *toDateTime(const Job *job) {
     char text[32];
     formatAbsTime(text, static_cast<std::time_t>(load<std::uint32_t>(job->value)));
     return copyString(job, text);
 }
 
-int toTime(const Job *job) {
+const char *toTime(const Job *job) {
     char text[16];
     formatRelTime(text, sizeof text, load<std::uint32_t>(job->value));
     return copyString(job, text);
 }
 
 // The argument is mask?textIfSet:textIfClear; another form leaves the value as it is.
-int toBitmapText(const Job *job) {
-    const std::string_view argument = job->clause->convArg;
+const char *toBitmapText(const Job *job) {
+    const std::string_view argument = job->argument;
     const std::size_t question = argument.find('?');
-    if (question == std::string_view::npos) return CONV_OK;
+    if (question == std::string_view::npos) return CONVERTED;
     const std::size_t colon = argument.find(':', question);
-    if (colon == std::string_view::npos) return CONV_OK;
+    if (colon == std::string_view::npos) return CONVERTED;
 
     const bool isSet = (load<std::uint32_t>(job->value) & readMask(argument)) != 0;
-    char text[sizeof job->clause->convArg];
+    char text[ARGUMENT_SIZE];
     copyPiece(text, isSet ? argument.substr(question + 1, colon - question - 1)
                           : argument.substr(colon + 1));
-    if ((job->clause->flags & VALUE_USE_DICT) != 0)
-        return takeString(job, dictResolvGetCopy(job->dict, text));
+    if (job->dict != nullptr) return takeString(job, dictResolvGetCopy(job->dict, text));
     return copyString(job, text);
 }
 
 // The bytes stay, and with them their owner.
-int toArrayFloat(const Job *job) {
+const char *toArrayFloat(const Job *job) {
     job->value->type = VORN_TYPE_FLOAT;
-    return CONV_OK;
+    return CONVERTED;
 }
 
 // The n-th byte from the right.
@@ -152,7 +151,7 @@ constexpr unsigned byteOf(std::uint64_t number, unsigned n) {
     return static_cast<unsigned>(number >> (8 * n)) & 0xFF;
 }
 
-int toMacAddress(const Job *job) {
+const char *toMacAddress(const Job *job) {
     const auto number = load<std::uint64_t>(job->value);
     char text[18];
     std::snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X", byteOf(number, 5),
@@ -161,7 +160,7 @@ int toMacAddress(const Job *job) {
     return copyString(job, text);
 }
 
-int toIpv4Address(const Job *job) {
+const char *toIpv4Address(const Job *job) {
     const auto number = load<std::uint32_t>(job->value);
     char text[16];
     std::snprintf(text, sizeof text, "%u.%u.%u.%u", byteOf(number, 3), byteOf(number, 2),
@@ -238,17 +237,12 @@ double toDouble(const ItemValue *value) {
     }
 }
 
-int toUnits(const Job *job) {
+const char *toUnits(const Job *job) {
     UnitTable table{};
-    if (!parseUnits(job->clause->convArg, &table)) {
-        dmon_log(1, "Error in %s: bad arguments to 'units' conversion.\n", job->place);
-        dmon_log(1, "Must be 'units(<unitName>=<factor>[:<printfFormat>],...)'\n");
-        return CONV_BAD_TYPE;
-    }
-    if (table.count == 0) {
-        dmon_log(1, "Error in %s: no units defined in 'units' conversion.\n", job->place);
-        return CONV_BAD_TYPE;
-    }
+    if (!parseUnits(job->argument, &table))
+        return "bad arguments to 'units' conversion.\n"
+               "Must be 'units(<unitName>=<factor>[:<printfFormat>],...)'";
+    if (table.count == 0) return "no units defined in 'units' conversion.";
     double x = toDouble(job->value);
     const std::size_t index = chooseUnit(&table, x);
     const Unit *unit = &table.units[index];
@@ -272,41 +266,29 @@ constexpr unsigned typeBit(auto... types) {
 struct Converter {
     unsigned accepts;   // bit n: values of type n
     std::uint8_t size;  // the `size` that the value must have, or 0
-    int (*convert)(const Job *job);
-    const char *refusal;  // message on another type; takes the place
+    const char *(*convert)(const Job *job);
+    const char *refusal;  // message on another type
 };
 
 // Indexed by ConversionKind.
 constexpr Converter converters[] = {
-    {0, 0, nullptr, "%s"},
+    {0, 0, nullptr, ""},
     {typeBit(VORN_TYPE_UINT32), 0, toDateTime,
-     "Error in %s: 'dateTime' conversion is only supported for UINT32 type.\n"},
-    {typeBit(VORN_TYPE_UINT32), 0, toTime,
-     "Error in %s: 'time' conversion is only supported for UINT32 type.\n"},
+     "'dateTime' conversion is only supported for UINT32 type."},
+    {typeBit(VORN_TYPE_UINT32), 0, toTime, "'time' conversion is only supported for UINT32 type."},
     {typeBit(VORN_TYPE_UINT32), 0, toBitmapText,
-     "Error in %s: 'bitmap' conversion is only supported for UINT32 type.\n"},
+     "'bitmap' conversion is only supported for UINT32 type."},
     {typeBit(VORN_TYPE_STRING), 4, toArrayFloat,
-     "Error in %s: 'arrayFloat' conversion is only supported for ARRAY8x4 types.\n"},
+     "'arrayFloat' conversion is only supported for ARRAY8x4 types."},
     {typeBit(VORN_TYPE_UINT64), 0, toMacAddress,
-     "Error in %s: 'mac-addr' conversion is only supported for UINT64 type.\n"},
+     "'mac-addr' conversion is only supported for UINT64 type."},
     {typeBit(VORN_TYPE_UINT32), 0, toIpv4Address,
-     "Error in %s: 'ipv4-addr' conversion is only supported for UINT32 type.\n"},
+     "'ipv4-addr' conversion is only supported for UINT32 type."},
     {typeBit(VORN_TYPE_UINT32, VORN_TYPE_INT32, VORN_TYPE_UINT64, VORN_TYPE_FLOAT,
              VORN_TYPE_DOUBLE),
-     0, toUnits, "Error in %s: incompatible data type for 'units' conversion.\n"},
+     0, toUnits, "incompatible data type for 'units' conversion."},
 };
 static_assert(std::size(converters) == CONV_UNITS + 1);
-
-constexpr bool eachRefusalTakesThePlaceAlone() {
-    for (const Converter &converter : converters) {
-        const std::string_view text = converter.refusal;
-        const std::size_t percent = text.find('%');
-        if (text.substr(percent, 2) != "%s" || text.find('%', percent + 1) != text.npos)
-            return false;
-    }
-    return true;
-}
-static_assert(eachRefusalTakesThePlaceAlone());
 
 bool accepts(const Converter *converter, const ItemValue *value) {
     const bool known = value->type <= VORN_TYPE_DOUBLE;
@@ -316,19 +298,12 @@ bool accepts(const Converter *converter, const ItemValue *value) {
 
 }  // namespace
 
-int convertValue(const char *place, DictResolver *dict, const ValueClause *clause,
-                 ItemValue *value) {
-    if (clause->convType == CONV_NONE || clause->convType >= std::size(converters)) return CONV_OK;
-    if (value->type == VORN_TYPE_NONE || value->data == nullptr) return CONV_OK;
+const char *convertValue(std::uint8_t kind, const char *argument, DictResolver *dict,
+                         ItemValue *value) {
+    if (kind == CONV_NONE || kind >= std::size(converters)) return CONVERTED;
+    if (value->type == VORN_TYPE_NONE || value->data == nullptr) return CONVERTED;
 
-    const Converter *converter = &converters[clause->convType];
-    if (!accepts(converter, value)) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // checked above
-        dmon_log(1, converter->refusal, place);
-#pragma GCC diagnostic pop
-        return CONV_BAD_TYPE;
-    }
-    const Job job{place, dict, clause, value};
-    return converter->convert(&job);
+    const Converter *converter = &converters[kind];
+    const Job job{argument, dict, value};
+    return accepts(converter, value) ? converter->convert(&job) : converter->refusal;
 }

@@ -31,7 +31,7 @@ int setIncludeOptional(TemplateContext *, std::string_view, IncludeSpec *spec) {
 }
 
 constexpr ClauseArg<IncludeSpec> includeArgs[] = {
-    {"file", "Error in %s: missing section 'file' in template.\n", setIncludeFile},
+    {"file", "missing section 'file' in template.", setIncludeFile},
     {"optional", nullptr, setIncludeOptional},
 };
 
@@ -39,8 +39,7 @@ constexpr ClauseArg<IncludeSpec> includeArgs[] = {
 
 int includeTemplate(TemplateContext *ctx, std::string_view args) {
     IncludeSpec spec{};
-    int result = parseClauseArgs(
-        ctx, args, includeArgs, "Error in %s: unknown argument '%s' in 'include' clause.\n", &spec);
+    int result = parseClauseArgs(ctx, args, "include", includeArgs, &spec);
     if (result == MERGE_OK) result = pushTemplateFile(ctx, &spec, nullptr);
     freeTemplateParams(spec.params);  // empty when the file took them
     return result;

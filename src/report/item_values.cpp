@@ -8,10 +8,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "dmon/dmon.h"
-#include "report/clause_args.h"
+#include "report/template_error.h"
 #include "report/template_params.h"
-#include "report/template_reader.h"
 #include "results/dict_resolver.h"
 #include "results/results.h"
 #include "storage/strings.h"
@@ -50,14 +48,9 @@ constexpr FieldSource fieldSources[][FIELD_COUNT] = {
 #undef AT
 static_assert(std::size(fieldSources) == KIND_COUNT);
 
-constexpr ClauseMessage noFieldMessages[] = {
-    "Error in %s: application item '%s' has no 'val' field.\n",
-    "Error in %s: application item '%s' has no 'secs' field.\n",
-    "Error in %s: application item '%s' has no 'rate' field.\n",
-    "Error in %s: application item '%s' has no 'min' field.\n",
-    "Error in %s: application item '%s' has no 'max' field.\n",
-};
-static_assert(std::size(noFieldMessages) == FIELD_COUNT);
+// As messages name them, by VORN_FIELD_...
+constexpr const char *fieldNames[] = {"val", "secs", "rate", "min", "max"};
+static_assert(std::size(fieldNames) == FIELD_COUNT);
 
 // Gives the value a copy of a text. A short one is filled up with NULs: an iteration bound reads a
 // whole word of it.
@@ -113,10 +106,8 @@ int takeArrayElement(TemplateContext *ctx, const RegisterRecord *reg, std::int32
                      ItemValue *value) {
     const std::size_t offset = static_cast<std::size_t>(index) * sizeof(std::uint32_t);
     if (index < 0 || index > reg->as.array.length ||
-        offset + sizeof(std::uint32_t) > resultsArrayBytes(reg)) {
-        dmon_log(1, "Error in %s: array element out of range (%d).\n", getTemplateLine(ctx), index);
-        return MERGE_ITEM_NOT_FOUND;
-    }
+        offset + sizeof(std::uint32_t) > resultsArrayBytes(reg))
+        return templateError(ctx, MERGE_ITEM_NOT_FOUND, "array element out of range (%d).", index);
     value->type = VORN_TYPE_UINT32;
     value->data = reg->as.array.data + offset;
     return MERGE_OK;
@@ -154,10 +145,8 @@ int fetchItemValue(TemplateContext *ctx, std::string_view link, ItemValue *value
     std::int32_t field = VORN_FIELD_VALUE;
     std::int32_t index = -1;
     const RegisterRecord *reg = getAppItemResult(item, ctx->results, &field, &index);
-    if (reg == nullptr) {
-        dmon_log(1, "Error in %s: application item not found.\n", getTemplateLine(ctx));
-        return MERGE_ITEM_NOT_FOUND;
-    }
+    if (reg == nullptr)
+        return templateError(ctx, MERGE_ITEM_NOT_FOUND, "application item not found.");
     if (reg->valid == 0) return MERGE_OK;
 
     const FieldSource source = reg->kind < KIND_COUNT ? fieldSources[reg->kind][field] : NO_FIELD;
@@ -165,8 +154,8 @@ int fetchItemValue(TemplateContext *ctx, std::string_view link, ItemValue *value
         // The look-up cut the text at each separator; the message shows it up to the field.
         const std::size_t at = expanded.find('@');
         if (at != std::string_view::npos) item[at] = '@';
-        refuseClauseArg(ctx, noFieldMessages[field], item);
-        return MERGE_NO_SUCH_FIELD;
+        return templateError(ctx, MERGE_NO_SUCH_FIELD, "application item '%s' has no '%s' field.",
+                             item, fieldNames[field]);
     }
     if (source.type == VORN_TYPE_STRING) return takeText(ctx, reg, index, value);
     value->type = source.type;

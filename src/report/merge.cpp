@@ -1,22 +1,29 @@
 // SPDX-License-Identifier: MIT
 #include "report/merge.h"
 
+#include <algorithm>
 #include <cstdlib>
-#include <span>
+#include <iterator>
 #include <string_view>
 
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "output/dump_backend.h"
 #include "output/row_format.h"
+#include "report/css_clause.h"
 #include "report/include_clause.h"
-#include "report/iterations.h"
+#include "report/iterate_clause.h"
+#include "report/plugin_clause.h"
 #include "report/plugins.h"
+#include "report/report_clause.h"
+#include "report/row_clause.h"
 #include "report/row_values.h"
-#include "report/sections.h"
-#include "report/simple_clauses.h"
+#include "report/section_clause.h"
 #include "report/template_context.h"
+#include "report/template_error.h"
+#include "report/template_place.h"
 #include "report/template_reader.h"
+#include "report/value_clause.h"
 #include "results/dict_resolver.h"
 #include "storage/files.h"
 #include "storage/strings.h"
@@ -35,8 +42,7 @@ struct Merge {
 
 // Logs that the back-end refused something; passes its code on.
 int reportOutput(TemplateContext *ctx, int result) {
-    if (result != DUMP_OK)
-        dmon_log(1, "Error in template %s: Could not format output.\n", getTemplateLine(ctx));
+    if (result != DUMP_OK) templateFinding(ctx, FINDING_OUTPUT_ERROR, "Could not format output.");
     return result;
 }
 
@@ -116,91 +122,84 @@ int onValueEnd(Merge *merge, const TemplateTag *) {
     return MERGE_OK;
 }
 
-int warnNestedReport(Merge *merge, const TemplateTag *) {
-    dmon_log(1, "Warning in template %s: nested 'report' clause.\n", getTemplateLine(&merge->ctx));
-    return MERGE_OK;
-}
+int warnNested(Merge *merge, const TemplateTag *tag);
 
-int warnNestedRow(Merge *merge, const TemplateTag *) {
-    dmon_log(1, "Warning in template %s: nested 'row' clause.\n", getTemplateLine(&merge->ctx));
-    return MERGE_OK;
-}
-
-int warnNestedValue(Merge *merge, const TemplateTag *) {
-    dmon_log(1, "Warning in template %s: nested 'value' clause.\n", getTemplateLine(&merge->ctx));
-    return MERGE_OK;
-}
-
-// A clause that counts in some state; what it returns becomes the merge's result.
+// A clause and the states in which it counts; a name may have rows of several states, which stand
+// together. What `act` returns becomes the merge's result.
 struct Clause {
-    ClauseName name;
+    unsigned states;  // bit n: MergeState n
+    std::string_view name;
     int (*act)(Merge *merge, const TemplateTag *tag);
 };
 
-constexpr Clause outsideClauses[] = {
-    {CLAUSE_REPORT, onReport},
-    {CLAUSE_INCLUDE, onInclude},
-};
-constexpr Clause reportClauses[] = {
-    {CLAUSE_ROW, onRow},
-    {CLAUSE_SECTION, onSection},
-    {CLAUSE_REPORT_END, onReportEnd},
-    {CLAUSE_CSS, onCss},
-    {CLAUSE_PLUGIN, onPlugin},
-    {CLAUSE_INCLUDE, onInclude},
-    {CLAUSE_ITERATE, onIterate},
-    {CLAUSE_ITERATE_END, onIterateEnd},
-    {CLAUSE_REPORT, warnNestedReport},
-    {CLAUSE_SECTION_END, onSectionEnd},  // refused: none is open
-};
-constexpr Clause sectionClauses[] = {
-    {CLAUSE_ROW, onRow},
-    {CLAUSE_ITERATE_END, onIterateEnd},
-    {CLAUSE_SECTION_END, onSectionEnd},
-    {CLAUSE_SECTION, onSection},
-    {CLAUSE_CSS, onCss},
-    {CLAUSE_INCLUDE, onInclude},
-    {CLAUSE_ITERATE, onIterate},
-    {CLAUSE_PLUGIN, onPlugin},
-};
-constexpr Clause rowClauses[] = {
-    {CLAUSE_VALUE, onValue},     {CLAUSE_ROW_END, onRowEnd},         {CLAUSE_INCLUDE, onInclude},
-    {CLAUSE_ITERATE, onIterate}, {CLAUSE_ITERATE_END, onIterateEnd}, {CLAUSE_ROW, warnNestedRow},
-};
-constexpr Clause valueClauses[] = {
-    {CLAUSE_VALUE_END, onValueEnd},  {CLAUSE_INCLUDE, onInclude},
-    {CLAUSE_ITERATE, onIterate},     {CLAUSE_ITERATE_END, onIterateEnd},
-    {CLAUSE_VALUE, warnNestedValue},
-};
-constexpr Clause disabledClauses[] = {
-    {CLAUSE_SECTION, onSection},
-    {CLAUSE_SECTION_END, onSectionEnd},
-};
-constexpr Clause skippedClauses[] = {
-    {CLAUSE_ITERATE, onIterate},
-    {CLAUSE_ITERATE_END, onSkippedIterateEnd},
-};
+constexpr unsigned in(auto... states) {
+    return (0U | ... | (1U << states));
+}
+constexpr unsigned IN_REPORT = in(MERGE_REPORT, MERGE_SECTION);
+constexpr unsigned IN_CONTENT = in(MERGE_REPORT, MERGE_SECTION, MERGE_ROW, MERGE_VALUE);
 
-constexpr std::span<const Clause> clausesByState[] = {
-    outsideClauses, reportClauses,   sectionClauses, rowClauses,
-    valueClauses,   disabledClauses, skippedClauses,
+constexpr Clause clauses[] = {
+    {in(MERGE_OUTSIDE), "report", onReport},
+    {in(MERGE_REPORT), "report", warnNested},
+    {in(MERGE_REPORT), "/report", onReportEnd},
+    {IN_REPORT | in(MERGE_DISABLED), "section", onSection},
+    {IN_REPORT | in(MERGE_DISABLED), "/section", onSectionEnd},  // refused when none is open
+    {IN_REPORT, "css", onCss},
+    {IN_REPORT, "plugin", onPlugin},
+    {IN_CONTENT | in(MERGE_OUTSIDE), "include", onInclude},
+    {IN_CONTENT | in(MERGE_SKIPPED), "iterate", onIterate},
+    {IN_CONTENT, "/iterate", onIterateEnd},
+    {in(MERGE_SKIPPED), "/iterate", onSkippedIterateEnd},
+    {IN_REPORT, "row", onRow},
+    {in(MERGE_ROW), "row", warnNested},
+    {in(MERGE_ROW), "/row", onRowEnd},
+    {in(MERGE_ROW), "value", onValue},
+    {in(MERGE_VALUE), "value", warnNested},
+    {in(MERGE_VALUE), "/value", onValueEnd},
 };
-static_assert(std::size(clausesByState) == MERGE_STATE_COUNT);
+constexpr std::size_t CLAUSE_COUNT = std::size(clauses);
 
-constexpr bool eachStateNamesAClauseOnce() {
-    for (const std::span<const Clause> clauses : clausesByState)
-        for (const Clause &a : clauses)
-            for (const Clause &b : clauses)
-                if (&a != &b && a.name == b.name) return false;
+constexpr bool rowsOfANameStandTogetherAndDiffer() {
+    for (std::size_t i = 0; i < CLAUSE_COUNT; ++i)
+        for (std::size_t j = i + 1; j < CLAUSE_COUNT; ++j) {
+            if (clauses[i].name != clauses[j].name) continue;
+            if (clauses[j - 1].name != clauses[j].name) return false;
+            if ((clauses[i].states & clauses[j].states) != 0) return false;
+        }
     return true;
 }
-static_assert(eachStateNamesAClauseOnce());
+static_assert(rowsOfANameStandTogetherAndDiffer());
+
+int warnNested(Merge *merge, const TemplateTag *tag) {
+    templateFinding(&merge->ctx, FINDING_NESTED_CLAUSE, "nested '%s' clause.",
+                    clauses[tag->clause].name.data());
+    return MERGE_OK;
+}
+
+// Finds a tag's clause and takes its arguments apart; done once for as long as the tag is
+// remembered.
+void readTag(TemplateTag *tag) {
+    tag->args = tag->text;
+    const std::string_view name = takeClauseName(&tag->args);
+    const auto *row = std::find_if(std::begin(clauses), std::end(clauses),
+                                   [name](const Clause &clause) { return clause.name == name; });
+    tag->clause = CLAUSE_UNKNOWN;
+    if (row == std::end(clauses)) return;
+    tag->clause = static_cast<std::int16_t>(row - clauses);
+    splitTagArgs(tag);
+}
 
 // Acts on one tag. One that the state does not know is passed over: templates may carry comments
 // and tags of other programs.
-int interpretTag(Merge *merge, const TemplateTag *tag) {
-    for (const Clause &clause : clausesByState[merge->ctx.state])
-        if (clause.name == tag->clause) return clause.act(merge, tag);
+int interpretTag(Merge *merge, TemplateTag *tag) {
+    if (tag->clause == CLAUSE_UNREAD) readTag(tag);
+    if (tag->clause == CLAUSE_UNKNOWN) return MERGE_OK;
+    const auto first = static_cast<std::size_t>(tag->clause);
+    std::size_t i = first;
+    do {
+        if (((clauses[i].states >> merge->ctx.state) & 1U) != 0) return clauses[i].act(merge, tag);
+        ++i;
+    } while (i < CLAUSE_COUNT && clauses[i].name == clauses[first].name);
     return MERGE_OK;
 }
 
@@ -229,14 +228,15 @@ void listOpen(OpenList &list, const char *what, const TemplatePlace *place) {
     safe_strncat(list, item, sizeof list);
 }
 
-void warnUnclosed(const TemplateContext *ctx) {
+void warnUnclosed(TemplateContext *ctx) {
     OpenList list = "";
     for (std::int32_t i = 0; i < ctx->sectionLevel; ++i)
         listOpen(list, "section", &ctx->sectionPlaces[i]);
     for (std::int32_t i = 0; i < ctx->iterDepth; ++i)
         listOpen(list, "iterate", &ctx->iterationPlaces[i]);
     if (ctx->rowPlace.path[0] != '\0') listOpen(list, "row", &ctx->rowPlace);
-    if (list[0] != '\0') dmon_log(2, "Warning: template ends with open clauses: %s.\n", list);
+    if (list[0] != '\0')
+        templateFinding(ctx, FINDING_UNCLOSED, "template ends with open clauses: %s.", list);
 }
 
 // Everything of a merge after its files are open and the back-end is ready.

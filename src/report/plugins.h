@@ -6,15 +6,23 @@
 
 #include "report/template_context.h"
 
-// Loads and starts the plug-in of a plugin clause. MERGE_OK, MERGE_TEMPLATE_ERROR or
-// MERGE_PLUGIN_FAILED after a message; the library is then closed again.
-int declarePlugin(TemplateContext *ctx, std::string_view args);
+// The declared plug-in of a name, or null.
+TemplatePlugin *findPlugin(TemplateContext *ctx, std::string_view name);
+
+// Loads a library, declares its plug-in and calls its init function. There is room for a plug-in.
+//   plugin    name and end call; the rest is filled in
+//   initCall  function(name:value;...)
+// MERGE_OK, MERGE_TEMPLATE_ERROR or MERGE_PLUGIN_FAILED after a message; the library is then closed
+// again.
+int startPlugin(TemplateContext *ctx, TemplatePlugin *plugin, const char *library,
+                const char *initCall);
 
 // What callPluginFunction calls the function as.
 enum PluginMode { PLUGIN_INIT = 0, PLUGIN_VALUE = 1, PLUGIN_END = 2 };
 
-// Calls a function of a declared plug-in; it must stand in the plug-in's own library. An exception
-// that it lets out ends here, but the unwinding of a cancelled thread goes through.
+// Calls a function of a declared plug-in, for startPlugin, callPlugin and unloadPlugins; it must
+// stand in the plug-in's own library. An exception that it lets out ends here, but the unwinding of
+// a cancelled thread goes through.
 //   call   function(name:value;...)
 //   value  empty; the function fills it in mode PLUGIN_VALUE, and it may be null in the others
 // MERGE_OK, MERGE_ITEM_NOT_FOUND (the function says so), or MERGE_PLUGIN_FAILED: no such plug-in or
@@ -26,6 +34,9 @@ int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::s
 // after a message, also for a value with flags that nobody knows. With such flags the value comes
 // back empty. What it owns otherwise is the caller's, also after a failure.
 int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value);
+
+// Logs, in the name of a call's place in the template, that the call failed, and returns `code`.
+int pluginFailed(TemplateContext *ctx, int code);
 
 // Refuses a value that cannot be printed: an unknown type, or a type or an owner without data.
 // MERGE_OK, or MERGE_PLUGIN_FAILED after a message that names the call.

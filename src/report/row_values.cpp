@@ -5,10 +5,10 @@
 #include <cstddef>
 #include <cstring>
 
-#include "dmon/dmon.h"
-#include "report/clause_args.h"
+#include "output/conversions.h"
 #include "report/item_values.h"
 #include "report/plugins.h"
+#include "report/template_error.h"
 #include "report/template_params.h"
 #include "report/template_reader.h"
 #include "report/user_vars.h"
@@ -17,65 +17,10 @@
 
 namespace {
 
-template <ValueSource SOURCE>
-int setSource(TemplateContext *, std::string_view value, ValueClause *clause) {
-    clause->source = SOURCE;
-    copyPiece(clause->sourceText, value);
-    return MERGE_OK;
-}
-
-// Conversion names in the order in which they are tried.
-struct ConversionName {
-    std::string_view name;
-    bool whole;     // the value is the name; else it only begins with it
-    bool argument;  // takes an argument in parentheses
-    ConversionKind kind;
-};
-constexpr ConversionName conversionNames[] = {
-    {"dateTime", true, false, CONV_DATE_TIME},     {"time", true, false, CONV_TIME},
-    {"bitmap", false, true, CONV_BITMAP},          {"units", false, true, CONV_UNITS},
-    {"mac-addr", false, false, CONV_MAC_ADDR},     {"ipv4-addr", false, false, CONV_IPV4_ADDR},
-    {"arrayFloat", true, false, CONV_ARRAY_FLOAT},
-};
-
-int setConversion(TemplateContext *ctx, std::string_view value, ValueClause *clause) {
-    const auto *known = std::find_if(
-        std::begin(conversionNames), std::end(conversionNames), [value](const ConversionName &row) {
-            return row.whole ? value == row.name : value.starts_with(row.name);
-        });
-    if (known == std::end(conversionNames)) {
-        dmon_log(1, "Error in %s: unknown conversion type '%s' in template.\n",
-                 getTemplateLine(ctx), value.data());
-        return MERGE_TEMPLATE_ERROR;
-    }
-    clause->convType = known->kind;
-    if (known->argument) {
-        const std::size_t open = value.find('(');
-        const std::string_view argument =
-            open != std::string_view::npos ? value.substr(open + 1) : std::string_view();
-        copyPiece(clause->convArg, argument.substr(0, argument.find(')')));
-    }
-    return MERGE_OK;
-}
-
-int setDict(TemplateContext *, std::string_view, ValueClause *clause) {
-    clause->flags |= VALUE_USE_DICT;
-    return MERGE_OK;
-}
-
-constexpr ClauseArg<ValueClause> valueArgs[] = {
-    {"link", "Error in %s: missing 'link' value in template.\n", setSource<SOURCE_LINK>},
-    {"global", "Error in %s: missing 'global' value in template.\n", setSource<SOURCE_GLOBAL>},
-    {"var", "Error in %s: missing 'var' value in template.\n", setSource<SOURCE_VAR>},
-    {"plugin", "Error in %s: missing 'plugin' value in template.\n", setSource<SOURCE_PLUGIN>},
-    {"conv", "Error in %s: missing 'type' value in template.\n", setConversion},
-    {"dict", nullptr, setDict},
-};
-
 // The row's next slot, not counted yet; null, after a message, when the row is full.
 ItemValue *nextSlot(TemplateContext *ctx, ReportRow *row) {
     if (row->count < ROW_MAX_VALUES) return &row->values[row->count];
-    dmon_log(1, "Error in %s: too many values in row clause.\n", getTemplateLine(ctx));
+    templateError(ctx, MERGE_TOO_MANY_VALUES, "too many values in row clause.");
     return nullptr;
 }
 
@@ -101,18 +46,22 @@ int findApplication(TemplateContext *ctx, const char *text, const Results **app,
         const std::string_view prefix = variable->substr(0, at);
         while (*app != nullptr && !std::string_view((*app)->name).starts_with(prefix))
             *app = (*app)->next;
-        if (*app == nullptr) {
-            dmon_log(1, "Error in %s: application '%s' not found in result file.\n",
-                     getTemplateLine(ctx), text);
-            return MERGE_NO_APPLICATION;
-        }
+        if (*app == nullptr)
+            return templateError(ctx, MERGE_NO_APPLICATION,
+                                 "application '%s' not found in result file.", text);
         variable->remove_prefix(at + 1);
     }
-    if (*app == nullptr) {
-        dmon_log(1, "Error in %s: No global variables available.\n", getTemplateLine(ctx));
-        return MERGE_UNKNOWN_GLOBAL;
-    }
+    if (*app == nullptr)
+        return templateError(ctx, MERGE_UNKNOWN_GLOBAL, "No global variables available.");
     return MERGE_OK;
+}
+
+// Logs what a converter says, line by line.
+int reportRefusal(TemplateContext *ctx, std::string_view refusal) {
+    const std::size_t end = std::min(refusal.find('\n'), refusal.size());
+    templateError(ctx, CONV_BAD_TYPE, "%.*s", static_cast<int>(end), refusal.data());
+    if (end < refusal.size()) templateFinding(ctx, FINDING_DETAIL, "%s", refusal.data() + end + 1);
+    return CONV_BAD_TYPE;
 }
 
 // Puts the translation of a plug-in's text in its place.
@@ -130,10 +79,7 @@ int translatePluginText(TemplateContext *ctx, ItemValue *value) {
 int fillPluginValue(TemplateContext *ctx, const ValueClause *clause, ItemValue *value) {
     int result = callPlugin(ctx, clause->sourceText, value);
     if (result == MERGE_OK) result = checkPluginValue(ctx, clause->sourceText, value);
-    if (result != MERGE_OK) {
-        dmon_log(1, "Error in %s: plugin returned error.\n", getTemplateLine(ctx));
-        return result;
-    }
+    if (result != MERGE_OK) return pluginFailed(ctx, result);
     if (value->type == VORN_TYPE_STRING && (clause->flags & VALUE_USE_DICT) != 0) {
         result = translatePluginText(ctx, value);
         if (result != MERGE_OK) return result;
@@ -143,26 +89,17 @@ int fillPluginValue(TemplateContext *ctx, const ValueClause *clause, ItemValue *
 
 }  // namespace
 
-int parseValueClause(TemplateContext *ctx, const TemplateTag *tag, ValueClause *clause) {
-    // Field by field: the texts are long, and what stands behind their NUL does not count.
-    clause->convType = CONV_NONE;
-    clause->convArg[0] = '\0';
-    clause->source = SOURCE_TEXT;
-    clause->flags = 0;
-    clause->sourceText[0] = '\0';
-    return parseClauseArgs(ctx, tag, valueArgs,
-                           "Error in %s: unknown argument '%s' in 'value' clause.\n", clause);
-}
-
 int applyDataConversions(TemplateContext *ctx, const ValueClause *clause, ItemValue *value) {
     if (clause->convType == CONV_NONE || value->type == VORN_TYPE_NONE) return CONV_OK;
-    return convertValue(getTemplateLine(ctx), &ctx->dict, clause, value);
+    DictResolver *dict = (clause->flags & VALUE_USE_DICT) != 0 ? &ctx->dict : nullptr;
+    const char *refusal = convertValue(clause->convType, clause->convArg, dict, value);
+    return refusal == nullptr ? CONV_OK : reportRefusal(ctx, refusal);
 }
 
 int addTextValue(TemplateContext *ctx, ReportRow *row, const char *text,
                  const ValueClause *clause) {
     if (row->count >= ROW_MAX_VALUES) {
-        dmon_log(1, "Error: too many values in row clause.\n");
+        templateFinding(ctx, FINDING_ROW_ERROR, "too many values in row clause.");
         return MERGE_TOO_MANY_VALUES;
     }
     ItemValue *value = &row->values[row->count++];
@@ -197,11 +134,9 @@ int addGlobalValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clau
 
     const auto *known = std::find_if(std::begin(globalVariables), std::end(globalVariables),
                                      [name](const auto &global) { return global.name == name; });
-    if (known == std::end(globalVariables)) {
-        dmon_log(1, "Error in %s: unknown global variable '%s'.\n", getTemplateLine(ctx),
-                 name.data());
-        return MERGE_UNKNOWN_GLOBAL;
-    }
+    if (known == std::end(globalVariables))
+        return templateError(ctx, MERGE_UNKNOWN_GLOBAL, "unknown global variable '%s'.",
+                             name.data());
     value->type = VORN_TYPE_UINT32;
     value->data = const_cast<char *>(reinterpret_cast<const char *>(app)) + known->offset;
     return applyDataConversions(ctx, clause, value);
@@ -215,7 +150,7 @@ int addUserVarValue(TemplateContext *ctx, ReportRow *row, KvStore *userVars,
     if (ctx->reportName != nullptr && std::strcmp(name, "report-name") == 0)
         safe_strncpy(text, ctx->reportName, sizeof text);
     else if (!copyUserVar(userVars, name, text, sizeof text))
-        dmon_log(2, "Warning in %s: user variable '%s' not defined.\n", getTemplateLine(ctx), name);
+        templateWarning(ctx, "user variable '%s' not defined.", name);
     return addTextValue(ctx, row, text, clause);
 }
 

@@ -41,7 +41,7 @@ inline std::size_t tagSlot(ScanStart start) {
 }
 
 // The tag of a scan, or null when it is not remembered.
-inline const FoundTag *recallTag(const TagMemo *memo, ScanStart start) {
+inline FoundTag *recallTag(TagMemo *memo, ScanStart start) {
     const std::size_t slot = tagSlot(start);
     return memo->keys[slot] == tagKey(start) ? &memo->slots[slot] : nullptr;
 }

@@ -73,6 +73,16 @@ struct TemplateFile {
     char window[TEMPLATE_WINDOW_SIZE];
 };
 
+enum : std::uint32_t { INCLUDE_OPTIONAL = 1 };  // IncludeSpec.flags: a missing file is no error
+
+// What an include clause asks for. The parameters belong to whoever holds the record, and to the
+// file's entry once it was pushed.
+struct IncludeSpec {
+    char file[TEMPLATE_PATH_SIZE];
+    TemplateParam *params;
+    std::uint32_t flags;
+};
+
 struct TemplateIteration {
     std::int32_t from;
     std::int32_t to;
@@ -105,7 +115,7 @@ struct TemplateContext {
     char line[TEMPLATE_LINE_SIZE];  // a line that lies across the window's edge
     const char *cursor;             // where the scan goes on; null: at the next line
     const char *lineEnd;            // the end of the line, in `line` or in the file's window
-    const TemplateTag *tag;         // what nextTemplateTag found last
+    TemplateTag *tag;               // what nextTemplateTag found last
     TagMemo memo;                   // of the current file's window
     FoundTag unkept;                // the tag of a line that is not in the window
     std::int32_t pluginCount;
@@ -119,3 +129,11 @@ struct TemplateContext {
     TemplatePlace iterationPlaces[TEMPLATE_MAX_ITERATIONS];
     TemplatePlace rowPlace;
 };
+
+// The file that is read, or null when none is open.
+inline TemplateFile *currentFile(TemplateContext *ctx) {
+    return ctx->fileDepth > 0 ? &ctx->files[ctx->fileDepth - 1] : nullptr;
+}
+inline const TemplateFile *currentFile(const TemplateContext *ctx) {
+    return ctx->fileDepth > 0 ? &ctx->files[ctx->fileDepth - 1] : nullptr;
+}

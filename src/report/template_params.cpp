@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "dmon/dmon.h"
+#include "report/template_error.h"
 #include "storage/strings.h"
 
 namespace {
@@ -30,7 +30,7 @@ struct Expansion {
 // Appends a piece; false, after a message, when it does not fit.
 bool appendPiece(TemplateContext *ctx, Expansion *expansion, std::string_view piece) {
     if (piece.size() >= TEMPLATE_TEXT_SIZE - expansion->length) {
-        dmon_log(1, "Error in %s: Expanded string is too long.\n", getTemplateLine(ctx));
+        templateError(ctx, MERGE_TEMPLATE_ERROR, "Expanded string is too long.");
         return false;
     }
     piece.copy(expansion->out + expansion->length, piece.size());
@@ -43,7 +43,7 @@ bool appendPiece(TemplateContext *ctx, Expansion *expansion, std::string_view pi
 bool appendReference(TemplateContext *ctx, Expansion *expansion, std::string_view *rest) {
     const std::size_t end = rest->find('}');
     if (end == std::string_view::npos) {
-        dmon_log(1, "Error in %s: Missing '}' in expression.\n", getTemplateLine(ctx));
+        templateError(ctx, MERGE_TEMPLATE_ERROR, "Missing '}' in expression.");
         return false;
     }
     const std::string_view name = rest->substr(2, end - 2);
@@ -51,8 +51,8 @@ bool appendReference(TemplateContext *ctx, Expansion *expansion, std::string_vie
     TemplateParam **params = currentParams(ctx);
     const TemplateParam *param = params != nullptr ? findParam(*params, name) : nullptr;
     if (param != nullptr) return appendPiece(ctx, expansion, param->value);
-    dmon_log(1, "Error in %s: Parameter '%.*s' not defined.\n", getTemplateLine(ctx),
-             static_cast<int>(name.size()), name.data());
+    templateError(ctx, MERGE_TEMPLATE_ERROR, "Parameter '%.*s' not defined.",
+                  static_cast<int>(name.size()), name.data());
     return false;
 }
 
@@ -100,6 +100,11 @@ void freeTemplateParams(TemplateParam *first) {
         std::free(first);
         first = next;
     }
+}
+
+TemplateParam **currentParams(TemplateContext *ctx) {
+    TemplateFile *file = currentFile(ctx);
+    return file != nullptr ? &file->params : nullptr;
 }
 
 int expandArg(TemplateContext *ctx, const RawArg &raw, std::size_t valueSize, ParsedArg *arg) {

@@ -7,15 +7,18 @@
 #include <string_view>
 
 #include "report/template_context.h"
-#include "report/template_reader.h"
 
 // Sets a parameter of a list, or appends it; blanks at both ends of name and value are dropped, and
-// both are cut to their fields. An empty name does nothing. 0.
+// both are cut to their fields. An empty name does nothing. 0. The lists of include clauses and
+// plug-in calls are made so; iterations set their variable as a number.
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value);
 int setTemplateParamInt(TemplateParam **list, std::string_view name, std::int32_t number);
 
 // Frees a list; null is allowed.
 void freeTemplateParams(TemplateParam *first);
+
+// The current file's parameters, or null when no file is open.
+TemplateParam **currentParams(TemplateContext *ctx);
 
 // One argument of a clause or a call. The name is a part of the text that was split; the value
 // stands in the buffer and a NUL follows it.
@@ -28,7 +31,8 @@ struct ParsedArg {
 // Splits one argument, name and value around a separator, and expands the value. A name has at most
 // 15 characters; what is more goes on as the start of the value. valueSize is the value's limit,
 // its NUL included, TEMPLATE_TEXT_SIZE or less. MERGE_OK, or MERGE_TEMPLATE_ERROR after the
-// expansion's message: the value is then the unexpanded one, and the caller goes on with it.
+// expansion's message: the value is then the unexpanded one, and the caller goes on with it. For
+// parameter lists; the arguments of a clause are split with their tag, and expanded by expandArg.
 int parseClauseArg(TemplateContext *ctx, std::string_view text, char separator,
                    std::size_t valueSize, ParsedArg *arg);
 

@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 
 #include <sys/types.h>
 
-#include "dmon/dmon.h"
+#include "report/template_error.h"
 #include "report/template_params.h"
 #include "storage/files.h"
 #include "storage/strings.h"
@@ -16,13 +15,6 @@
 static_assert(sizeof(off_t) == 8, "template positions have 64 bits");
 
 namespace {
-
-TemplateFile *currentFile(TemplateContext *ctx) {
-    return ctx->fileDepth > 0 ? &ctx->files[ctx->fileDepth - 1] : nullptr;
-}
-const TemplateFile *currentFile(const TemplateContext *ctx) {
-    return ctx->fileDepth > 0 ? &ctx->files[ctx->fileDepth - 1] : nullptr;
-}
 
 std::int64_t nextPosition(const TemplateFile *file) {
     return file->windowStart + static_cast<std::int64_t>(file->windowPos);
@@ -45,8 +37,8 @@ bool fillWindow(TemplateContext *ctx, TemplateFile *file) {
     if (placed) file->windowLength = std::fread(file->window, 1, sizeof file->window, file->stream);
     if (file->windowLength == 0 && (!placed || std::ferror(file->stream) != 0)) {
         const int reason = errno;
-        dmon_log(1, "Error in %s: the file cannot be read: %s.\n", getTemplateLine(ctx),
-                 std::strerror(reason));
+        templateError(ctx, MERGE_TEMPLATE_ERROR, "the file cannot be read: %s.",
+                      std::strerror(reason));
         ctx->readFailed = true;
     }
     return file->windowLength > 0;
@@ -63,19 +55,6 @@ void resolvePath(const TemplateContext *ctx, const char *name, char (&path)[TEMP
                              .substr(0, static_cast<std::size_t>(slash + 1 - includer->path)));
     safe_strncat(whole, name, sizeof whole);
     copyPath(path, sizeof path, whole);
-}
-
-// "path:line", cut to fit. Conversions ask for it in every row, so it is written without printf.
-void writePlace(const TemplateFile *file, char (&out)[TEMPLATE_PLACE_SIZE]) {
-    char number[12];
-    const std::to_chars_result end =
-        std::to_chars(number, number + sizeof number - 1, file->lineNo);
-    *end.ptr = '\0';
-    char *cursor = out;
-    std::size_t room = sizeof out;
-    safe_strncat_size(&cursor, &room, file->path, std::strlen(file->path));
-    safe_strncat_size(&cursor, &room, ":", 1);
-    safe_strncat_size(&cursor, &room, number, static_cast<std::size_t>(end.ptr - number));
 }
 
 void setLine(TemplateContext *ctx, const char *line, std::size_t length) {
@@ -108,7 +87,7 @@ bool recallNextTag(TemplateContext *ctx) {
     if (file == nullptr) return false;
     const bool newLine = atLineEnd(ctx);
     const std::size_t offset = newLine ? file->windowPos : windowOffset(file, ctx->cursor);
-    const FoundTag *found =
+    FoundTag *found =
         offset < file->windowLength ? recallTag(&ctx->memo, {offset, newLine}) : nullptr;
     if (found == nullptr) return false;
     // A long line ends elsewhere when it is read in other pieces.
@@ -129,32 +108,14 @@ void takeTag(TemplateContext *ctx, const char *start, bool newLine, std::string_
     const std::size_t offset = windowOffset(file, start);
     FoundTag *found =
         offset < file->windowLength ? rememberTag(&ctx->memo, {offset, newLine}) : &ctx->unkept;
-    splitTag(text, &found->tag);
+    found->tag.text = text;
+    found->tag.clause = CLAUSE_UNREAD;
     found->lineEnd = ctx->lineEnd;
     found->nextLine = file->windowPos;
     ctx->tag = &found->tag;
 }
 
 }  // namespace
-
-const char *getTemplateLine(TemplateContext *ctx) {
-    const TemplateFile *file = currentFile(ctx);
-    if (file == nullptr)
-        copyPiece(ctx->location, "<unknown>");
-    else
-        writePlace(file, ctx->location);
-    return ctx->location;
-}
-
-TemplatePlace currentPlace(const TemplateContext *ctx) {
-    TemplatePlace place{};
-    const TemplateFile *file = currentFile(ctx);
-    if (file != nullptr) {
-        std::memcpy(place.path, file->path, sizeof place.path);
-        place.lineNo = file->lineNo;
-    }
-    return place;
-}
 
 int readTemplateLine(TemplateContext *ctx) {
     TemplateFile *file = currentFile(ctx);
@@ -216,10 +177,8 @@ int readTemplateText(TemplateContext *ctx, char *out, std::size_t size) {
 }
 
 int pushTemplateFile(TemplateContext *ctx, IncludeSpec *wanted, std::FILE *stream) {
-    if (ctx->fileDepth == TEMPLATE_MAX_FILES) {
-        dmon_log(1, "Error in %s: too many nested files.\n", getTemplateLine(ctx));
-        return MERGE_TEMPLATE_ERROR;
-    }
+    if (ctx->fileDepth == TEMPLATE_MAX_FILES)
+        return templateError(ctx, MERGE_TEMPLATE_ERROR, "too many nested files.");
     char path[TEMPLATE_PATH_SIZE];
     resolvePath(ctx, wanted->file, path);
 
@@ -228,8 +187,7 @@ int pushTemplateFile(TemplateContext *ctx, IncludeSpec *wanted, std::FILE *strea
         opened = openForReading(path);
         if (!opened) {
             if ((wanted->flags & INCLUDE_OPTIONAL) != 0) return MERGE_OK;
-            dmon_log(1, "Error in %s: file '%s' not found.\n", getTemplateLine(ctx), path);
-            return MERGE_TEMPLATE_ERROR;
+            return templateError(ctx, MERGE_TEMPLATE_ERROR, "file '%s' not found.", path);
         }
     }
 
@@ -282,9 +240,4 @@ void templateSeek(TemplateContext *ctx, std::int64_t position, std::int32_t line
     }
     file->lineNo = lineNo;
     file->atEnd = false;
-}
-
-TemplateParam **currentParams(TemplateContext *ctx) {
-    TemplateFile *file = currentFile(ctx);
-    return file != nullptr ? &file->params : nullptr;
 }

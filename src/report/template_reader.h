@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The reading layer of the template engine: the stack of open files, their lines, tags and literal
-// text, and the place that every message names.
+// text.
 #pragma once
 
 #include <cstddef>
@@ -9,28 +9,13 @@
 
 #include "report/template_context.h"
 
-enum : std::uint32_t { INCLUDE_OPTIONAL = 1 };  // IncludeSpec.flags: a missing file is no error
-
-// What an include clause asks for. The parameters belong to whoever holds the record, and to the
-// file's entry once it was pushed.
-struct IncludeSpec {
-    char file[TEMPLATE_PATH_SIZE];
-    TemplateParam *params;
-    std::uint32_t flags;
-};
-
-// "file:line" of the current file, "<unknown>" when none is open; valid until the next call.
-const char *getTemplateLine(TemplateContext *ctx);
-
-// The same as a record, for messages that come later.
-TemplatePlace currentPlace(const TemplateContext *ctx);
-
 // Reads the next line, at most 1023 characters of it. 0, or -1 when no file is open or the current
-// one is at its end.
+// one is at its end. For the scans below, which begin a line when they need one.
 int readTemplateLine(TemplateContext *ctx);
 
 // The text of the current file's next tag, without "<" and ">"; data() is null at the end of the
-// file. It stays valid until the next line is read, and is not ended by a NUL.
+// file. It stays valid until the next line is read, and is not ended by a NUL. ctx->tag is the tag
+// itself: CLAUSE_UNREAD, or as it was read when the same scan found it before.
 std::string_view nextTemplateTag(TemplateContext *ctx);
 
 // Copies the text up to the next "<" or the end of the line, at most size - 1 characters; at the
@@ -48,7 +33,7 @@ int pushTemplateFile(TemplateContext *ctx, IncludeSpec *wanted, std::FILE *strea
 // Leaves the current file and frees its parameters; does nothing when none is open. MERGE_OK.
 int popTemplateFile(TemplateContext *ctx);
 
-// Drops what is left of the line.
+// Drops what is left of the line: called where a file is entered or left.
 void resetTemplateLine(TemplateContext *ctx);
 
 // The position of the current file's next line, or -1 when no file is open.
@@ -57,6 +42,3 @@ std::int64_t templateTell(const TemplateContext *ctx);
 // Goes on reading the current file at a position of templateTell; the rest of the current line is
 // still scanned first.
 void templateSeek(TemplateContext *ctx, std::int64_t position, std::int32_t lineNo);
-
-// The current file's parameters, or null when no file is open.
-TemplateParam **currentParams(TemplateContext *ctx);

@@ -2,16 +2,8 @@
 #include "report/template_tag.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace {
-
-// By ClauseName.
-constexpr std::string_view clauseNames[] = {
-    "report", "/report", "section",  "/section", "row",    "/row",    "value",
-    "/value", "iterate", "/iterate", "css",      "plugin", "include",
-};
-static_assert(std::size(clauseNames) == CLAUSE_UNKNOWN);
 
 constexpr std::size_t ARG_NAME_MAX = 15;
 
@@ -50,18 +42,16 @@ RawArg takeArg(std::string_view *args) {
     return arg;
 }
 
-void splitTag(std::string_view text, TemplateTag *tag) {
-    const auto *start = std::find_if_not(text.begin(), text.end(), isBlank);
-    const auto *end = std::find_if(start, text.end(), isBlank);
-    const std::string_view name(start, end);
-    const auto *known = std::find(std::begin(clauseNames), std::end(clauseNames), name);
-    tag->text = text;
-    tag->clause = static_cast<ClauseName>(known - std::begin(clauseNames));
-    tag->args = std::string_view(end == text.end() ? end : end + 1, text.end());
+std::string_view takeClauseName(std::string_view *text) {
+    const auto *start = std::find_if_not(text->begin(), text->end(), isBlank);
+    const auto *end = std::find_if(start, text->end(), isBlank);
+    *text = std::string_view(end == text->end() ? end : end + 1, text->end());
+    return {start, end};
+}
 
+void splitTagArgs(TemplateTag *tag) {
     tag->furtherArgs = tag->args;
     tag->argCount = 0;
-    if (tag->clause == CLAUSE_UNKNOWN) return;
     while (!tag->furtherArgs.empty() && tag->argCount < TAG_SPLIT_ARGS)
         tag->split[tag->argCount++] = takeArg(&tag->furtherArgs);
 }

@@ -6,22 +6,9 @@
 #include <cstdint>
 #include <string_view>
 
-enum ClauseName : std::uint8_t {
-    CLAUSE_REPORT,
-    CLAUSE_REPORT_END,
-    CLAUSE_SECTION,
-    CLAUSE_SECTION_END,
-    CLAUSE_ROW,
-    CLAUSE_ROW_END,
-    CLAUSE_VALUE,
-    CLAUSE_VALUE_END,
-    CLAUSE_ITERATE,
-    CLAUSE_ITERATE_END,
-    CLAUSE_CSS,
-    CLAUSE_PLUGIN,
-    CLAUSE_INCLUDE,
-    CLAUSE_UNKNOWN,  // a comment, or a tag of another program
-};
+// TemplateTag.clause, where it is no row of the merge's table.
+constexpr std::int16_t CLAUSE_UNREAD = -1;   // found, and not looked at yet
+constexpr std::int16_t CLAUSE_UNKNOWN = -2;  // a comment, or a tag of another program
 
 // One argument as it stands in its clause, "name=value" or a bare name: the value is without its
 // quotes, its references are not expanded.
@@ -34,18 +21,22 @@ struct RawArg {
 // Clauses that loops are made of have no more arguments.
 constexpr std::int32_t TAG_SPLIT_ARGS = 3;
 
+// The fields behind `clause` count when it is a row.
 struct TemplateTag {
     std::string_view text;  // between "<" and ">"
+    std::int16_t clause;    // the first row of its name in the merge's table, or CLAUSE_...
     std::string_view args;  // behind the clause's name and the blank or tab that ends it
-    ClauseName clause;
 
     std::int32_t argCount;         // of `split`
     RawArg split[TAG_SPLIT_ARGS];  // the first arguments
     std::string_view furtherArgs;  // those behind them, as text
 };
 
-// Takes a tag apart. The name is the first word; words are separated by blanks and tabs.
-void splitTag(std::string_view text, TemplateTag *tag);
+// Takes the clause's name, the first word, and the blank or tab that ends it off a tag's text.
+std::string_view takeClauseName(std::string_view *text);
+
+// Splits the arguments of a tag whose `args` are known.
+void splitTagArgs(TemplateTag *tag);
 
 // Splits one argument at a separator, which a blank may stand for.
 RawArg splitArg(std::string_view text, char separator);

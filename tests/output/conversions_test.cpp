@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "output/report_records.h"
+#include "results/dict_resolver.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -21,13 +22,6 @@ using Number = std::variant<std::uint32_t, std::int32_t, std::uint64_t, float, d
 ItemValue valueOf(Number *number) {
     void *data = std::visit([](auto &any) { return static_cast<void *>(&any); }, *number);
     return {static_cast<std::uint32_t>(VORN_TYPE_UINT32 + number->index()), data, 0, 0};
-}
-
-ValueClause clauseOf(std::uint8_t kind, const char *argument) {
-    ValueClause clause{};
-    clause.convType = kind;
-    std::strncpy(clause.convArg, argument, sizeof clause.convArg - 1);
-    return clause;
 }
 
 constexpr std::uint32_t u32(std::uint32_t number) {
@@ -84,8 +78,7 @@ TEST(Conversions, MakeStringsOfNumbers) {
         Number number = c.number;
         const ItemValue before = valueOf(&number);
         ItemValue value = before;
-        const ValueClause clause = clauseOf(c.kind, c.argument);
-        EXPECT_EQ(convertValue("main.tpl:3", nullptr, &clause, &value), CONV_OK);
+        EXPECT_EQ(convertValue(c.kind, c.argument, nullptr, &value), nullptr);
         EXPECT_EQ(log.text(), "");
         if (c.text == nullptr) {
             EXPECT_EQ(std::memcmp(&value, &before, sizeof value), 0);
@@ -105,34 +98,30 @@ TEST(Conversions, KeepOwnedDataOnceAndReleaseItOnce) {
     std::memcpy(bytes, &number, sizeof number);
     bytes[4] = '\0';
     ItemValue array{VORN_TYPE_STRING, bytes, 8, VORN_VALUE_OWNED};
-    const ValueClause arrayFloat = clauseOf(CONV_ARRAY_FLOAT, "");
-    EXPECT_EQ(convertValue("a:1", nullptr, &arrayFloat, &array), CONV_BAD_TYPE);
+    EXPECT_STREQ(convertValue(CONV_ARRAY_FLOAT, "", nullptr, &array),
+                 "'arrayFloat' conversion is only supported for ARRAY8x4 types.");
     array.size = 4;
-    EXPECT_EQ(convertValue("a:1", nullptr, &arrayFloat, &array), CONV_OK);
+    EXPECT_EQ(convertValue(CONV_ARRAY_FLOAT, "", nullptr, &array), nullptr);
     EXPECT_EQ(array.type, static_cast<std::uint32_t>(VORN_TYPE_FLOAT));
     EXPECT_EQ(array.data, bytes);
 
     // The float is owned, as a plug-in's value may be; a string replaces it and frees it.
-    const ValueClause units = clauseOf(CONV_UNITS, "m=1");
-    EXPECT_EQ(convertValue("a:1", nullptr, &units, &array), CONV_OK);
+    EXPECT_EQ(convertValue(CONV_UNITS, "m=1", nullptr, &array), nullptr);
     EXPECT_STREQ(static_cast<char *>(array.data), "2.500 m");
-    EXPECT_EQ(convertValue("a:1", nullptr, &units, &array), CONV_BAD_TYPE);  // it is a string now
+    EXPECT_STREQ(convertValue(CONV_UNITS, "m=1", nullptr, &array),  // it is a string now
+                 "incompatible data type for 'units' conversion.");
     releaseItemValue(&array);
 
-    // Without a dictionary the key itself is shown.
+    // A dictionary that lacks the key shows the key itself.
     std::uint32_t word = 1;
     ItemValue bit{VORN_TYPE_UINT32, &word, 0, 0};
-    ValueClause bitmap = clauseOf(CONV_BITMAP, "1?up:down");
-    bitmap.flags = VALUE_USE_DICT;
-    EXPECT_EQ(convertValue("a:1", nullptr, &bitmap, &bit), CONV_OK);
+    DictResolver dict{};
+    EXPECT_EQ(convertValue(CONV_BITMAP, "1?up:down", &dict, &bit), nullptr);
     EXPECT_STREQ(static_cast<char *>(bit.data), "up");
     releaseItemValue(&bit);
 
     ItemValue absent[] = {{}, {VORN_TYPE_UINT64, nullptr, 0, 0}};
     for (ItemValue &value : absent)
-        EXPECT_EQ(convertValue("a:1", nullptr, &units, &value), CONV_OK);
-    EXPECT_EQ(log.text(),
-              "Error in a:1: 'arrayFloat' conversion is only supported for ARRAY8x4 types.\n"
-              "Error in a:1: incompatible data type for 'units' conversion.\n"
-              "Warning: dictionary key 'up' not found.\n");
+        EXPECT_EQ(convertValue(CONV_UNITS, "m=1", nullptr, &value), nullptr);
+    EXPECT_EQ(log.text(), "Warning: dictionary key 'up' not found.\n");
 }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "report/iterations.h"
-
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "report/iterate_clause.h"
 #include "support/merge_run.h"
 
 namespace {

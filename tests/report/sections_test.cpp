@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "report/sections.h"
-
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "core/options.h"
+#include "report/section_clause.h"
 #include "storage/strings.h"
 #include "support/merge_run.h"
 

@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "report/iterations.h"
+#include "report/iterate_clause.h"
 
-#include <cstring>
-
-#include "dmon/dmon.h"
 #include "report/clause_args.h"
-#include "report/item_values.h"
-#include "report/plugins.h"
+#include "report/evaluate.h"
 #include "report/template_params.h"
+#include "report/template_place.h"
 #include "report/template_reader.h"
 #include "storage/strings.h"
 
@@ -27,9 +24,9 @@ int setTo(TemplateContext *ctx, std::string_view value, TemplateIteration *itera
 }
 
 constexpr ClauseArg<TemplateIteration> iterateArgs[] = {
-    {"var", "Error in %s: missing iteration 'var' in template.\n", setVar},
-    {"from", "Error in %s: missing iteration '%s' in template.\n", setFrom},
-    {"to", "Error in %s: missing iteration '%s' in template.\n", setTo},
+    {"var", "missing iteration 'var' in template.", setVar},
+    {"from", "missing iteration 'from' in template.", setFrom},
+    {"to", "missing iteration 'to' in template.", setTo},
 };
 
 TemplateIteration *innermost(TemplateContext *ctx) {
@@ -45,61 +42,19 @@ void setIterationVar(TemplateContext *ctx, const TemplateIteration *iteration) {
     if (params != nullptr) setTemplateParamInt(params, iteration->var, iteration->counter);
 }
 
-// The first four bytes of a value as a number. Every value has as many: numbers have, and a text
-// that fetchItemValue made.
-std::int32_t firstWord(const ItemValue *value) {
-    std::int32_t word = 0;
-    std::memcpy(&word, value->data, sizeof word);
-    return word;
-}
-
-int evalItem(TemplateContext *ctx, const char *text, std::int32_t *number) {
-    ItemValue value{};
-    const int result = fetchItemValue(ctx, text, &value);
-    if (result == MERGE_OK) *number = value.data == nullptr ? 1 : firstWord(&value);
-    releaseItemValue(&value);
-    return result;
-}
-
-int evalPlugin(TemplateContext *ctx, const char *text, std::int32_t *number) {
-    ItemValue value{};
-    int result = callPlugin(ctx, text, &value);
-    if (result != MERGE_OK) {
-        dmon_log(1, "Error in %s: plugin returned error.\n", getTemplateLine(ctx));
-    } else if (value.type != VORN_TYPE_INT32 || value.data == nullptr) {
-        dmon_log(1, "Error in %s: Plugin must return an INT32 value.\n", getTemplateLine(ctx));
-        result = MERGE_TEMPLATE_ERROR;
-    } else {
-        *number = firstWord(&value);
-    }
-    releaseItemValue(&value);
-    return result;
-}
-
 }  // namespace
-
-int evalTemplateInt(TemplateContext *ctx, const char *text, std::int32_t *number) {
-    if (std::strchr(text, '@') != nullptr) return evalItem(ctx, text, number);
-    if (std::strchr(text, '.') != nullptr) return evalPlugin(ctx, text, number);
-    *number = toInt32(text);
-    return MERGE_OK;
-}
 
 int parseIterateClause(TemplateContext *ctx, std::string_view args, TemplateIteration *iteration) {
     *iteration = TemplateIteration{};
-    const int result =
-        parseClauseArgs(ctx, args, iterateArgs,
-                        "Error in %s: unknown argument '%s' in 'iterate' clause.\n", iteration);
+    const int result = parseClauseArgs(ctx, args, "iterate", iterateArgs, iteration);
     iteration->filePos = templateTell(ctx);
     iteration->lineNo = currentPlace(ctx).lineNo;
     return result;
 }
 
 int pushIteration(TemplateContext *ctx, const TemplateIteration *iteration) {
-    if (ctx->iterDepth == TEMPLATE_MAX_ITERATIONS) {
-        dmon_log(1, "Error in %s: too many nested 'iterate' clauses.\n", getTemplateLine(ctx));
-        return MERGE_TEMPLATE_ERROR;
-    }
+    if (ctx->iterDepth == TEMPLATE_MAX_ITERATIONS)
+        return templateError(ctx, MERGE_TEMPLATE_ERROR, "too many nested 'iterate' clauses.");
     TemplateIteration *entry = &ctx->iterations[ctx->iterDepth];
     *entry = *iteration;
     entry->counter = entry->from;
@@ -135,20 +90,16 @@ int nextIteration(TemplateContext *ctx) {
     ++iteration->counter;
     setIterationVar(ctx, iteration);
     if (iteration->counter > iteration->to) return ITERATION_OVER;
-    if (++ctx->passes > TEMPLATE_MAX_PASSES) {
-        dmon_log(1, "Error in %s: too many iterations.\n", getTemplateLine(ctx));
-        return MERGE_TEMPLATE_ERROR;
-    }
+    if (++ctx->passes > TEMPLATE_MAX_PASSES)
+        return templateError(ctx, MERGE_TEMPLATE_ERROR, "too many iterations.");
     templateSeek(ctx, iteration->filePos, iteration->lineNo);
     return ITERATION_AGAIN;
 }
 
 int popIteration(TemplateContext *ctx) {
     const TemplateIteration *iteration = innermost(ctx);
-    if (iteration == nullptr) {
-        dmon_log(1, "Error in %s: not in an 'iteration' clause.\n", getTemplateLine(ctx));
-        return MERGE_TEMPLATE_ERROR;
-    }
+    if (iteration == nullptr)
+        return templateError(ctx, MERGE_TEMPLATE_ERROR, "not in an 'iteration' clause.");
     if (ctx->state == MERGE_SKIPPED) ctx->state = iteration->savedState;
     --ctx->iterDepth;
     return MERGE_OK;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The iteration stack: loops over template lines with a counter.
+// The iterate clause and the iteration stack: loops over template lines with a counter.
 #pragma once
 
-#include <cstdint>
 #include <string_view>
 
 #include "report/template_context.h"
@@ -12,10 +11,11 @@
 int beginIteration(TemplateContext *ctx, std::string_view args);
 
 // Reads an iterate clause into a record, the place of the loop body included. MERGE_OK or a
-// negative code after a message.
+// negative code after a message. Called by beginIteration.
 int parseIterateClause(TemplateContext *ctx, std::string_view args, TemplateIteration *iteration);
 
-// Opens an iteration. MERGE_OK, or MERGE_TEMPLATE_ERROR after a message when eight are open.
+// Opens an iteration. MERGE_OK, or MERGE_TEMPLATE_ERROR after a message when eight are open. Called
+// by beginIteration.
 int pushIteration(TemplateContext *ctx, const TemplateIteration *iteration);
 
 // Counts the innermost iteration on: ITERATION_AGAIN when its body is to run again (the file is
@@ -27,7 +27,3 @@ int nextIteration(TemplateContext *ctx);
 // Leaves the innermost iteration. MERGE_OK, or MERGE_TEMPLATE_ERROR after a message when none is
 // open.
 int popIteration(TemplateContext *ctx);
-
-// The number that a bound names: an item, a plug-in call or a number. MERGE_OK, or a negative code
-// after a message.
-int evalTemplateInt(TemplateContext *ctx, const char *text, std::int32_t *number);
