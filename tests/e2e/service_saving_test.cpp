@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // From a synchronised measurement to the file that the user finds.
-#include <chrono>
+#include <map>
+#include <set>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -13,16 +13,11 @@ namespace {
 
 constexpr std::uint16_t REQ_REMOVE_SUBS = 258;
 constexpr std::uint16_t REQ_SET_QUOTA = 259;
+constexpr std::uint16_t REQ_MAKE_REPORT = 262;
 constexpr std::uint16_t REQ_SET_TEMPLATE = 267;
 constexpr std::uint16_t REQ_SET_FULLACTION = 269;
 constexpr std::uint16_t REQ_DELETE_ALL = 272;
 constexpr std::int32_t QUOTA_RESULTS = 0;
-
-constexpr char frames[] =
-    "<report>\n"
-    "<row cstyle='%s'><value var=report-name></value></row>\n"
-    "<row cstyle='%s %u'><value>Frames</value><value link=tx@frames></value></row>\n"
-    "</report>\n";
 
 class ServiceSaving : public testing::Test {
 protected:
@@ -30,126 +25,137 @@ protected:
     void begin(const std::string &config, const std::string &subscriptions = "subscribe tx\n") {
         run.sim({"up"});
         run.app("tx");
-        run.config("autosave yes\n" + config);
+        run.config("autosave yes\nautoname refseq\n" + config);
         run.subscriptions(subscriptions);
-        run.startServing();
-        ASSERT_TRUE(run.waitForLog("Created sync change list on app 'tx'.\n"));
+        restart();
     }
-
-    // Has tx synchronise and waits until the service has logged a line about it and is done.
-    void sync(const std::string &line) {
+    void restart() {
+        const int lists = run.countInLog("Created sync change list on app 'tx'.\n");
+        run.startServing();
+        ASSERT_TRUE(run.waitForLog("Created sync change list on app 'tx'.\n", lists + 1));
+    }
+    // Has an application synchronise and waits until the service has logged a line about it and is
+    // done with all that it was told.
+    void sync(const std::string &line, const std::string &app = "tx") {
         const int before = run.countInLog(line);
-        run.sim({"sync", "tx"});
+        sendMessage(run.queueId(), 2, syncResponse(app, 2));
         ASSERT_TRUE(run.waitForLog(line, before + 1));
         const std::string last = "Command: stop subs 'nobody'.\n";
         const int ends = run.countInLog(last);
         ASSERT_EQ(run.request(REQ_REMOVE_SUBS, 0, 0, {"nobody"}).param1, 0);
         ASSERT_TRUE(run.waitForLog(last, ends + 1));
     }
+    [[nodiscard]] std::string results() const { return run.files("tarix/data/results/tx"); }
 
     ServiceRun run;
+    const std::string saved = "Saved results file";
 };
 
-TEST_F(ServiceSaving, NamesFilesByTheEarliestStartAndMovesOlderOnesAside) {
-    run.sim({"up"});
-    run.app("tx", "1700000000");
+TEST_F(ServiceSaving, WaitsForEveryActiveApplicationAndTakesTheEarliestStart) {
     run.app("rx", "1700000060");
-    run.config("autosave yes\n");
-    run.subscriptions("subscribe both:rx,tx,absent\n");
-    run.startServing();
-    for (int i = 1; i <= 2; ++i) {
-        run.sim({"sync", "rx"});
-        run.waitForLog("Command: sync on 'rx' (autosave=1).\n", i);
-        EXPECT_EQ(run.countInLog("Saved results file"), i - 1);
-        run.sim({"sync", "tx"});
-        run.waitForLog("Saved results file " + run.root.path("tarix/data/results/both/") +
-                           "2023-11-14-221320.res.\n",
-                       i);
-    }
+    run.app("zero", "0");
+    run.app("ninechar");
+    begin("autoname time\n",
+          "subscribe both:rx,tx,absent\nsubscribe none:zero\nsubscribe nine:ninechars\n");
+    for (const char *app : {"rx", "zero", "ninechar"})
+        sync("Command: sync on '" + std::string(app), app);
+    EXPECT_EQ(run.countInLog(saved), 0);
+    sync(saved, "tx");
+    sync("Command: sync on 'tx'", "tx");  // the times of the first round are gone
+    EXPECT_EQ(run.countInLog(saved), 1);
+    run.app("tx", "1700000120");
+    sync("Command: sync on 'tx'", "tx");  // a second response replaces the first
+    sync(saved, "rx");
+    run.app("tx", "1700000180");
+    sync("Command: sync on 'tx'", "tx");
+    sync(saved, "rx");  // at the same time as before
+    EXPECT_EQ(run.files("tarix/data/results"), "both");
     EXPECT_EQ(run.files("tarix/data/results/both"),
-              "2023-11-14-221320.res 2023-11-14-221320_01.res");
-    const std::string saved = run.root.read("tarix/data/results/both/2023-11-14-221320.res");
-    EXPECT_LT(saved.find("app rx "), saved.find("app tx "));
-    EXPECT_NE(saved.find("app tx "), std::string::npos);
+              "2023-11-14-221320.res 2023-11-14-221420.res 2023-11-14-221420_01.res");
+    const std::string file = run.root.read("tarix/data/results/both/2023-11-14-221320.res");
+    EXPECT_LT(file.find("app rx "), file.find("app tx "));
+    EXPECT_NE(file.find("app tx "), std::string::npos);
 }
 
 TEST_F(ServiceSaving, NumbersFilesOnAcrossARestart) {
-    begin("autoname refseq\nreference a/b\n");
-    sync("Saved results file");
+    begin("reference a/b\n");
+    sync(saved);
     run.stop();
-    run.startServing();
-    run.waitForLog("Created sync change list on app 'tx'.\n", 2);
-    sync("Saved results file");
-    EXPECT_EQ(run.files("tarix/data/results/tx"), "a_b00001.res a_b00002.res");
+    restart();
+    sync(saved);
+    EXPECT_EQ(results(), "a_b00001.res a_b00002.res");
     EXPECT_EQ(run.root.read("tarix/data/vorn/vorn.sav"),
               std::string("\xCB\xEA\x01\x11\0\0\0\x03", 8));
 }
 
-TEST_F(ServiceSaving, StopsAtTheQuotaUntilAClientRaisesIt) {
-    begin("autoname refseq\nmax-files 2\nfull-action stop\n");
-    sync("Saved results file");
-    sync("Saved results file");
-    sync("Error: too many result files.\n");
-    EXPECT_EQ(run.request(REQ_SET_QUOTA, 3, QUOTA_RESULTS).param1, 0);
-    run.waitForLog("Update quota of 'tx', max.files: 3, action: 0\n");
-    sync("Saved results file");
-    std::filesystem::remove(run.root.path("tarix/data/results/tx/00001.res"));  // counted again
-    sync("Saved results file");
-    EXPECT_EQ(run.files("tarix/data/results/tx"), "00002.res 00003.res 00004.res");
+TEST_F(ServiceSaving, BlocksStopsOrPurgesAtItsQuotaAsClientsSay) {
+    begin("max-files 1\nfull-action block\nblock-error -77\n");
+    const std::string tooMany = "Error: too many result files.\n";
+    const std::string folder = "tarix/data/results/tx/";
+    const auto setAndWait = [&](std::uint16_t type, std::int32_t value, const char *line) {
+        EXPECT_EQ(run.request(type, value, QUOTA_RESULTS).param1, 0);
+        run.waitForLog(line);
+    };
+    const auto blocked = [&] { return run.sim({"show"}).find("disabled -77") + 1 != 0; };
+    EXPECT_FALSE(blocked());
+    sync(saved);
+    EXPECT_TRUE(blocked());
+    sync(tooMany);
+    setAndWait(REQ_SET_FULLACTION, 0, "Update quota of 'tx', max.files: 1, action: 0\n");
+    EXPECT_FALSE(blocked());
+    sync(tooMany);
+    setAndWait(REQ_SET_QUOTA, 2, "Update quota of 'tx', max.files: 2, action: 0\n");
+    sync(saved);
+    std::filesystem::remove(run.root.path(folder + "00001.res"));  // counted again
+    sync(saved);
+    EXPECT_EQ(results(), "00002.res 00003.res");
+
+    setAndWait(REQ_SET_FULLACTION, 2, "Update quota of 'tx', max.files: 2, action: 2\n");
+    run.root.write(folder + "notes.txt", "not ours");
+    sync(saved);
+    EXPECT_EQ(results(), "00003.res 00004.res notes.txt");
+    const std::string told = "Error: the quota's purge deleted ";
+    EXPECT_EQ(run.countInLog(told), 0);
+    for (const char *name : {"run1.res", "run2.res"}) run.root.write(folder + name, "");
+    sync(told + run.root.path(folder) + "00005.res, which was just saved");
+    EXPECT_EQ(results(), "notes.txt run1.res run2.res");
+    setAndWait(REQ_DELETE_ALL, QUOTA_RESULTS, "Delete results of 'tx'\n");
+    EXPECT_EQ(results(), "notes.txt");
 }
 
-TEST_F(ServiceSaving, PurgesTheOldestFilesAboveTheQuota) {
-    run.root.write("tarix/data/results/tx/notes.txt", "not ours");
-    begin("autoname refseq\nmax-files 2\npurge yes\n");
-    for (int i = 0; i < 4; ++i) sync("Saved results file");
-    EXPECT_TRUE(waitUntil(
-        [&] { return run.files("tarix/data/results/tx") == "00003.res 00004.res notes.txt"; }));
-}
-
-TEST_F(ServiceSaving, BlocksMeasurementsWhileAQuotaIsFull) {
-    begin("autoname refseq\nmax-files 1\nfull-action block\nblock-error -77\n");
-    const auto control = [&] { return run.sim({"show"}); };
-    EXPECT_NE(control().find("enabled"), std::string::npos);
-    sync("Saved results file");
-    run.waitForLog("Measurement enable control: disabled\n");
-    EXPECT_NE(control().find("disabled -77"), std::string::npos) << control();
-    sync("Error: too many result files.\n");
-
-    EXPECT_EQ(run.request(REQ_DELETE_ALL, QUOTA_RESULTS).param1, 0);
-    run.waitForLog("Measurement enable control: enabled\n", 3);  // two at the start
-    EXPECT_EQ(control().find("disabled -77"), std::string::npos) << control();
-    EXPECT_EQ(run.files("tarix/data/results/tx"), "");
-    sync("Saved results file");
-    run.waitForLog("Measurement enable control: disabled\n", 2);
-    EXPECT_EQ(run.request(REQ_SET_FULLACTION, 2, QUOTA_RESULTS).param1, 0);  // purge
-    run.waitForLog("Measurement enable control: enabled\n", 4);
-}
-
-TEST_F(ServiceSaving, ReplacesResultsByReports) {
-    run.root.write("tarix/data/templates/frames.tpl", frames);
-    begin("autoname refseq\nreference run\nautoreport txt\nmax-files 2\n",
-          "subscribe tx:tx:frames.tpl\n");
-    for (int i = 0; i < 2; ++i) sync("Autoreport for tx:\n");  // each file makes room for the next
-    EXPECT_EQ(run.files("tarix/data/results/tx"), "");
-    EXPECT_EQ(run.files("tarix/data/reports"), "run00001.txt run00002.txt");
-    EXPECT_EQ(run.root.read("tarix/data/reports/run00001.txt"),
-              "\xEF\xBB\xBFrun00001\r\nFrames 7\r\n");
+TEST_F(ServiceSaving, ReplacesResultsByReportsOrKeepsThem) {
+    run.root.write("tarix/data/templates/t.tpl",
+                   "<report>\n<iterate from=1, to=100000>\n</iterate>\n"
+                   "<row cstyle='%s %u'><value var=report-name></value>"
+                   "<value link=tx@frames></value></row>\n</report>\n");
+    begin("reference run\nautoreport txt\n", "subscribe tx:tx:t.tpl\n");
+    EXPECT_EQ(run.request(REQ_SET_QUOTA, 2, QUOTA_RESULTS).param1, 0);
+    const std::string moved =
+        run.root.write("old.res", "okra 1\napp tx start=1\nreg u32 frames value=8\n");
+    sendMessage(run.queueId(), 2, syncResponse("tx", 2));
+    run.waitForLog("  Report file   : " + run.root.path("tarix/data/reports/run00001.txt\n"));
+    // While that one is merged.
+    EXPECT_EQ(run.request(REQ_MAKE_REPORT, 0, 0, {"tx", moved, "t.tpl", "mine.txt"}).param1, 0);
+    sync("Autoreport for tx:\n");
+    sync("Autoreport for tx:\n");  // each file makes room for the next
+    EXPECT_EQ(results(), "");
+    EXPECT_EQ(run.files("tarix/data/reports"), "mine.txt run00001.txt run00002.txt run00003.txt");
+    EXPECT_EQ(run.root.read("tarix/data/reports/mine.txt"), "\xEF\xBB\xBFmine.txt 8\r\n");
+    EXPECT_EQ(run.root.read("tarix/data/reports/run00001.txt"), "\xEF\xBB\xBFrun00001 7\r\n");
     EXPECT_EQ(run.countInLog("Error"), 0);
-}
 
-TEST_F(ServiceSaving, KeepsAndCountsResultsWithoutAReport) {
-    begin("autoname refseq\nautoreport pdf\nmax-files 2\n");
+    const auto setTemplate = [&](const std::string &name) {
+        EXPECT_EQ(run.request(REQ_SET_TEMPLATE, 0, 0, {"tx", name}).param1, 0);
+    };
+    setTemplate("");
     sync("Not autogenerating report for 'tx' since template is not set.\n");
-    EXPECT_EQ(run.request(REQ_SET_TEMPLATE, 0, 0, {"tx", "missing.tpl"}).param1, 0);
-    run.waitForLog("Command: set template of 'tx' to 'missing.tpl'.\n");
+    setTemplate("missing.tpl");
     const std::string failed = "Error: could not generate autoreport from " +
-                               run.root.path("tarix/data/results/tx/00001.res (err=-9).\n");
+                               run.root.path("tarix/data/results/tx/run00004.res (err=-9).\n");
     sync(failed);
     sync(failed);  // under the same number, which has not been used
-    EXPECT_EQ(run.files("tarix/data/results/tx"), "00001.res 00001_01.res");
-    EXPECT_EQ(run.files("tarix/data/reports"), "");
+    EXPECT_EQ(results(), "run00004.res run00004_01.res");
     sync("Error: too many result files.\n");
-    EXPECT_FALSE(run.root.exists("tarix/data/vorn/vorn.sav"));
 }
 
 // Wherever the end of the process falls, what stands under its final name is whole.
@@ -158,38 +164,25 @@ TEST_F(ServiceSaving, LeavesNoHalfFileWhenItIsEndedMeanwhile) {
                    "<report>\n<iterate var=i, from=1, to=500>\n"
                    "<row cstyle='%u'><value link=tx@frames></value></row>\n"
                    "</iterate>\n</report>\n");
-    begin("autoname refseq\nautoreport txt\npurge yes\n", "subscribe tx:tx:long.tpl\n");
+    begin("autoreport txt\npurge yes\n", "subscribe tx:tx:long.tpl\n");
     sync("Autoreport for tx:\n");
-    const std::string whole = run.root.read("tarix/data/reports/00001.txt");
-    std::string saved;
-
-    for (int i = 0; i < 12; ++i) {
-        const int lists = run.countInLog("Created sync change list on app 'tx'.\n");
+    std::map<std::string, std::set<std::uintmax_t>> sizes;
+    for (int i = 0; i < 8; ++i) {
+        const int before = run.countInLog(saved);
         for (int n = 0; n < 20; ++n) sendMessage(run.queueId(), 2, syncResponse("tx", 2));
-        std::this_thread::sleep_for(std::chrono::microseconds(700 * i));  // somewhere meanwhile
-        const auto before = std::chrono::steady_clock::now();
-        EXPECT_EQ(run.stop(), 0);
-        EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(2));
-        for (const auto &file :
-             std::filesystem::directory_iterator(run.root.path("tarix/data/reports"))) {
-            const std::string name = file.path().filename().string();
-            if (name.front() != '.') {
-                EXPECT_EQ(run.root.read("tarix/data/reports/" + name).size(), whole.size());
-            }
-        }
-        for (const auto &file :
-             std::filesystem::directory_iterator(run.root.path("tarix/data/results/tx"))) {
-            const std::string name = file.path().filename().string();
-            if (name.front() == '.') continue;
-            const std::string content = run.root.read("tarix/data/results/tx/" + name);
-            if (saved.empty()) saved = content;
-            EXPECT_EQ(content.size(), saved.size());
-        }
-        const std::string state = run.root.read("tarix/data/vorn/vorn.sav");
-        EXPECT_TRUE(state.size() == 8 || !run.root.exists("tarix/data/vorn/vorn.sav"));
-        run.startServing();
-        ASSERT_TRUE(run.waitForLog("Created sync change list on app 'tx'.\n", lists + 1));
+        run.waitForLog(saved, before + 1 + i);  // and then somewhere in the next one
+        kill(run.pid(), i % 2 == 0 ? SIGTERM : SIGKILL);
+        EXPECT_EQ(run.wait(), i % 2 == 0 ? 0 : 128 + SIGKILL);
+        for (const char *folder : {"reports", "results/tx", "vorn"})
+            for (const auto &file : std::filesystem::directory_iterator(
+                     run.root.path(std::string("tarix/data/") + folder)))
+                if (file.path().filename().string().front() != '.')
+                    sizes[folder].insert(file.file_size());
+        restart();
     }
+    EXPECT_EQ(sizes["reports"].size(), 1);
+    EXPECT_LE(sizes["results/tx"].size(), 1);
+    EXPECT_EQ(sizes["vorn"], std::set<std::uintmax_t>{8});
 }
 
 }  // namespace

@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "listener/commands.h"
 
+#include <climits>
+#include <cstdlib>
+#include <fstream>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "support/log_capture.h"
 #include "util/guards.h"
@@ -21,6 +26,21 @@ TEST(Commands, AreCutToFitAndTellWhatIsLost) {
     const LogCapture log;
     EXPECT_EQ(postCommand(nullptr, POST_EVENT), POST_REFUSED);
     EXPECT_EQ(log.text(), "Error: no memory for a command to the listener; it is lost.\n");
+}
+
+TEST(Commands, OfTheStartWaitForAPlaceInAFullQueue) {
+    ASSERT_EQ(initCommandQueue(), MQ_OK);
+    for (int i = 0; i < COMMAND_QUEUE_SIZE; ++i) ASSERT_EQ(stopMeasSubs("tx"), POST_OK);
+    const std::string state = "/proc/self/task/" + std::to_string(gettid()) + "/stat";
+    std::thread taker([&state] {  // takes one when this thread waits
+        while (std::ifstream(state).ignore(INT_MAX, ')').ignore(1).peek() != 'S') {
+        }
+        freeCommand(takeCommand(VORN_NO_WAIT));
+    });
+    auto *subscription = static_cast<Subscription *>(std::calloc(1, sizeof(Subscription)));
+    EXPECT_EQ(startInitialSubs(subscription), POST_OK);
+    taker.join();
+    while (MeasCommand *command = takeCommand(VORN_NO_WAIT)) freeCommand(command);
 }
 
 }  // namespace

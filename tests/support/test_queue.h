@@ -27,11 +27,11 @@ public:
             long type;
             char bytes[256];
         } message{};
-        const ssize_t size = msgrcv(id_, &message, sizeof(message.bytes), 0, IPC_NOWAIT);
+        const ssize_t size = msgrcv(id_, &message, sizeof message.bytes, 0, IPC_NOWAIT);
         if (size < 0) return "";
         if (message.type == 1 && size >= 5) {
             std::uint32_t mask = 0;
-            std::memcpy(&mask, message.bytes, sizeof(mask));
+            std::memcpy(&mask, message.bytes, sizeof mask);
             return "event " + std::to_string(mask) + " " + (message.bytes + 4);
         }
         if (message.type == 2 && size >= 17)
