@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 
 #include "okra/okra.h"
 #include "support/build_paths.h"
+#include "support/case_runner.h"
 #include "support/program.h"
 #include "support/temp_dir.h"
 #include "support/test_queue.h"
@@ -125,31 +127,16 @@ TEST_F(TarixSim, ShowsWhatItWasTold) {
 
 TEST_F(TarixSim, TellsEachFailureInOneLine) {
     EXPECT_EQ(sim({"up"}), "");
-    const std::string bad = root_.write("bad.res", "okra 1\napp a\nreg u8 x value=256\n");
-    const std::string two = root_.write("two.res", "okra 1\napp a\napp b\n");
-    const std::string none = root_.write("none.res", "okra 1\n");
+    root_.write("bad.res", "okra 1\napp a\nreg u8 x value=256\n");
+    root_.write("two.res", "okra 1\napp a\napp b\n");
+    root_.write("none.res", "okra 1\n");
     root_.makeDir("run/tarix/okra/apps/folder");
-    const struct {
+    runCases("tools/cases/tarix_sim.txt", 1, [&](const CaseFields &row) -> CaseFields {
+        std::istringstream input(row[0]);
         std::vector<std::string> words;
-        const char *error;
-    } cases[] = {
-        {{"fly\n"}, "unknown command 'fly?'; see tarix-sim --help"},
-        {{"respond", "a"}, "usage: tarix-sim respond APP STATE"},
-        {{"create", "sixteen-letters-"},
-         "'sixteen-letters-' is no application's name: 1 to 15 letters, digits, '.', '_', '-'"},
-        {{"event", "a/b", "1"},
-         "'a/b' is no application's name: 1 to 15 letters, digits, '.', '_', '-'"},
-        {{"create", "a", bad}, "bad.res: line 3: '256' of attribute 'value' is out of range"},
-        {{"create", "a", two}, "two.res: more than one application"},
-        {{"create", "a", none}, "none.res: no application"},
-        {{"create", "folder"}, "folder: Is a directory"},
-        {{"destroy", "a"}, "application 'a' does not run"},
-        {{"start", "a"}, "application 'a' does not run"},
-        {{"respond", "a", "256"}, "'256' is no state: 0 to 255"},
-        {{"start", "a", "4294967296"}, "'4294967296' is no time: 0 to 4294967295"},
-        {{"event", "a", "-1"}, "'-1' is no event mask: 0 to 4294967295"},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(sim(c.words), "1: tarix-sim: " + std::string(c.error) + "\n");
+        for (std::string word; input >> word;)
+            words.push_back(word.ends_with(".res") ? root_.path(word) : word);
+        return {sim(words)};
+    });
     EXPECT_FALSE(root_.exists("run/tarix/okra/apps/a"));
 }
