@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "core/options.h"
 #include "output/dump_backend.h"
 #include "output/row_format.h"
@@ -19,7 +20,6 @@
 #include "report/user_vars.h"
 #include "results/dict_resolver.h"
 #include "results/results.h"
-#include "util/guards.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
+#include "base/guards.h"
 #include "pdf/pdf_writer.h"
-#include "util/guards.h"
 
 namespace {
 

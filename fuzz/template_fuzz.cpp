@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <string>
 
+#include "base/guards.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "memory_file.h"
@@ -12,7 +13,6 @@
 #include "report/user_vars.h"
 #include "results/results.h"
 #include "storage/strings.h"
-#include "util/guards.h"
 
 namespace {
 

@@ -24,13 +24,15 @@ def allowed(path, target):
     """Whether the file may include the header, both as paths from the root of the includes."""
     parts = path.parts
     folder = target.split("/")[0]
+    if parts[0] == "base":
+        return folder == "base"
     if parts[0] == "platform":
-        return folder in PLATFORM | {"host"}
+        return folder in PLATFORM | {"base"}
     if parts[0] != "src":
         return True
     if f"{parts[1]}/{path.name}" in LEAVES:
         return target in LEAVES
-    if target in LEAVES or folder in PLATFORM:
+    if target in LEAVES or folder in PLATFORM | {"base"}:
         return True
     return folder in LAYERS and LAYERS.index(folder) >= LAYERS.index(parts[1])
 

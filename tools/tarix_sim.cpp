@@ -18,11 +18,12 @@
 
 #include <sys/msg.h>
 
-#include "host/line_reader.h"
-#include "host/paths.h"
-#include "host/text_file.h"
-#include "host/whole_file.h"
-#include "host/words.h"
+#include "base/folders.h"
+#include "base/line_reader.h"
+#include "base/numbers.h"
+#include "base/open_file.h"
+#include "base/root_path.h"
+#include "base/whole_file.h"
 #include "okra/manager_files.h"
 #include "okra/okra.h"
 #include "okra/okra_error.h"
@@ -44,13 +45,13 @@ void check(int code) {
 // ---- paths ----
 
 std::string rooted(const char *path) {
-    char out[host::PATH_SIZE];
-    if (host::rootedPath(out, "%s", path) != 0) throw Failure("VORN_ROOT is too long");
+    char out[ROOTED_PATH_SIZE];
+    if (rootedPath(out, "%s", path) != 0) throw Failure("VORN_ROOT is too long");
     return out;
 }
 
 std::string okraFile(const char *folder, const char *name = nullptr) {
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     check(okraPath(path, folder, name));
     return path;
 }
@@ -73,7 +74,7 @@ std::uint32_t number(const char *text, std::uint32_t max, bool hex, const char *
     std::uint64_t value = 0;
     const std::string_view digits = text;
     const bool isHex = digits.find_first_of("xX") != std::string_view::npos;
-    if ((isHex && !hex) || host::parseUnsigned(digits, max, &value) != host::NUMBER_OK)
+    if ((isHex && !hex) || parseUnsigned(digits, max, &value) != NUMBER_OK)
         throw Failure(std::string("'") + text + "' is no " + what + ": 0 to " +
                       std::to_string(max));
     return static_cast<std::uint32_t>(value);
@@ -93,7 +94,7 @@ void checkName(const char *app) {
 // The path of a running application's state.
 std::string runningApp(const char *app) {
     checkName(app);
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     if (okraFindApp(app, path) != OKRA_OK)
         throw Failure(std::string("application '") + app + "' does not run");
     return path;
@@ -169,14 +170,14 @@ constexpr char ownRegisters[] =
 // Writes a state, which appears whole, from a state or results file with one application.
 void writeState(const std::string &to, const char *app, const OkraApp &times,
                 const std::string &from) {
-    host::WholeFile file;
+    WholeFile file;
     std::error_code error;
     fs::create_directories(fs::path(to).parent_path(), error);
-    int failed = file.begin(to.c_str());
+    int failed = file.begin(to.c_str(), PART_WAIT);
     if (failed == 0) {
         std::fputs(OKRA_FORMAT_LINE, file.stream());
         check(okraCopyApp(from.c_str(), app, times, file.stream()));
-        failed = file.commit();
+        failed = file.commit(TARGET_REPLACED);
     }
     if (failed != 0) throw Failure(std::string("application: ") + std::strerror(failed));
 }
@@ -190,24 +191,24 @@ OkraApp readState(const std::string &path) {
 // The last measurement control as it was sent, or "unset".
 std::string control() {
     std::string_view line = "unset";
-    const host::DescriptorGuard file = host::openText(okraFile("control").c_str());
+    const DescriptorGuard file = openRegular(okraFile("control").c_str());
     if (file.get() < 0) {
         if (errno == ENOENT) return std::string(line);
         throw Failure(std::string("control: ") + std::strerror(errno));
     }
-    host::LineReader lines(file.get());
-    const host::LineResult result = lines.nextText(&line);
-    if (result != host::LINE_READ)
-        throw Failure(result == host::LINE_END ? "control: empty"
-                                               : std::string("control: ") + lineFailure(result));
+    LineReader lines(file.get());
+    const LineResult result = lines.nextText(&line);
+    if (result != LINE_READ)
+        throw Failure(result == LINE_END ? "control: empty"
+                                         : std::string("control: ") + lineFailure(result));
     return std::string(line);
 }
 
 // ---- commands: arguments end with a null ----
 
 // Keeps other simulators and the library from changing what a command has read.
-host::DescriptorGuard lockManager() {
-    host::DescriptorGuard lock;
+DescriptorGuard lockManager() {
+    DescriptorGuard lock;
     check(okraLock(&lock));
     return lock;
 }
@@ -216,7 +217,7 @@ void up(const char *const *) {
     for (const char *folder :
          {"/run/tarix/kelp", "/run/tarix/okra", "/etc/tarix", "/tarix/data/templates"}) {
         const std::string path = rooted(folder);
-        const int error = host::makeFolders(path.c_str(), 0775);
+        const int error = makeFolders(path.c_str(), 0775);
         if (error != 0) throw Failure(path + ": " + std::strerror(error));
     }
 }
@@ -242,8 +243,8 @@ void down(const char *const *) {
 void create(const char *const *args) {
     const char *app = args[0];
     checkName(app);
-    const host::DescriptorGuard lock = lockManager();
-    char path[host::PATH_SIZE];
+    const DescriptorGuard lock = lockManager();
+    char path[ROOTED_PATH_SIZE];
     if (okraFindApp(app, path) == OKRA_OK)
         throw Failure(std::string("application '") + app + "' runs already");
     const std::string state = okraFile("apps", app);
@@ -259,7 +260,7 @@ void create(const char *const *args) {
 }
 
 void destroy(const char *const *args) {
-    const host::DescriptorGuard lock = lockManager();
+    const DescriptorGuard lock = lockManager();
     std::error_code error;
     if (!fs::remove(runningApp(args[0]), error) && error)
         throw Failure("application: " + error.message());
@@ -268,7 +269,7 @@ void destroy(const char *const *args) {
 }
 
 void enable(const char *const *args) {
-    const host::DescriptorGuard lock = lockManager();
+    const DescriptorGuard lock = lockManager();
     runningApp(args[0]);
     std::error_code error;
     fs::remove(okraFile("disabled", args[0]), error);
@@ -276,14 +277,14 @@ void enable(const char *const *args) {
 }
 
 void disable(const char *const *args) {
-    const host::DescriptorGuard lock = lockManager();
+    const DescriptorGuard lock = lockManager();
     runningApp(args[0]);
     check(okraWriteText(okraFile("disabled", args[0]).c_str(), ""));
 }
 
 void start(const char *const *args) {
     const std::uint32_t time = timeArgument(args[1]);
-    const host::DescriptorGuard lock = lockManager();
+    const DescriptorGuard lock = lockManager();
     const std::string path = runningApp(args[0]);
     const std::string last = control();
     if (last.starts_with("disabled"))
@@ -295,7 +296,7 @@ void start(const char *const *args) {
 
 void sync(const char *const *args) {
     const std::uint32_t time = timeArgument(args[1]);
-    const host::DescriptorGuard lock = lockManager();
+    const DescriptorGuard lock = lockManager();
     const std::string path = runningApp(args[0]);
     OkraApp app = readState(path);
     app.stop = time;
@@ -305,7 +306,7 @@ void sync(const char *const *args) {
 
 void respond(const char *const *args) {
     const std::uint32_t state = number(args[1], UINT8_MAX, true, "state");
-    const host::DescriptorGuard lock = lockManager();
+    const DescriptorGuard lock = lockManager();
     runningApp(args[0]);
     postResponse(args[0], state);
 }
@@ -313,12 +314,12 @@ void respond(const char *const *args) {
 void event(const char *const *args) {
     checkName(args[0]);
     const std::uint32_t mask = number(args[1], UINT32_MAX, true, "event mask");
-    const host::DescriptorGuard lock = lockManager();
+    const DescriptorGuard lock = lockManager();
     postEvent(args[0], mask);
 }
 
 void show(const char *const *) {
-    const host::DescriptorGuard lock = lockManager();
+    const DescriptorGuard lock = lockManager();
     for (const std::string &app : namesIn(okraFile("apps"), OKRA_APP_NAME_MAX)) {
         const OkraApp state = readState(runningApp(app.c_str()));
         const bool disabled = fs::exists(okraFile("disabled", app.c_str()));

@@ -16,6 +16,7 @@
 #include <CLI/CLI.hpp>
 #include <fcntl.h>
 
+#include "base/guards.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "item_list.h"
@@ -26,7 +27,6 @@
 #include "results/dict_resolver.h"
 #include "results/results.h"
 #include "storage/strings.h"
-#include "util/guards.h"
 
 namespace {
 

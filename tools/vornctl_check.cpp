@@ -14,15 +14,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/guards.h"
+#include "base/root_path.h"
 #include "core/config_file.h"
 #include "core/options.h"
 #include "core/subscription_files.h"
 #include "storage/files.h"
-#include "storage/persistent.h"
 #include "storage/quota.h"
+#include "storage/state_file.h"
 #include "storage/strings.h"
-#include "util/guards.h"
-#include "util/root_path.h"
 
 namespace {
 

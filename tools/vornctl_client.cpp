@@ -16,7 +16,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "util/guards.h"
+#include "base/guards.h"
 
 namespace {
 

@@ -12,9 +12,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "base/folders.h"
+#include "base/guards.h"
+#include "base/root_path.h"
 #include "dmon/dmon.h"
-#include "host/guards.h"
-#include "host/paths.h"
 
 namespace {
 
@@ -27,8 +28,7 @@ std::atomic<bool> made{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
 int connectTo(const sockaddr_un &to) {
-    const host::DescriptorGuard client(
-        socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    const DescriptorGuard client(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (client.get() < 0) return errno;
     const auto *name = reinterpret_cast<const sockaddr *>(&to);
     return connect(client.get(), name, sizeof to) == 0 ? 0 : errno;
@@ -50,7 +50,7 @@ int removeLeftover() {
 // Binds and listens in a folder that is there: 0 or the errno.
 int listenAt(const char *folder, int listener) {
     // Two processes that start at once must not take each other's new socket for a left-over.
-    const host::DescriptorGuard lock(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const DescriptorGuard lock(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (lock.get() < 0 || flock(lock.get(), LOCK_EX) != 0) return errno;
     if (const int error = removeLeftover(); error != 0) return error;
     const auto *name = reinterpret_cast<const sockaddr *>(&address);
@@ -65,7 +65,7 @@ int listenAt(const char *folder, int listener) {
 // Makes folder and socket: 0 or the errno.
 int makeSocket(const char *folder, const char *path, int listener) {
     if (listener < 0) return errno;
-    if (const int error = host::makeFolders(folder, 0755); error != 0) return error;
+    if (const int error = makeFolders(folder, 0755); error != 0) return error;
     const std::size_t length = std::strlen(path);
     if (length >= sizeof address.sun_path) return ENAMETOOLONG;
     address.sun_family = AF_UNIX;
@@ -76,11 +76,11 @@ int makeSocket(const char *folder, const char *path, int listener) {
 }  // namespace
 
 int dmon::openControlSocket() {
-    char folder[host::PATH_SIZE];
-    char path[host::PATH_SIZE];
-    host::rootedPath(folder, "/run/tarix");
-    int error = host::rootedPath(path, "/run/tarix/vorn.ctl");
-    host::DescriptorGuard listener(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    char folder[ROOTED_PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
+    rootedPath(folder, "/run/tarix");
+    int error = rootedPath(path, "/run/tarix/vorn.ctl");
+    DescriptorGuard listener(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (error == 0) error = makeSocket(folder, path, listener.get());
     if (error == 0) {
         made.store(true);

@@ -7,7 +7,8 @@
 #include <cstring>
 #include <limits>
 
-#include "host/words.h"
+#include "base/numbers.h"
+#include "base/words.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ void answerStop(const DmonOps * /*ops*/, Reply *reply) {
 void answerDebug(const DmonOps *ops, std::string_view argument, Reply *reply) {
     std::uint64_t number = 0;
     constexpr std::uint64_t max = std::numeric_limits<std::int32_t>::max();
-    if (host::parseUnsigned(argument, max, &number) != host::NUMBER_OK) {
+    if (parseUnsigned(argument, max, &number) != NUMBER_OK) {
         setReply(reply, "error: debug takes a level, 0 or more");
         return;
     }
@@ -77,14 +78,14 @@ constexpr Word words[] = {
 void dmon::answerControlLine(const DmonOps *ops, std::string_view line, Reply *reply) {
     reply->stop = false;
     if (line.ends_with('\r')) line.remove_suffix(1);
-    line = host::trimBlanks(line);
-    const std::string_view name = line.substr(0, line.find_first_of(host::BLANKS));
+    line = trim(line);
+    const std::string_view name = line.substr(0, line.find_first_of(BLANKS));
     const auto *word = std::find_if(std::begin(words), std::end(words),
                                     [&](const Word &known) { return known.name == line; });
     if (word != std::end(words))
         word->answer(ops, reply);
     else if (name == "debug")
-        answerDebug(ops, host::trimBlanks(line.substr(name.size())), reply);
+        answerDebug(ops, trim(line.substr(name.size())), reply);
     else
         setReply(reply, "error: the words are status, describe, debug N, stop");
     // The service's texts are its own business, the one line is ours.

@@ -14,6 +14,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "base/utf8_text.h"
 #include "dmon/dmon.h"
 
 namespace {
@@ -48,14 +49,6 @@ std::size_t controlLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
     if (byte(0) < 0x20 || byte(0) == 0x7F) return 1;
     return byte(0) == 0xC2 && text.size() > 1 && byte(1) >= 0x80 && byte(1) <= 0x9F ? 2 : 0;
-}
-
-// Takes a character that the end of the buffer halved off the end of a text.
-std::string_view withoutHalfCharacter(std::string_view text) {
-    std::size_t end = text.size();
-    while (end > 0 && (static_cast<unsigned char>(text[end - 1]) & 0xC0) == 0x80) --end;
-    if (end == 0 || static_cast<unsigned char>(text[end - 1]) < 0xC0) return text;
-    return text.substr(0, end - 1);
 }
 
 // Appends the text with its control characters made visible; false when it did not fit.

@@ -12,11 +12,13 @@
 #include <sys/msg.h>
 #include <unistd.h>
 
+#include "base/folders.h"
+#include "base/numbers.h"
+#include "base/open_file.h"
+#include "base/root_path.h"
+#include "base/whole_file.h"
+#include "base/words.h"
 #include "dmon/dmon.h"
-#include "host/paths.h"
-#include "host/text_file.h"
-#include "host/whole_file.h"
-#include "host/words.h"
 
 namespace {
 
@@ -37,7 +39,7 @@ int checkQueue(std::int32_t id) {
 // Reads the id of a living queue from a registry file. 0; ENOENT when there is no file, no id in it
 // or no such queue any more: then one may be made; another errno when the file cannot be read.
 int findQueue(const char *path, std::int32_t *id) {
-    const host::DescriptorGuard file = host::openText(path);
+    const DescriptorGuard file = openRegular(path);
     if (file.get() < 0) return errno;
     char text[32];
     const ssize_t length = read(file.get(), text, sizeof text);
@@ -46,7 +48,7 @@ int findQueue(const char *path, std::int32_t *id) {
     if (word.ends_with('\n')) word.remove_suffix(1);
     std::uint64_t number = 0;
     constexpr std::uint64_t max = std::numeric_limits<std::int32_t>::max();
-    if (host::parseUnsigned(host::trimBlanks(word), max, &number) != host::NUMBER_OK) return ENOENT;
+    if (parseUnsigned(trim(word), max, &number) != NUMBER_OK) return ENOENT;
     *id = static_cast<std::int32_t>(number);
     return checkQueue(*id);
 }
@@ -54,13 +56,13 @@ int findQueue(const char *path, std::int32_t *id) {
 // Makes a queue and its registry file; of several processes that try, the first does, and the
 // others find what it made. 0 or the errno.
 int makeQueue(const char *path, std::int32_t *id) {
-    host::WholeFile file;
-    if (const int error = file.begin(path); error != 0) return error;
+    WholeFile file;
+    if (const int error = file.begin(path, PART_WAIT); error != 0) return error;
     if (const int error = findQueue(path, id); error != ENOENT) return error;
     *id = msgget(IPC_PRIVATE, IPC_CREAT | 0600);
     if (*id < 0) return errno;
     std::fprintf(file.stream(), "%d\n", *id);
-    const int error = file.commit();
+    const int error = file.commit(TARGET_REPLACED);
     if (error != 0) msgctl(*id, IPC_RMID, nullptr);
     return error;
 }
@@ -68,16 +70,16 @@ int makeQueue(const char *path, std::int32_t *id) {
 }  // namespace
 
 int kelp_init() {
-    char path[host::PATH_SIZE];
-    const int error = host::rootedPath(path, "%s", REGISTRY);
-    return -(error != 0 ? error : host::checkFolder(path));
+    char path[ROOTED_PATH_SIZE];
+    const int error = rootedPath(path, "%s", REGISTRY);
+    return -(error != 0 ? error : checkFolder(path));
 }
 
 std::int32_t kelp_get_queue(const char *name, int /*flags*/) {
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     std::int32_t id = -1;
     int error = EINVAL;
-    if (isQueueName(name)) error = host::rootedPath(path, "%s/%s", REGISTRY, name);
+    if (isQueueName(name)) error = rootedPath(path, "%s/%s", REGISTRY, name);
     if (error == 0) error = findQueue(path, &id);
     if (error == ENOENT) error = makeQueue(path, &id);
     if (error == 0) return id;

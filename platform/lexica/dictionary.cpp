@@ -3,10 +3,9 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <limits>
 
-#include <sys/random.h>
+#include "base/hash.h"
 
 namespace {
 
@@ -16,17 +15,9 @@ using lexica::Entry;
 constexpr std::uint32_t FIRST_ROOM = 64;
 constexpr std::uint32_t MAX_COUNT = std::numeric_limits<std::uint32_t>::max();
 
-// FNV-1a with a secret start; the last steps spread the upper bits, since a slot's number is the
-// lower ones.
-std::uint32_t hashOf(std::uint64_t seed, std::uint32_t group, std::uint32_t subgroup,
+std::uint32_t hashOf(std::uint32_t seed, std::uint32_t group, std::uint32_t subgroup,
                      std::string_view key) {
-    constexpr std::uint64_t prime = 0x100000001B3;
-    std::uint64_t hash = (seed ^ group) * prime;
-    hash = (hash ^ subgroup) * prime;
-    for (const char c : key) hash = (hash ^ static_cast<unsigned char>(c)) * prime;
-    hash ^= hash >> 32;
-    hash *= 0x9E3779B97F4A7C15;
-    return static_cast<std::uint32_t>(hash >> 32);
+    return hashText(seed ^ (group * 0x9E3779B1u + subgroup) * 0x85EBCA77u, key);
 }
 
 // Makes room for `wanted` elements by doubling, which keeps the loading of a file linear.
@@ -116,10 +107,7 @@ const lexica::Entry *lexica::findEntry(const Dictionary &dictionary, std::uint32
 }
 
 void lexica::seedDictionary(Dictionary *dictionary) {
-    if (getrandom(&dictionary->seed, sizeof dictionary->seed, GRND_NONBLOCK) >= 0) return;
-    timespec now{};  // early after boot: good enough
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    dictionary->seed = static_cast<std::uint64_t>(now.tv_nsec);
+    dictionary->seed = makeHashSeed();
 }
 
 void lexica::clearDictionary(Dictionary *dictionary) {

@@ -22,7 +22,7 @@ struct Dictionary {
     Entry *entries;
     char *texts;
     std::uint32_t *slots;  // open addressing: index of an entry plus 1, 0 for a free slot
-    std::uint64_t seed;
+    std::uint32_t seed;
     std::uint32_t entryCount;
     std::uint32_t entryRoom;
     std::uint32_t textSize;

@@ -12,10 +12,11 @@
 #include <new>
 #include <string_view>
 
+#include "base/line_reader.h"
+#include "base/numbers.h"
+#include "base/open_file.h"
+#include "base/words.h"
 #include "dmon/dmon.h"
-#include "host/line_reader.h"
-#include "host/text_file.h"
-#include "host/words.h"
 #include "lexica/dictionary.h"
 
 namespace {
@@ -42,7 +43,7 @@ struct Section {
 using Reason = const char *;
 
 bool parseNumber(std::string_view text, std::uint32_t *number) {
-    return host::parseCNumber(host::trimBlanks(text), number) == host::NUMBER_OK;
+    return parseCNumber(trim(text), number) == NUMBER_OK;
 }
 
 Reason parseGroupLine(std::string_view line, Section *section) {
@@ -59,7 +60,7 @@ Reason parseGroupLine(std::string_view line, Section *section) {
 
 // Takes the blanks off a key or text, then its quotes.
 Reason unquote(std::string_view *part) {
-    *part = host::trimBlanks(*part);
+    *part = trim(*part);
     if (!part->starts_with('"')) return nullptr;
     const std::size_t end = part->find('"', 1);
     if (end == std::string_view::npos) return "a quote is not closed";
@@ -82,7 +83,7 @@ Reason splitEntry(std::string_view line, std::string_view *key, std::string_view
 }
 
 Reason parseLine(std::string_view line, Section *section, Dictionary *dictionary) {
-    line = host::trimBlanks(line);
+    line = trim(line);
     if (line.empty() || line.starts_with('#')) return nullptr;
     if (line.starts_with('[')) return parseGroupLine(line, section);
     std::string_view key;
@@ -96,14 +97,14 @@ Reason parseLine(std::string_view line, Section *section, Dictionary *dictionary
 
 // 0, or FAILED after a message.
 int loadDictionary(int file, const char *path, Dictionary *dictionary) {
-    host::LineReader reader(file);
+    LineReader reader(file);
     Section section{};
     for (;;) {
         std::string_view line;
-        const host::LineResult result = reader.nextText(&line);
-        if (result == host::LINE_END) return 0;
-        const Reason reason = result == host::LINE_READ ? parseLine(line, &section, dictionary)
-                                                        : host::lineFailure(result);
+        const LineResult result = reader.nextText(&line);
+        if (result == LINE_END) return 0;
+        const Reason reason =
+            result == LINE_READ ? parseLine(line, &section, dictionary) : lineFailure(result);
         if (reason == nullptr) continue;
         dmon_log(1, "Error in [%s:%u]: %s.\n", path, reader.number(), reason);
         return FAILED;
@@ -114,7 +115,7 @@ int loadDictionary(int file, const char *path, Dictionary *dictionary) {
 
 int lexica_open(LexicaDict *dict, const char *path) {
     auto *dictionary = new (dict->opaque) Dictionary{};
-    const host::DescriptorGuard file = host::openText(path);
+    const DescriptorGuard file = openRegular(path);
     if (file.get() < 0) {
         dmon_log(1, "Error opening dictionary '%s': %s\n", path, std::strerror(errno));
         return FAILED;

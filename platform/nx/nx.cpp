@@ -11,8 +11,8 @@
 #include <netinet/in.h>
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "dmon/dmon.h"
-#include "host/guards.h"
 #include "nx/loop.h"
 
 namespace {
@@ -77,7 +77,7 @@ int nx_create_server(NxServer *server, const NxConfig *config) {
     Address address{};
     if (!parseAddress(where, port, &address)) return NX_BAD_ADDRESS;
 
-    host::HeapGuard<NxLoop> loop(static_cast<NxLoop *>(std::calloc(1, sizeof(NxLoop))));
+    HeapGuard<NxLoop> loop(static_cast<NxLoop *>(std::calloc(1, sizeof(NxLoop))));
     if (!loop) return ENOMEM;
     const int code = loopOpen(loop.get(), reinterpret_cast<const sockaddr *>(&address.storage),
                               address.size, config->connections, config->callback);

@@ -9,6 +9,7 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include "base/root_path.h"
 #include "okra/manager_files.h"
 #include "okra/okra.h"
 #include "okra/okra_error.h"
@@ -47,7 +48,7 @@ std::int32_t findSlot(const char *name) {
 
 // Frees the places of applications that do not run any more.
 void sweepSlots() {
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     for (HandleSlot &slot : slots) {
         if (okraFindApp(slot.name, path) == OKRA_OK) continue;
         slot.name[0] = '\0';
@@ -57,7 +58,7 @@ void sweepSlots() {
 
 // The running application of a handle: its name, and the path of its state.
 int findByHandle(std::int32_t handle, char (&name)[OKRA_APP_NAME_MAX + 1],
-                 char (&path)[host::PATH_SIZE]) {
+                 char (&path)[ROOTED_PATH_SIZE]) {
     name[0] = '\0';
     if (handle >= 0) {
         const SlotsGuard guard;
@@ -75,7 +76,7 @@ constexpr std::size_t LIST_QUEUE = 24;
 constexpr std::int32_t LIST_REQUEST_MIN = 40;
 
 // Writes the path of a running application's change list.
-int listPath(std::int32_t handle, const char *list, char (&path)[host::PATH_SIZE]) {
+int listPath(std::int32_t handle, const char *list, char (&path)[ROOTED_PATH_SIZE]) {
     char app[OKRA_APP_NAME_MAX + 1];
     const int found = findByHandle(handle, app, path);
     if (found != OKRA_OK) return found;
@@ -97,7 +98,7 @@ int APX_Subscribe_Events(std::int32_t queueId, std::int32_t kind, std::uint32_t 
         return okraFail(OKRA_BAD_REQUEST, "only all events of kind 1 can be had");
     if (!okraQueueExists(queueId))
         return okraFail(OKRA_BAD_REQUEST, "queue %" PRId32 " does not exist", queueId);
-    host::DescriptorGuard lock;
+    DescriptorGuard lock;
     int result = okraLock(&lock);
     std::int32_t ids[OKRA_SUBSCRIBERS_MAX];
     std::size_t count = 0;
@@ -111,7 +112,7 @@ int APX_Subscribe_Events(std::int32_t queueId, std::int32_t kind, std::uint32_t 
 }
 
 std::int32_t APX_Get_Handle(const char *name) {
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     const int found = okraFindApp(name, path);
     if (found != OKRA_OK) return found;
     const SlotsGuard guard;
@@ -129,10 +130,10 @@ std::int32_t APX_Get_Handle(const char *name) {
 int APX_Get_Time_Info(std::int32_t handle, int reserved, void *record) {
     if (reserved != 0) return okraFail(OKRA_BAD_REQUEST, "unknown kind of time record");
     char name[OKRA_APP_NAME_MAX + 1];
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     int result = findByHandle(handle, name, path);
     if (result != OKRA_OK) return result;
-    char disabled[host::PATH_SIZE];
+    char disabled[ROOTED_PATH_SIZE];
     result = okraPath(disabled, "disabled", name);
     if (result != OKRA_OK) return result;
     if (access(disabled, F_OK) == 0) return OKRA_DISABLED;
@@ -153,8 +154,8 @@ int APX_Create_Chg_List(std::int32_t handle, const void *request, std::int32_t s
     if (!okraQueueExists(queue))
         return okraFail(OKRA_BAD_REQUEST, "queue %" PRId32 " does not exist", queue);
 
-    host::DescriptorGuard lock;
-    char path[host::PATH_SIZE];
+    DescriptorGuard lock;
+    char path[ROOTED_PATH_SIZE];
     int result = okraLock(&lock);
     if (result == OKRA_OK) result = listPath(handle, list, path);
     if (result != OKRA_OK) return result;
@@ -164,8 +165,8 @@ int APX_Create_Chg_List(std::int32_t handle, const void *request, std::int32_t s
 }
 
 int APX_Kill_Chg_List(std::int32_t handle, const char *name) {
-    host::DescriptorGuard lock;
-    char path[host::PATH_SIZE];
+    DescriptorGuard lock;
+    char path[ROOTED_PATH_SIZE];
     int result = okraLock(&lock);
     if (result == OKRA_OK) result = listPath(handle, name, path);
     if (result != OKRA_OK) return result;

@@ -11,10 +11,12 @@
 #include <sys/msg.h>
 #include <sys/stat.h>
 
-#include "host/line_reader.h"
-#include "host/text_file.h"
-#include "host/whole_file.h"
-#include "host/words.h"
+#include "base/folders.h"
+#include "base/line_reader.h"
+#include "base/numbers.h"
+#include "base/open_file.h"
+#include "base/root_path.h"
+#include "base/whole_file.h"
 #include "okra/okra.h"
 #include "okra/okra_error.h"
 #include "okra/results_file.h"
@@ -68,15 +70,14 @@ bool okraIsName(std::string_view name, std::size_t max) {
 }
 
 int okraCheckReady() {
-    char path[host::PATH_SIZE];
-    const bool ready =
-        host::rootedPath(path, "/run/tarix/okra") == 0 && host::checkFolder(path) == 0;
+    char path[ROOTED_PATH_SIZE];
+    const bool ready = rootedPath(path, "/run/tarix/okra") == 0 && checkFolder(path) == 0;
     return ready ? OKRA_OK : OKRA_NOT_READY;
 }
 
-int okraLock(host::DescriptorGuard *lock) {
-    char path[host::PATH_SIZE];
-    if (okraCheckReady() != OKRA_OK || host::rootedPath(path, "/run/tarix/okra") != 0)
+int okraLock(DescriptorGuard *lock) {
+    char path[ROOTED_PATH_SIZE];
+    if (okraCheckReady() != OKRA_OK || rootedPath(path, "/run/tarix/okra") != 0)
         return OKRA_NOT_READY;
     lock->reset(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (lock->get() < 0) return failFile(OKRA_FILE_ERROR, path, std::strerror(errno));
@@ -85,15 +86,14 @@ int okraLock(host::DescriptorGuard *lock) {
     return OKRA_OK;
 }
 
-int okraPath(char (&path)[host::PATH_SIZE], const char *folder, const char *name) {
-    const int error = name == nullptr
-                          ? host::rootedPath(path, "/run/tarix/okra/%s", folder)
-                          : host::rootedPath(path, "/run/tarix/okra/%s/%s", folder, name);
+int okraPath(char (&path)[ROOTED_PATH_SIZE], const char *folder, const char *name) {
+    const int error = name == nullptr ? rootedPath(path, "/run/tarix/okra/%s", folder)
+                                      : rootedPath(path, "/run/tarix/okra/%s/%s", folder, name);
     return error == 0 ? static_cast<int>(OKRA_OK)
                       : okraFail(OKRA_FILE_ERROR, "VORN_ROOT: %s", std::strerror(error));
 }
 
-int okraFindApp(const char *name, char (&path)[host::PATH_SIZE]) {
+int okraFindApp(const char *name, char (&path)[ROOTED_PATH_SIZE]) {
     struct stat status {};
     if (okraIsName(name, OKRA_APP_NAME_MAX) && okraPath(path, "apps", name) == OKRA_OK &&
         stat(path, &status) == 0 && S_ISREG(status.st_mode))
@@ -102,16 +102,16 @@ int okraFindApp(const char *name, char (&path)[host::PATH_SIZE]) {
 }
 
 int okraWriteText(const char *path, const char *text) {
-    char folder[host::PATH_SIZE];
+    char folder[ROOTED_PATH_SIZE];
     std::snprintf(folder, sizeof(folder), "%s", path);
     char *slash = std::strrchr(folder, '/');
     if (slash != nullptr) *slash = '\0';
-    int error = host::makeFolders(folder, 0775);
-    host::WholeFile file;
-    if (error == 0) error = file.begin(path);
+    int error = makeFolders(folder, 0775);
+    WholeFile file;
+    if (error == 0) error = file.begin(path, PART_WAIT);
     if (error == 0) {
         std::fputs(text, file.stream());
-        error = file.commit();
+        error = file.commit(TARGET_REPLACED);
     }
     return error == 0 ? static_cast<int>(OKRA_OK)
                       : failFile(OKRA_FILE_ERROR, path, std::strerror(error));
@@ -119,27 +119,27 @@ int okraWriteText(const char *path, const char *text) {
 
 int okraReadIds(const char *path, std::int32_t *ids, std::size_t max, std::size_t *count) {
     *count = 0;
-    const host::DescriptorGuard file = host::openText(path);
+    const DescriptorGuard file = openRegular(path);
     if (file.get() < 0) {
         if (errno == ENOENT) return OKRA_OK;
         return failFile(OKRA_FILE_ERROR, path, std::strerror(errno));
     }
-    host::LineReader lines(file.get());
+    LineReader lines(file.get());
     std::string_view line;
-    host::LineResult result = lines.nextText(&line);
-    for (; result == host::LINE_READ; result = lines.nextText(&line)) {
+    LineResult result = lines.nextText(&line);
+    for (; result == LINE_READ; result = lines.nextText(&line)) {
         std::uint64_t id = 0;
         if (*count == max) return failFile(OKRA_BAD_FILE, path, "too many lines");
-        if (host::parseUnsigned(line, INT32_MAX, &id) != host::NUMBER_OK)
+        if (parseUnsigned(line, INT32_MAX, &id) != NUMBER_OK)
             return failFile(OKRA_BAD_FILE, path, "not the id of a queue");
         ids[(*count)++] = static_cast<std::int32_t>(id);
     }
-    return result == host::LINE_END ? static_cast<int>(OKRA_OK)
-                                    : failFile(OKRA_BAD_FILE, path, host::lineFailure(result));
+    return result == LINE_END ? static_cast<int>(OKRA_OK)
+                              : failFile(OKRA_BAD_FILE, path, lineFailure(result));
 }
 
 int okraReadSubscribers(std::int32_t (&ids)[OKRA_SUBSCRIBERS_MAX], std::size_t *count) {
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     int result = okraPath(path, "events");
     if (result == OKRA_OK) result = okraReadIds(path, ids, OKRA_SUBSCRIBERS_MAX, count);
     if (result != OKRA_OK) return result;
@@ -156,7 +156,7 @@ int okraWriteSubscribers(const std::int32_t *ids, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i)
         length += static_cast<std::size_t>(
             std::snprintf(text + length, sizeof(text) - length, "%" PRId32 "\n", ids[i]));
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     const int result = okraPath(path, "events");
     return result == OKRA_OK ? okraWriteText(path, text) : result;
 }

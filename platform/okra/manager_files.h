@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <string_view>
 
-#include "host/guards.h"
-#include "host/paths.h"
+#include "base/guards.h"
+#include "base/root_path.h"
 
 constexpr std::size_t OKRA_APP_NAME_MAX = 15;
 constexpr std::size_t OKRA_LIST_NAME_MAX = 19;
@@ -24,14 +24,14 @@ bool okraIsName(std::string_view name, std::size_t max);
 int okraCheckReady();
 
 // Takes the manager's lock, waiting for its holder; it goes with the guard. OKRA_OK or a code.
-int okraLock(host::DescriptorGuard *lock);
+int okraLock(DescriptorGuard *lock);
 
 // Writes /run/tarix/okra/FOLDER/NAME, or /run/tarix/okra/FOLDER without a name, in front of
 // VORN_ROOT. OKRA_OK or OKRA_FILE_ERROR.
-int okraPath(char (&path)[host::PATH_SIZE], const char *folder, const char *name = nullptr);
+int okraPath(char (&path)[ROOTED_PATH_SIZE], const char *folder, const char *name = nullptr);
 
 // The path of a running application's state; OKRA_NOT_RUNNING when there is none.
-int okraFindApp(const char *name, char (&path)[host::PATH_SIZE]);
+int okraFindApp(const char *name, char (&path)[ROOTED_PATH_SIZE]);
 
 // Puts a text into a file that appears whole, with the folders above it. OKRA_OK or a code.
 int okraWriteText(const char *path, const char *text);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "base/root_path.h"
 #include "okra/manager_files.h"
 #include "okra/okra.h"
 #include "okra/okra_error.h"
@@ -28,7 +29,7 @@ int APX_Set_Global_Meas_Ctrl(const void *control) {
         return okraFail(OKRA_BAD_REQUEST, "unknown measurement control %u", kind);
 
     if (okraCheckReady() != OKRA_OK) return OKRA_NOT_READY;
-    char path[host::PATH_SIZE];
+    char path[ROOTED_PATH_SIZE];
     const int result = okraPath(path, "control");
     return result == OKRA_OK ? okraWriteText(path, text) : result;
 }

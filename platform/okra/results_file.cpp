@@ -8,7 +8,10 @@
 #include <cstring>
 #include <span>
 
-#include "host/text_file.h"
+#include "base/numbers.h"
+#include "base/open_file.h"
+#include "base/utf8_text.h"
+#include "base/words.h"
 #include "okra/okra.h"
 #include "okra/okra_error.h"
 #include "okra/register_types.h"
@@ -42,21 +45,21 @@ int failMemory(const ResultsReader *reader) {
                     static_cast<unsigned>(reader->lines.number()));
 }
 
-int failRead(const ResultsReader *reader, host::LineResult result) {
+int failRead(const ResultsReader *reader, LineResult result) {
     const unsigned number = reader->lines.number();
-    if (result == host::LINE_NO_MEMORY) return failMemory(reader);
-    if (result == host::LINE_FAILED)
+    if (result == LINE_NO_MEMORY) return failMemory(reader);
+    if (result == LINE_FAILED)
         return okraFail(OKRA_FILE_ERROR, "line %u: %s", number, std::strerror(errno));
-    return okraFail(OKRA_BAD_FILE, "line %u: longer than %zu bytes", number, host::MAX_LINE);
+    return okraFail(OKRA_BAD_FILE, "line %u: longer than %zu bytes", number, TEXT_LINE_MAX);
 }
 
 // The number of `reg` lines up to the next `app` line. Lines that break a rule do not matter here:
 // the load fails when it comes to them.
-std::int32_t countRegs(host::LineReader *ahead) {
+std::int32_t countRegs(LineReader *ahead) {
     std::int32_t count = 0;
     std::string_view line;
-    while (ahead->next(&line) == host::LINE_READ) {
-        const std::size_t start = std::min(line.find_first_not_of(host::BLANKS), line.size());
+    while (ahead->next(&line) == LINE_READ) {
+        const std::size_t start = std::min(line.find_first_not_of(BLANKS), line.size());
         const std::string_view word = line.substr(start, 4);
         const bool ends =
             word.size() == 3 || (word.size() == 4 && (word[3] == ' ' || word[3] == '\t'));
@@ -68,15 +71,14 @@ std::int32_t countRegs(host::LineReader *ahead) {
 }
 
 template <class T>
-host::NumberResult putNumber(std::string_view text, char *record, std::size_t offset) {
+NumberResult putNumber(std::string_view text, char *record, std::size_t offset) {
     T value{};
-    const host::NumberResult result = parseNumber(text, &value);
-    if (result == host::NUMBER_OK) putField(record, offset, value);
+    const NumberResult result = parseNumber(text, &value);
+    if (result == NUMBER_OK) putField(record, offset, value);
     return result;
 }
 
-host::NumberResult putScalar(FieldKind kind, std::string_view text, char *record,
-                             std::size_t offset) {
+NumberResult putScalar(FieldKind kind, std::string_view text, char *record, std::size_t offset) {
     switch (kind) {
         case FIELD_U8:
         case FIELD_BYTES:
@@ -102,14 +104,14 @@ host::NumberResult putScalar(FieldKind kind, std::string_view text, char *record
         case FIELD_LABELS:
             break;
     }
-    return host::NUMBER_BROKEN;
+    return NUMBER_BROKEN;
 }
 
-int failNumber(const ResultsReader *reader, host::NumberResult result, std::string_view attribute,
+int failNumber(const ResultsReader *reader, NumberResult result, std::string_view attribute,
                std::string_view text) {
     return failLine(reader, "'%.*s' of attribute '%.*s' is %s", shown(text), text.data(),
                     shown(attribute), attribute.data(),
-                    result == host::NUMBER_BROKEN ? "no number" : "out of range");
+                    result == NUMBER_BROKEN ? "no number" : "out of range");
 }
 
 // Stores the elements of an array and their number.
@@ -125,9 +127,9 @@ int putElements(ResultsReader *reader, const ResultsField &field, std::string_vi
     putField(record, REG_ARRAY_LENGTH, static_cast<std::uint16_t>(count));
     for (std::size_t i = 0; i < count; ++i) {
         const std::string_view element = text.substr(0, std::min(text.find(','), text.size()));
-        const host::NumberResult result =
+        const NumberResult result =
             putScalar(field.kind, element, record, field.offset + i * width);
-        if (result != host::NUMBER_OK) return failNumber(reader, result, field.name, element);
+        if (result != NUMBER_OK) return failNumber(reader, result, field.name, element);
         text.remove_prefix(std::min(element.size() + 1, text.size()));
     }
     return OKRA_OK;
@@ -161,10 +163,10 @@ int putAttribute(ResultsReader *reader, const ResultsField &field, const Results
     if (field.kind == FIELD_LABELS) return putLabels(reader, text);
     if (field.kind == FIELD_BYTES || field.kind == FIELD_WORDS || field.kind == FIELD_LONGS)
         return putElements(reader, field, text.raw);
-    const host::NumberResult result =
+    const NumberResult result =
         putScalar(field.kind, text.raw, static_cast<char *>(record), field.offset);
-    return result == host::NUMBER_OK ? static_cast<int>(OKRA_OK)
-                                     : failNumber(reader, result, field.name, text.raw);
+    return result == NUMBER_OK ? static_cast<int>(OKRA_OK)
+                               : failNumber(reader, result, field.name, text.raw);
 }
 
 // Marks an attribute as seen; false when it was before.
@@ -270,8 +272,8 @@ int readReg(ResultsReader *reader, std::string_view rest) {
 // Reads the first line, which says what the file is.
 int readFormatLine(ResultsReader *reader) {
     std::string_view line;
-    const host::LineResult result = reader->lines.next(&line);
-    if (result != host::LINE_READ && result != host::LINE_END) return failRead(reader, result);
+    const LineResult result = reader->lines.next(&line);
+    if (result != LINE_READ && result != LINE_END) return failRead(reader, result);
     ResultsText words[3] = {};
     const char *reason = "";
     std::size_t count = 0;
@@ -283,7 +285,7 @@ int readFormatLine(ResultsReader *reader) {
 }  // namespace
 
 int resultsOpen(ResultsReader *reader, const char *path) {
-    reader->file.reset(host::openText(path).release());
+    reader->file.reset(openRegular(path).release());
     if (reader->file.get() < 0) return okraFail(OKRA_FILE_ERROR, "%s", std::strerror(errno));
     reader->lines.begin(reader->file.get());
     reader->ahead.begin(reader->file.get());
@@ -295,15 +297,15 @@ int resultsOpen(ResultsReader *reader, const char *path) {
 
 int resultsNext(ResultsReader *reader, ResultsLine *line) {
     for (;;) {
-        const host::LineResult result = reader->lines.next(&reader->line);
-        if (result == host::LINE_END) {
+        const LineResult result = reader->lines.next(&reader->line);
+        if (result == LINE_END) {
             *line = RESULTS_END;
             return OKRA_OK;
         }
-        if (result != host::LINE_READ) return failRead(reader, result);
+        if (result != LINE_READ) return failRead(reader, result);
         std::string_view rest = reader->line;
         if (rest.starts_with('#')) continue;
-        if (!host::isText(rest)) return failLine(reader, "not UTF-8 text");
+        if (!isUtf8Text(rest)) return failLine(reader, "not UTF-8 text");
 
         ResultsText word{};
         const char *reason = "";

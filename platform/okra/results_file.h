@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "host/line_reader.h"
+#include "base/line_reader.h"
 #include "okra/records.h"
 
 constexpr std::size_t RESULTS_NAME_MAX = 63;
@@ -18,7 +18,7 @@ constexpr std::uint32_t RESULTS_LABELS_MAX = 256;  // a selection's value is a b
 
 // The label records of the register read last: entry i is a blank and the text.
 struct ResultsLabels {
-    host::GrowingBlock block;
+    GrowingBlock block;
     std::uint32_t count = 0;
     std::uint32_t offsets[RESULTS_LABELS_MAX];  // into the block; NO_LABEL for an empty entry
 };
@@ -26,9 +26,9 @@ struct ResultsLabels {
 enum ResultsLine { RESULTS_APP, RESULTS_REG, RESULTS_END };
 
 struct ResultsReader {
-    host::DescriptorGuard file;
-    host::LineReader lines;
-    host::LineReader ahead;  // runs one application ahead, to count its registers
+    DescriptorGuard file;
+    LineReader lines;
+    LineReader ahead;  // runs one application ahead, to count its registers
     std::string_view line;
 
     // Of the last `app` line.
@@ -41,7 +41,7 @@ struct ResultsReader {
     std::uint8_t type = 0;
     std::uint16_t id = 0;
     char name[RESULTS_NAME_MAX + 1] = {};
-    host::GrowingBlock value;  // the register value record
+    GrowingBlock value;  // the register value record
     ResultsLabels labels;
 };
 

@@ -4,7 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "host/whole_file.h"
+#include "base/root_path.h"
+#include "base/whole_file.h"
 #include "okra/manager_files.h"
 #include "okra/okra.h"
 #include "okra/okra_error.h"
@@ -57,7 +58,7 @@ int writeApps(const SaveRequest &request, std::FILE *out) {
     int saved = OKRA_NONE_RUNNING;
     for (std::int32_t place = 0; place < request.count; ++place) {
         char name[SAVE_NAME_SIZE + 1];
-        char path[host::PATH_SIZE];
+        char path[ROOTED_PATH_SIZE];
         OkraApp app{};
         if (!request.name(place, name) || okraFindApp(name, path) != OKRA_OK) continue;
         int result = okraReadApp(path, &app);
@@ -72,9 +73,9 @@ void removeLeftPartsBeside(const char *path) {
     char folder[SAVE_PATH_SIZE];
     std::snprintf(folder, sizeof(folder), "%s", path);
     char *slash = std::strrchr(folder, '/');
-    if (slash == nullptr) return host::removeLeftParts(".");
+    if (slash == nullptr) return removeLeftParts(".");
     slash[slash == folder ? 1 : 0] = '\0';
-    host::removeLeftParts(folder);
+    removeLeftParts(folder);
 }
 
 }  // namespace
@@ -86,16 +87,16 @@ int APX_Save_Mult_Config(const void *record) {
     if (result != OKRA_OK) return result;
     removeLeftPartsBeside(request.path);
     // While this process holds the states together, nobody changes one of them.
-    host::DescriptorGuard lock;
+    DescriptorGuard lock;
     result = okraLock(&lock);
     if (result != OKRA_OK) return result;
-    host::WholeFile file;
-    int error = file.begin(request.path);
+    WholeFile file;
+    int error = file.begin(request.path, PART_WAIT);
     if (error == 0) {
         result = writeApps(request, file.stream());
         if (result != OKRA_OK) return result;
         lock.reset();  // the disk may take its time
-        error = file.commit();
+        error = file.commit(TARGET_REPLACED);
     }
     return error == 0 ? static_cast<int>(OKRA_OK)
                       : okraFail(OKRA_FILE_ERROR, "%s", std::strerror(error));

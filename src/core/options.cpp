@@ -3,11 +3,11 @@
 
 #include <climits>
 
+#include "base/root_path.h"
 #include "core/settings.h"
 #include "output/dump_backend.h"
 #include "storage/files.h"
 #include "storage/quota.h"
-#include "util/root_path.h"
 
 std::int32_t opt_fgnd;
 std::int32_t opt_debug;

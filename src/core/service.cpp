@@ -6,6 +6,8 @@
 
 #include <sys/stat.h>
 
+#include "base/folders.h"
+#include "base/guards.h"
 #include "core/command_line.h"
 #include "core/config_file.h"
 #include "core/options.h"
@@ -16,8 +18,7 @@
 #include "report/report.h"
 #include "report/user_vars.h"
 #include "server/server.h"
-#include "storage/persistent.h"
-#include "util/guards.h"
+#include "storage/state_file.h"
 
 namespace {
 
@@ -72,6 +73,7 @@ int runService() {
     }
 
     // What is there already, or cannot be made, shows at the first file.
-    for (const char *directory : {opt_cfgdir, opt_resdir, opt_rptdir}) mkdir(directory, 0775);
+    for (const char *directory : {opt_cfgdir, opt_resdir, opt_rptdir})
+        static_cast<void>(makeFolder(directory, 0775));
     return runVornServer();
 }

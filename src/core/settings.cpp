@@ -5,11 +5,11 @@
 #include <climits>
 #include <iterator>
 
+#include "base/root_path.h"
 #include "core/options.h"
 #include "output/dump_backend.h"
 #include "storage/quota.h"
 #include "storage/strings.h"
-#include "util/root_path.h"
 
 namespace {
 

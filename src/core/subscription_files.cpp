@@ -7,12 +7,12 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/root_path.h"
 #include "core/config_lines.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "storage/files.h"
 #include "storage/strings.h"
-#include "util/root_path.h"
 
 namespace {
 

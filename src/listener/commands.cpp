@@ -3,9 +3,9 @@
 
 #include <cstdlib>
 
+#include "base/guards.h"
 #include "dmon/dmon.h"
 #include "storage/strings.h"
-#include "util/guards.h"
 #include "util/waiting.h"
 
 namespace {

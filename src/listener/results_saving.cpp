@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/folders.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "listener/apx_records.h"
@@ -15,8 +16,8 @@
 #include "report/report.h"
 #include "report/user_vars.h"
 #include "storage/files.h"
-#include "storage/persistent.h"
 #include "storage/quota.h"
+#include "storage/state_file.h"
 #include "storage/strings.h"
 
 namespace {
@@ -45,7 +46,7 @@ int makeRoom(Save *save) {
                  opt_refname.get().text, settings.sequence);
     setUserVar(&kv_urv, "report-name", save->base);
     makeResultsPath(save->path, save->subscription, save->base);
-    mkdir(save->subscription->resultsDir, 0775);
+    static_cast<void>(makeFolder(save->subscription->resultsDir, 0775));
     errno = 0;
     if (backup_file(save->path) == 0) return SAVE_OK;
     dmon_log(1, "Error: could not save results to %s: the file there cannot be moved: %s\n",

@@ -5,12 +5,12 @@
 
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "dmon/dmon.h"
 #include "listener/apx_records.h"
 #include "listener/event_queue.h"
 #include "okra/okra.h"
 #include "storage/strings.h"
-#include "util/guards.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/guards.h"
 #include "dmon/dmon.h"
 #include "output/c_format.h"
 #include "output/c_format_piece.h"
@@ -13,7 +14,6 @@
 #include "output/text_output.h"
 #include "pdf/pdf_writer.h"
 #include "pdf/win_ansi.h"
-#include "util/guards.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "base/guards.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "output/dump_backend.h"
@@ -27,7 +28,6 @@
 #include "results/dict_resolver.h"
 #include "storage/files.h"
 #include "storage/strings.h"
-#include "util/guards.h"
 
 namespace {
 

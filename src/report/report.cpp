@@ -10,14 +10,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/guards.h"
+#include "base/whole_file.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "report/merge.h"
-#include "report/report_file.h"
 #include "results/results.h"
 #include "storage/files.h"
 #include "storage/quota.h"
-#include "util/guards.h"
 
 namespace {
 
@@ -66,16 +66,17 @@ std::uint8_t reportAction() {
     return static_cast<std::uint8_t>(opt_fullact_rpt.load());
 }
 
-// Moves an earlier report aside and creates the new one's file. What is no regular file stays where
-// it is: a device or a folder is nobody's earlier report.
-bool makeRoomAndCreate(ReportFile *file, const char *reportPath) {
+// Moves an earlier report aside and begins the new one's file. What is no regular file stays where
+// it is: a device or a folder is nobody's earlier report. So does a report that cannot be moved. A
+// name that the next start would sweep away is refused. 0 or the errno.
+int beginReport(WholeFile *file, const char *reportPath) {
+    const char *slash = std::strrchr(reportPath, '/');
+    if (isPartName(slash != nullptr ? slash + 1 : reportPath)) return EINVAL;
     struct stat status;
-    if (stat(reportPath, &status) == 0 && !S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
-        return false;
-    }
-    backup_file(reportPath);
-    return createReportFile(file, reportPath);
+    if (stat(reportPath, &status) == 0 && !S_ISREG(status.st_mode))
+        return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
+    if (backup_file(reportPath) != 0) return errno == ENAMETOOLONG ? EEXIST : errno;
+    return file->begin(reportPath, PART_REFUSE);
 }
 
 // Loads the results and merges them into the open report file.
@@ -94,7 +95,7 @@ int fillReport(std::FILE *report, const char *resultsPath, std::FILE *templateFi
 int initReports() {
     reportQuotaId =
         quotaInstall(reportMax(), reportAction(), purgeReportFiles, countReportFiles, nullptr);
-    sweepReportFiles(opt_rptdir);
+    removeLeftParts(opt_rptdir);
     quotaRefreshCount(reportQuotaId);
     return initResultsLoader();
 }
@@ -112,18 +113,19 @@ int generateReport(const char *resultsPath, const char *templatePath, const char
         dmon_log(1, "Error opening template file '%s': %s\n", templatePath, std::strerror(errno));
         return REPORT_NO_INPUT;
     }
-    ReportFile report{};
-    if (!makeRoomAndCreate(&report, reportPath)) {
-        dmon_log(1, "Error creating report file '%s': %s\n", reportPath, std::strerror(errno));
+    WholeFile report;
+    int error = beginReport(&report, reportPath);
+    if (error != 0) {
+        dmon_log(1, "Error creating report file '%s': %s\n", reportPath, std::strerror(error));
         return REPORT_NOT_CREATED;
     }
-    int result = fillReport(report.stream.get(), resultsPath, templateFile.get(), templatePath,
-                            format, userVars, dictName, name);
+    int result = fillReport(report.stream(), resultsPath, templateFile.get(), templatePath, format,
+                            userVars, dictName, name);
     if (result != REPORT_OK) {
-        dropReportFile(&report);
+        report.drop();
         if (result == REPORT_NO_INPUT) return result;
-    } else if (!finishReportFile(&report, reportPath)) {
-        dmon_log(1, "Error writing report file '%s': %s\n", reportPath, std::strerror(errno));
+    } else if (error = report.commit(TARGET_KEPT); error != 0) {
+        dmon_log(1, "Error writing report file '%s': %s\n", reportPath, std::strerror(error));
         result = REPORT_NOT_WRITTEN;
     } else {
         quotaAddCount(reportQuotaId, 1);

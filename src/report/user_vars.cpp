@@ -3,8 +3,8 @@
 
 #include <cstring>
 
+#include "base/guards.h"
 #include "storage/strings.h"
-#include "util/guards.h"
 
 KvStore kv_urv;
 

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "base/hash.h"
+
 struct NameSlot {
     std::uint32_t hash;
     std::uint32_t place;  // from 1; 0 is a free slot
@@ -17,11 +19,6 @@ struct NameIndex {
     std::uint32_t mask;  // number of slots, a power of two, less 1
     std::uint32_t seed;
 };
-
-// A number that nobody outside knows, so that no file can be made whose names share a slot.
-std::uint32_t makeNameSeed();
-
-std::uint32_t hashName(std::uint32_t seed, std::string_view name);
 
 // Makes an index over the names 0 to count - 1, which `nameAt` gives as string_views; of equal
 // names the first counts. False without memory.
@@ -34,7 +31,7 @@ bool buildNameIndex(NameIndex *index, std::uint32_t count, std::uint32_t seed, N
     *index = {slots, size - 1, seed};
     for (std::uint32_t place = 0; place < count; ++place) {
         const std::string_view name = nameAt(place);
-        const std::uint32_t hash = hashName(seed, name);
+        const std::uint32_t hash = hashText(seed, name);
         std::uint32_t at = hash & index->mask;
         while (slots[at].place != 0 &&
                (slots[at].hash != hash || nameAt(slots[at].place - 1) != name))
@@ -47,7 +44,7 @@ bool buildNameIndex(NameIndex *index, std::uint32_t count, std::uint32_t seed, N
 // The place of a name in the table that the index was built over, or -1.
 template <class NameAt>
 std::int64_t findName(const NameIndex &index, std::string_view name, NameAt nameAt) {
-    const std::uint32_t hash = hashName(index.seed, name);
+    const std::uint32_t hash = hashText(index.seed, name);
     for (std::uint32_t at = hash & index.mask; index.slots[at].place != 0;
          at = (at + 1) & index.mask)
         if (index.slots[at].hash == hash && nameAt(index.slots[at].place - 1) == name)

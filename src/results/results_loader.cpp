@@ -6,13 +6,13 @@
 #include <cstring>
 #include <iterator>
 
+#include "base/guards.h"
 #include "dmon/dmon.h"
 #include "okra/okra.h"
 #include "okra/records.h"
 #include "results/loaded_app.h"
 #include "results/results.h"
 #include "storage/strings.h"
-#include "util/guards.h"
 
 namespace {
 
@@ -238,7 +238,7 @@ int addRegister(const void *app, const void *value, std::uint8_t type, std::uint
 bool indexNames(const LoadContext &context) {
     LoadedApp *first = context.first;
     if (first == nullptr) return true;
-    const std::uint32_t seed = makeNameSeed();
+    const std::uint32_t seed = makeHashSeed();
     first->list = static_cast<LoadedApp **>(std::calloc(context.count, sizeof(void *)));
     if (first->list == nullptr) return false;
     std::uint32_t place = 0;

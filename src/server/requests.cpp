@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/guards.h"
 #include "core/options.h"
 #include "core/subscription.h"
 #include "dmon/dmon.h"
@@ -16,10 +17,9 @@
 #include "report/report.h"
 #include "report/user_vars.h"
 #include "storage/files.h"
-#include "storage/persistent.h"
 #include "storage/quota.h"
+#include "storage/state_file.h"
 #include "storage/strings.h"
-#include "util/guards.h"
 
 namespace {
 

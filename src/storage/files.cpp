@@ -7,16 +7,18 @@
 #include <cstring>
 #include <string_view>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
+#include "base/whole_file.h"
 #include "dmon/dmon.h"
 
 namespace {
 
-bool exists(const char *path) {
+// Whether a file has the name; -1, with errno set, when that cannot be told.
+int exists(const char *path) {
     struct stat status;
-    return stat(path, &status) == 0;
+    if (stat(path, &status) == 0) return 1;
+    return errno == ENOENT || errno == ENOTDIR ? 0 : -1;
 }
 
 // Where the extension of the path's file name begins: its last dot, or its end.
@@ -41,20 +43,6 @@ DirListing::DirListing(const char *directory, DirFilter filter, DirOrder order)
 DirListing::~DirListing() {
     for (int i = 0; i < count_; ++i) std::free(entries_[i]);
     if (count_ >= 0) std::free(entries_);
-}
-
-FileGuard openForReading(const char *path) {
-    // Without O_NONBLOCK the open of a FIFO waits for a writer.
-    DescriptorGuard descriptor(open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct stat status;
-    if (descriptor.get() < 0 || fstat(descriptor.get(), &status) != 0) return nullptr;
-    if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
-        return nullptr;
-    }
-    FileGuard file(fdopen(descriptor.get(), "r"));
-    if (file) static_cast<void>(descriptor.release());
-    return file;
 }
 
 bool copyPath(char *out, std::size_t size, const char *path) {
@@ -104,15 +92,22 @@ int backup_file(const char *path) {
     const std::size_t base = extensionStart(given);
     char moved[PATH_MAX];
     if (given.size() >= sizeof moved) return 0;  // no file can have such a path
+    if (const int there = exists(path); there <= 0) return there;
     given.copy(moved, given.size());
-    moved[given.size()] = '\0';
-
-    int counter = 0;
-    while (exists(moved)) {
+    for (int counter = 1;; ++counter) {
         const int length =
-            std::snprintf(moved + base, sizeof moved - base, "_%02d%s", ++counter, path + base);
-        if (length < 0 || static_cast<std::size_t>(length) >= sizeof moved - base) return 0;
+            std::snprintf(moved + base, sizeof moved - base, "_%02d%s", counter, path + base);
+        if (length < 0 || static_cast<std::size_t>(length) >= sizeof moved - base) {
+            errno = ENAMETOOLONG;
+            return -1;
+        }
+        const int there = exists(moved);
+        if (there < 0) return -1;
+        if (there > 0) continue;
+        const int error = renameToFree(path, moved);
+        if (error == 0 || error == ENOENT) return 0;  // somebody else took the file away
+        if (error == EEXIST) continue;                // or the name that was free
+        errno = error;
+        return -1;
     }
-    if (counter > 0) std::rename(path, moved);
-    return 0;
 }

@@ -8,7 +8,7 @@
 
 #include <dirent.h>
 
-#include "util/guards.h"
+#include "base/open_file.h"
 
 // scandir's forms: a filter accepts with non-zero, an order compares two entries.
 using DirFilter = int (*)(const struct dirent *entry);
@@ -36,10 +36,6 @@ private:
     int error_;
 };
 
-// Opens a regular file for reading as text. Null, with errno set, for anything else: a directory
-// (EISDIR), a FIFO or a device (ENOTSUP) too, without waiting for a writer.
-FileGuard openForReading(const char *path);
-
 // Both build a path in a buffer of `size` bytes, cut to fit. False when it was cut, after a warning
 // in the log that shows it: the one place that says so.
 bool copyPath(char *out, std::size_t size, const char *path);
@@ -64,5 +60,6 @@ int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int k
 
 // Moves an existing file aside to the first free name with _01, _02 ... before its extension, so
 // that the name is free. The extension is that of the file's name: dots of its folders do not
-// count. Returns 0; a failed rename is not reported.
+// count. Nothing is overwritten. Returns 0, or -1 with errno set: the file is where it was then,
+// and its name must not be written to.
 int backup_file(const char *path);

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <limits>
 
+#include "base/guards.h"
 #include "dmon/dmon.h"
 #include "storage/meas_control.h"
-#include "util/guards.h"
 
 namespace {
 

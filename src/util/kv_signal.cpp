@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The keyed store of vorn/plugin.h: its lock and the signal word on which threads wait.
-#include "util/guards.h"
+#include "base/guards.h"
 #include "util/waiting.h"
 #include "vorn/plugin.h"
 

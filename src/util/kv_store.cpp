@@ -6,7 +6,7 @@
 #include <memory>
 #include <string_view>
 
-#include "util/guards.h"
+#include "base/guards.h"
 #include "util/linked_list.h"
 #include "util/waiting.h"
 #include "vorn/plugin.h"

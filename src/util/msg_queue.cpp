@@ -2,7 +2,7 @@
 // The message queue of vorn/plugin.h, which describes each operation.
 #include <cstdlib>
 
-#include "util/guards.h"
+#include "base/guards.h"
 #include "util/linked_list.h"
 #include "util/waiting.h"
 #include "vorn/plugin.h"

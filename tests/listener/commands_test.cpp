@@ -10,8 +10,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "support/log_capture.h"
-#include "util/guards.h"
 
 namespace {
 

@@ -8,11 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include "base/guards.h"
 #include "output/dump_backend.h"
 #include "support/log_capture.h"
 #include "support/pdf_check.h"
 #include "support/temp_dir.h"
-#include "util/guards.h"
 
 namespace {
 

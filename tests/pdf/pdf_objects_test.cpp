@@ -5,11 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include "base/guards.h"
 #include "pdf/pdf_pages.h"
 #include "pdf/pdf_text.h"
 #include "pdf/pdf_writer.h"
 #include "support/temp_dir.h"
-#include "util/guards.h"
 
 TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
     const TempDir dir;

@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/guards.h"
 #include "support/pdf_check.h"
 #include "support/temp_dir.h"
-#include "util/guards.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/guards.h"
 #include "support/temp_dir.h"
-#include "util/guards.h"
 
 TEST(Utf8, EncodesWhatFitsAndWritesNothingElse) {
     struct Case {

@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include "base/guards.h"
 #include "report/template_context.h"
 #include "support/log_capture.h"
 #include "support/merge_run.h"
-#include "util/guards.h"
 
 namespace {
 

@@ -10,11 +10,11 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include "base/guards.h"
 #include "core/options.h"
 #include "output/conversions.h"
 #include "storage/strings.h"
 #include "support/merge_run.h"
-#include "util/guards.h"
 
 namespace {
 

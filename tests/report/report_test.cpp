@@ -10,9 +10,9 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include "base/whole_file.h"
 #include "core/options.h"
 #include "output/dump_backend.h"
-#include "report/report_file.h"
 #include "report/user_vars.h"
 #include "storage/quota.h"
 #include "storage/strings.h"
@@ -145,39 +145,19 @@ TEST_F(Report, QuotaRefusesOrPurgesTheOldest) {
     EXPECT_EQ(getReportCount(), 0);
 }
 
-TEST_F(Report, LongNamesHaveFilesOfTheirOwnAndOverwriteNothing) {
-    std::string start;
-    for (int i = 0; i < 125; ++i) start += "\xC3\xA9";
-    const std::string names[] = {start + "1.txt", start + "2.txt"};  // of 255 bytes
-    const std::string paths[] = {dir.path("rpt/" + names[0]), dir.path("rpt/" + names[1])};
-    ReportFile files[2];
-    for (int i = 0; i < 2; ++i) {
-        ASSERT_TRUE(createReportFile(&files[i], paths[i].c_str())) << std::strerror(errno);
-        std::fputc('1' + i, files[i].stream.get());
-    }
-    // No character is split: 232 bytes of the name, and 16 digits.
-    const std::string part = files[0].partPath;
-    EXPECT_EQ(part.substr(dir.path("rpt/").size()).size(), 1 + 232 + 16 + 5U) << part;
-    for (int i = 0; i < 2; ++i) EXPECT_TRUE(finishReportFile(&files[i], paths[i].c_str()));
-    EXPECT_EQ(listing(), names[0] + " " + names[1] + " ");
-
-    // A numbered name would be too long: the earlier report stays.
-    EXPECT_EQ(make(("rpt/" + names[0]).c_str()), REPORT_NOT_CREATED);
-    EXPECT_EQ(dir.read("rpt/" + names[0]), "1");
-}
-
 TEST_F(Report, OfANameThatIsBeingWrittenIsRefused) {
-    ReportFile first{};
+    WholeFile first;
     const std::string path = dir.path("rpt/a.txt");
     ASSERT_EQ(symlink("/nowhere", dir.path("rpt/.a.txt.part").c_str()), 0);  // not followed
-    ASSERT_TRUE(createReportFile(&first, path.c_str()));
-    std::fputs("first", first.stream.get());
+    ASSERT_EQ(first.begin(path.c_str(), PART_REFUSE), 0);
+    std::fputs("first", first.stream());
     const LogCapture log;
     EXPECT_EQ(make("rpt/a.txt"), REPORT_NOT_CREATED);
     EXPECT_EQ(log.text(), "Error creating report file '" + path + "': Device or resource busy\n");
-    EXPECT_TRUE(finishReportFile(&first, path.c_str()));
+    EXPECT_EQ(first.commit(TARGET_KEPT), 0);
     EXPECT_EQ(dir.read("rpt/a.txt"), "first");
     EXPECT_EQ(listing(), "a.txt ");
+    EXPECT_EQ(make("rpt/.a.part"), REPORT_NOT_CREATED);  // the next start would delete it
 }
 
 TEST_F(Report, TwoAtOnceDoNotMix) {

@@ -7,12 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include "base/guards.h"
 #include "report/include_clause.h"
 #include "report/template_params.h"
 #include "report/template_place.h"
 #include "support/log_capture.h"
 #include "support/merge_run.h"
-#include "util/guards.h"
 
 namespace {
 

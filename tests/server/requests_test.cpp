@@ -20,8 +20,8 @@
 #include "report/report.h"
 #include "report/user_vars.h"
 #include "server/server.h"
-#include "storage/persistent.h"
 #include "storage/quota.h"
+#include "storage/state_file.h"
 #include "support/case_runner.h"
 #include "support/log_capture.h"
 

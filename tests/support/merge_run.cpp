@@ -5,13 +5,13 @@
 
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "core/options.h"
 #include "output/dump_backend.h"
 #include "report/merge.h"
 #include "report/user_vars.h"
 #include "results/results.h"
 #include "support/log_capture.h"
-#include "util/guards.h"
 
 MergeRun::MergeRun(std::string_view results) {
     setDefaults();

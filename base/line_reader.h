@@ -9,17 +9,15 @@
 
 #include <sys/types.h>
 
-#include "host/guards.h"
-
-namespace host {
+#include "base/guards.h"
 
 // The longest line in bytes, without its end: an array of 65535 numbers fits.
-constexpr std::size_t MAX_LINE = std::size_t{1} << 20;
+constexpr std::size_t TEXT_LINE_MAX = std::size_t{1} << 20;
 
 enum LineResult : int {
     LINE_READ = 0,
     LINE_END = 1,        // no further line
-    LINE_TOO_LONG = -1,  // more than MAX_LINE bytes
+    LINE_TOO_LONG = -1,  // more than TEXT_LINE_MAX bytes
     LINE_NOT_TEXT = -2,  // a NUL, or no UTF-8
     LINE_NO_MEMORY = -3,
     LINE_FAILED = -4,  // the system could not read; errno tells why
@@ -58,5 +56,3 @@ private:
 
 // Why a line could not be read, for a message.
 const char *lineFailure(LineResult result);
-
-}  // namespace host

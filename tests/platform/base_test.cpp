@@ -11,10 +11,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "host/line_reader.h"
-#include "host/text_file.h"
-#include "host/whole_file.h"
-#include "host/words.h"
+#include "base/line_reader.h"
+#include "base/numbers.h"
+#include "base/open_file.h"
+#include "base/whole_file.h"
 #include "support/temp_dir.h"
 
 TEST(HostNumbers, FillTheWholeTextAndStayInRange) {
@@ -43,15 +43,13 @@ TEST(HostNumbers, FillTheWholeTextAndStayInRange) {
         SCOPED_TRACE(c.text);
         std::int64_t number = none;
         std::uint32_t cNumber = 77;
-        EXPECT_EQ(host::parseSigned(c.text, -128, 255, &number) == host::NUMBER_OK,
-                  c.isSigned != none);
+        EXPECT_EQ(parseSigned(c.text, -128, 255, &number) == NUMBER_OK, c.isSigned != none);
         EXPECT_EQ(number, c.isSigned);
-        EXPECT_EQ(host::parseCNumber(c.text, &cNumber) == host::NUMBER_OK, c.isC != none);
+        EXPECT_EQ(parseCNumber(c.text, &cNumber) == NUMBER_OK, c.isC != none);
         EXPECT_EQ(cNumber, c.isC == none ? 77 : c.isC);
     }
     std::int64_t least = 0;
-    EXPECT_EQ(host::parseSigned("-9223372036854775808", INT64_MIN, INT64_MAX, &least),
-              host::NUMBER_OK);
+    EXPECT_EQ(parseSigned("-9223372036854775808", INT64_MIN, INT64_MAX, &least), NUMBER_OK);
     EXPECT_EQ(least, INT64_MIN);
 }
 
@@ -59,35 +57,35 @@ TEST(HostLines, AreReadWithoutTheirEndsUntilOneIsNoText) {
     struct Case {
         std::string content;
         std::vector<std::string> lines;
-        host::LineResult end;
+        LineResult end;
     };
-    const std::string longest(host::MAX_LINE, 'x');
+    const std::string longest(TEXT_LINE_MAX, 'x');
     const std::string BOM = "\xEF\xBB\xBF";
     const Case cases[] = {
-        {"", {}, host::LINE_END},
-        {BOM + "a\r\n\n" + BOM + "b\rc", {"a", "", BOM + "b\rc"}, host::LINE_END},
-        {longest + "\r\n" + longest + "\r\nz\r", {longest, longest, "z"}, host::LINE_END},
-        {"\u00E9\u20AC\U0001F600\n\xC3\n", {"\u00E9\u20AC\U0001F600"}, host::LINE_NOT_TEXT},
-        {std::string("a\0b\n", 4), {}, host::LINE_NOT_TEXT},
-        {"\xC0\xAF", {}, host::LINE_NOT_TEXT},      // a long form
-        {"\xED\xA0\x80", {}, host::LINE_NOT_TEXT},  // a surrogate
-        {"\xF4\x90\x80\x80", {}, host::LINE_NOT_TEXT},
-        {"\n" + longest + "x", {""}, host::LINE_TOO_LONG},
-        {longest + "x\n", {}, host::LINE_TOO_LONG},
+        {"", {}, LINE_END},
+        {BOM + "a\r\n\n" + BOM + "b\rc", {"a", "", BOM + "b\rc"}, LINE_END},
+        {longest + "\r\n" + longest + "\r\nz\r", {longest, longest, "z"}, LINE_END},
+        {"\u00E9\u20AC\U0001F600\n\xC3\n", {"\u00E9\u20AC\U0001F600"}, LINE_NOT_TEXT},
+        {std::string("a\0b\n", 4), {}, LINE_NOT_TEXT},
+        {"\xC0\xAF", {}, LINE_NOT_TEXT},      // a long form
+        {"\xED\xA0\x80", {}, LINE_NOT_TEXT},  // a surrogate
+        {"\xF4\x90\x80\x80", {}, LINE_NOT_TEXT},
+        {"\n" + longest + "x", {""}, LINE_TOO_LONG},
+        {longest + "x\n", {}, LINE_TOO_LONG},
     };
     const TempDir dir;
     for (const Case &c : cases) {
         SCOPED_TRACE(c.content.substr(0, 20));
-        const host::DescriptorGuard file = host::openText(dir.write("lines", c.content).c_str());
+        const DescriptorGuard file = openRegular(dir.write("lines", c.content).c_str());
         ASSERT_GE(file.get(), 0);
-        host::LineReader reader(file.get());
+        LineReader reader(file.get());
         std::vector<std::string> lines;
         std::string_view line;
-        host::LineResult result = host::LINE_READ;
-        while ((result = reader.nextText(&line)) == host::LINE_READ) lines.emplace_back(line);
+        LineResult result = LINE_READ;
+        while ((result = reader.nextText(&line)) == LINE_READ) lines.emplace_back(line);
         EXPECT_EQ(result, c.end);
         EXPECT_EQ(lines, c.lines);
-        EXPECT_EQ(reader.number(), lines.size() + (c.end == host::LINE_END ? 0 : 1));
+        EXPECT_EQ(reader.number(), lines.size() + (c.end == LINE_END ? 0 : 1));
     }
 }
 
@@ -96,28 +94,28 @@ TEST(HostWholeFile, AppearsWholeOrNotAtAll) {
     const std::string path = dir.write("a.res", "old");
     dir.write(".a.res.part", "a much longer left-over of a killed process");
     for (const bool commit : {true, false}) {
-        host::WholeFile file;
-        ASSERT_EQ(file.begin(path.c_str()), 0);
+        WholeFile file;
+        ASSERT_EQ(file.begin(path.c_str(), PART_WAIT), 0);
         std::fputs(commit ? "new" : "given up", file.stream());
         EXPECT_EQ(dir.read("a.res"), commit ? "old" : "new");
-        host::removeLeftParts(dir.path().c_str());  // spares the part in work
-        EXPECT_EQ(commit ? file.commit() : 0, 0);
+        removeLeftParts(dir.path().c_str());  // spares the part in work
+        EXPECT_EQ(commit ? file.commit(TARGET_REPLACED) : 0, 0);
     }
     dir.makeDir("folder");
     {
-        host::WholeFile file;
-        ASSERT_EQ(file.begin(dir.path("folder").c_str()), 0);
-        EXPECT_EQ(file.commit(), EISDIR);
+        WholeFile file;
+        ASSERT_EQ(file.begin(dir.path("folder").c_str(), PART_WAIT), 0);
+        EXPECT_EQ(file.commit(TARGET_REPLACED), EISDIR);
     }
-    host::WholeFile file;
-    EXPECT_EQ(file.begin(dir.path("none/a.res").c_str()), ENOENT);
+    WholeFile file;
+    EXPECT_EQ(file.begin(dir.path("none/a.res").c_str(), PART_WAIT), ENOENT);
     EXPECT_EQ(dir.read("a.res"), "new");
     EXPECT_FALSE(dir.exists(".a.res.part"));
     EXPECT_FALSE(dir.exists(".folder.part"));
 
     dir.write(".b.res.part", "left over");
     dir.write(".c.res", "no part");
-    host::removeLeftParts(dir.path().c_str());
+    removeLeftParts(dir.path().c_str());
     EXPECT_FALSE(dir.exists(".b.res.part"));
     EXPECT_TRUE(dir.exists(".c.res"));
 }
@@ -130,11 +128,11 @@ TEST(HostWholeFile, WritersOfOneFileTakeTurns) {
         if (fork() != 0) continue;
         bool good = true;
         for (int n = 0; n < 20 && good; ++n) {
-            host::WholeFile file;
-            good = file.begin(path.c_str()) == 0;
+            WholeFile file;
+            good = file.begin(path.c_str(), PART_WAIT) == 0;
             for (int k = 0; good && k < 2000; ++k) std::fputc('0' + i, file.stream());
-            host::removeLeftParts(dir.path().c_str());
-            good = good && file.commit() == 0;
+            removeLeftParts(dir.path().c_str());
+            good = good && file.commit(TARGET_REPLACED) == 0;
         }
         _exit(good ? 0 : 1);
     }

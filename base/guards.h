@@ -2,10 +2,13 @@
 // Owners that release what they hold on every way out of a scope, a cancelled wait included.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
+#include <dirent.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -20,6 +23,28 @@ struct HeapFreer {
 };
 template <class T>
 using HeapGuard = std::unique_ptr<T, HeapFreer>;
+
+// A block from malloc that grows; empty at first.
+struct GrowingBlock {
+    HeapGuard<char> bytes;
+    std::size_t size = 0;
+
+    // Makes room for `need` bytes and keeps what is there; false without memory.
+    [[nodiscard]] bool reserve(std::size_t need) {
+        if (need <= size) return true;
+        auto *grown = static_cast<char *>(std::realloc(bytes.get(), need));
+        if (grown == nullptr) return false;
+        static_cast<void>(bytes.release());
+        bytes.reset(grown);
+        size = need;
+        return true;
+    }
+};
+
+struct DirectoryCloser {
+    void operator()(DIR *directory) const { static_cast<void>(closedir(directory)); }
+};
+using DirectoryGuard = std::unique_ptr<DIR, DirectoryCloser>;
 
 struct MutexUnlocker {
     void operator()(pthread_mutex_t *mutex) const { pthread_mutex_unlock(mutex); }
@@ -56,15 +81,16 @@ public:
     explicit DescriptorGuard(int descriptor = -1) : fd_(descriptor) {}
     DescriptorGuard(const DescriptorGuard &) = delete;
     DescriptorGuard &operator=(const DescriptorGuard &) = delete;
-    ~DescriptorGuard() {
-        if (fd_ >= 0) close(fd_);
-    }
+    DescriptorGuard(DescriptorGuard &&other) noexcept : fd_(other.release()) {}
+    ~DescriptorGuard() { reset(); }
+
     [[nodiscard]] int get() const { return fd_; }
     // Gives the descriptor up to the caller.
-    [[nodiscard]] int release() {
-        const int descriptor = fd_;
-        fd_ = -1;
-        return descriptor;
+    [[nodiscard]] int release() { return std::exchange(fd_, -1); }
+    // Closes what it holds and takes another.
+    void reset(int descriptor = -1) {
+        if (fd_ >= 0) close(fd_);
+        fd_ = descriptor;
     }
 
 private:

@@ -1,19 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The pieces of a line: blanks, words and numbers.
+// Numbers from text. None overflows, and none looks at the locale.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
 
-namespace host {
-
-constexpr std::string_view BLANKS = " \t";
-
-// The text without the blanks and tabs at both ends.
-std::string_view trimBlanks(std::string_view text);
-
-// Numbers fill the whole text or are none. A number with `0x` in front is hexadecimal. What is no
-// number, or is out of range, leaves `value` as it was.
+// These three want a number that fills the whole text. One with `0x` in front is hexadecimal. What
+// is no number, or is out of range, leaves `value` as it was.
 enum NumberResult { NUMBER_OK, NUMBER_BROKEN, NUMBER_OUT_OF_RANGE };
 
 // Decimal digits, or hexadecimal ones.
@@ -26,4 +19,6 @@ NumberResult parseSigned(std::string_view text, std::int64_t min, std::int64_t m
 // As C writes a number: parseUnsigned, but octal behind a leading 0.
 NumberResult parseCNumber(std::string_view text, std::uint32_t *value);
 
-}  // namespace host
+// The number at the start of a text as atoi reads it (blanks, sign, digits), 0 without one; a
+// number beyond 32 bits gives the nearest one.
+std::int32_t toInt32(std::string_view text);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "storage/persistent.h"
+#include "storage/state_file.h"
 
 #include <csignal>
 #include <cstdint>

@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: MIT
-#include "storage/persistent.h"
+#include "storage/state_file.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstdint>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
+#include "base/folders.h"
+#include "base/guards.h"
+#include "base/open_file.h"
+#include "base/root_path.h"
+#include "base/whole_file.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
-#include "storage/files.h"
-#include "util/guards.h"
-#include "util/root_path.h"
 
 namespace {
 
 constexpr char STATE_DIRECTORY[] = "/tarix/data/vorn";
-constexpr char NEW_STATE_FILE[] = "/tarix/data/vorn/vorn.sav.new";  // until its rename
 constexpr mode_t DIRECTORY_MODE = 0755;
 constexpr mode_t FILE_MODE = 0664;
 
@@ -55,34 +55,15 @@ struct State {
     }
 };
 
-// Makes the file whole beside its name and moves it there, so that it is never short.
-bool createStateFile(const char *path, const State &state) {
-    const StatePath beside(NEW_STATE_FILE);
-    {
-        const DescriptorGuard file(
-            open(beside.text, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, FILE_MODE));
-        if (file.get() < 0) return false;
-        // On the disk before the name is: a power failure could leave an empty file otherwise.
-        const bool written = write(file.get(), state.bytes, STATE_SIZE) == ssize_t{STATE_SIZE} &&
-                             fsync(file.get()) == 0;
-        if (written && std::rename(beside.text, path) == 0) return true;
-    }
-    unlink(beside.text);
-    return false;
-}
-
-// The eight bytes go out in one write over the old ones, so they are never torn.
-bool overwriteStateFile(int file, const State &state) {
-    if (pwrite(file, state.bytes, STATE_SIZE, 0) != ssize_t{STATE_SIZE}) return false;
-    static_cast<void>(ftruncate(file, STATE_SIZE) == 0);  // bytes behind them do not count
-    return fdatasync(file) == 0;
-}
-
-bool saveState(const char *path) {
+// Makes the file whole beside its name and moves it there, so that it is never short and what
+// stands there, a link too, is not written through. 0 or the errno.
+int saveState(const char *path) {
     const State state;
-    const DescriptorGuard file(open(path, O_RDWR | O_CLOEXEC | O_NONBLOCK));
-    if (file.get() < 0) return errno == ENOENT && createStateFile(path, state);
-    return overwriteStateFile(file.get(), state);
+    WholeFile file;
+    const int error = file.begin(path, PART_WAIT, FILE_MODE);
+    if (error != 0) return error;
+    std::fwrite(state.bytes, 1, STATE_SIZE, file.stream());
+    return file.commit(TARGET_REPLACED);
 }
 
 }  // namespace
@@ -90,10 +71,9 @@ bool saveState(const char *path) {
 int savePersistentData() {
     const MutexGuard lock = lockMutex(&saveLock);
     const StatePath directory(STATE_DIRECTORY);
-    struct stat status;
-    if (stat(directory.text, &status) != 0) mkdir(directory.text, DIRECTORY_MODE);
+    static_cast<void>(makeFolder(directory.text, DIRECTORY_MODE));
     const StatePath path(PERSISTENT_FILE);
-    if (saveState(path.text)) return PERSISTENT_OK;
+    if (saveState(path.text) == 0) return PERSISTENT_OK;
     dmon_log(1, "Error: could not save persistent data to '%s'.\n", path.text);
     return PERSISTENT_NOT_SAVED;
 }

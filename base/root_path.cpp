@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "util/root_path.h"
+#include "base/root_path.h"
 
+#include <cerrno>
 #include <climits>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
@@ -32,4 +34,23 @@ const char *rootPath() {
 bool withRoot(char *out, std::size_t size, const char *path) {
     const int length = std::snprintf(out, size, "%s%s", rootPath(), path);
     return length >= 0 && static_cast<std::size_t>(length) < size;
+}
+
+int rootedPath(char (&path)[ROOTED_PATH_SIZE], const char *format, ...) {
+    const std::size_t used =
+        static_cast<std::size_t>(std::snprintf(path, sizeof path, "%s", rootPath()));
+    int length = -1;
+    if (used < sizeof path) {
+        va_list arguments;
+        va_start(arguments, format);
+// The format is the caller's: the compiler checks it there, by the attribute in the header.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+        length = std::vsnprintf(path + used, sizeof path - used, format, arguments);
+#pragma GCC diagnostic pop
+        va_end(arguments);
+    }
+    if (length >= 0 && static_cast<std::size_t>(length) < sizeof path - used) return 0;
+    path[0] = '\0';
+    return ENAMETOOLONG;
 }

@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "host/text_file.h"
+#include "base/utf8_text.h"
 
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
-
-#include <fcntl.h>
-#include <sys/stat.h>
 
 namespace {
 
@@ -33,7 +29,7 @@ std::size_t characterLength(std::string_view text) {
         if (lead.length > text.size()) return 0;
         if (lead.length > 1 && (byte(1) < lead.low || byte(1) > lead.high)) return 0;
         for (std::size_t i = 2; i < lead.length; ++i)
-            if ((byte(i) & 0xC0) != 0x80) return 0;
+            if (!isContinuation(text[i])) return 0;
         return lead.length;
     }
     return 0;
@@ -57,7 +53,7 @@ std::size_t plainLength(std::string_view text) {
 
 }  // namespace
 
-bool host::isText(std::string_view bytes) {
+bool isUtf8Text(std::string_view bytes) {
     for (;;) {
         bytes.remove_prefix(plainLength(bytes));
         if (bytes.empty()) return true;
@@ -67,17 +63,16 @@ bool host::isText(std::string_view bytes) {
     }
 }
 
-host::DescriptorGuard host::openText(const char *path) {
-    DescriptorGuard file(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (file.get() < 0) return file;
-    struct stat status {};
-    int error = 0;
-    if (fstat(file.get(), &status) != 0)
-        error = errno;
-    else if (!S_ISREG(status.st_mode))
-        error = S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
-    if (error == 0) return file;
-    file.reset();
-    errno = error;
-    return file;
+std::string_view cutAtCharacter(std::string_view text, std::size_t limit) {
+    if (text.size() <= limit) return text;
+    std::size_t end = limit;
+    while (end > 0 && isContinuation(text[end])) --end;
+    return text.substr(0, end);
+}
+
+std::string_view withoutHalfCharacter(std::string_view text) {
+    std::size_t end = text.size();
+    while (end > 0 && isContinuation(text[end - 1])) --end;
+    if (end == 0 || static_cast<unsigned char>(text[end - 1]) < 0xC0) return text;
+    return text.substr(0, end - 1);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "host/line_reader.h"
+#include "base/line_reader.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -7,17 +7,17 @@
 
 #include <unistd.h>
 
-#include "host/text_file.h"
+#include "base/utf8_text.h"
 
 namespace {
 
 constexpr std::size_t PIECE = std::size_t{64} * 1024;
-constexpr std::size_t BLOCK_MAX = host::MAX_LINE + 2;  // and CR LF
+constexpr std::size_t BLOCK_MAX = TEXT_LINE_MAX + 2;  // and CR LF
 
 }  // namespace
 
 // Moves what is left to the front of the block and reads on behind it. LINE_END at the file's end.
-host::LineResult host::LineReader::readPiece() {
+LineResult LineReader::readPiece() {
     const std::size_t left = end_ - begin_;
     if (left == BLOCK_MAX) return LINE_TOO_LONG;
     if (!block_.reserve(std::clamp(2 * left, PIECE, BLOCK_MAX))) return LINE_NO_MEMORY;
@@ -37,7 +37,7 @@ host::LineResult host::LineReader::readPiece() {
 }
 
 // Brings the next line into the block as a whole; its length counts its end.
-host::LineResult host::LineReader::fetchLine(std::size_t *length) {
+LineResult LineReader::fetchLine(std::size_t *length) {
     std::size_t searched = 0;  // bytes from `begin_` on known to hold no LF
     for (;;) {
         const char *start = block_.bytes.get() + begin_;
@@ -55,7 +55,7 @@ host::LineResult host::LineReader::fetchLine(std::size_t *length) {
     }
 }
 
-host::LineResult host::LineReader::next(std::string_view *line) {
+LineResult LineReader::next(std::string_view *line) {
     std::size_t length = 0;
     const LineResult result = fetchLine(&length);
     if (result == LINE_END) return LINE_END;
@@ -67,17 +67,17 @@ host::LineResult host::LineReader::next(std::string_view *line) {
     if (text.ends_with('\n')) text.remove_suffix(1);
     if (text.ends_with('\r')) text.remove_suffix(1);
     if (number_ == 1 && text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-    if (text.size() > MAX_LINE) return LINE_TOO_LONG;
+    if (text.size() > TEXT_LINE_MAX) return LINE_TOO_LONG;
     *line = text;
     return LINE_READ;
 }
 
-host::LineResult host::LineReader::nextText(std::string_view *line) {
+LineResult LineReader::nextText(std::string_view *line) {
     const LineResult result = next(line);
-    return result == LINE_READ && !isText(*line) ? LINE_NOT_TEXT : result;
+    return result == LINE_READ && !isUtf8Text(*line) ? LINE_NOT_TEXT : result;
 }
 
-const char *host::lineFailure(LineResult result) {
+const char *lineFailure(LineResult result) {
     switch (result) {
         case LINE_READ:
         case LINE_END:

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include "results/name_index.h"
+#include "base/hash.h"
 
-#include <bit>
 #include <cstring>
 
 #include <sys/random.h>
@@ -25,7 +24,7 @@ std::uint32_t loadWord(const char *at) {
 
 }  // namespace
 
-std::uint32_t makeNameSeed() {
+std::uint32_t makeHashSeed() {
     std::uint32_t seed = 0;
     if (getrandom(&seed, sizeof(seed), GRND_NONBLOCK) != static_cast<ssize_t>(sizeof(seed))) {
         // Early after a boot there may be no random numbers yet; the clock is better than nothing.
@@ -36,12 +35,12 @@ std::uint32_t makeNameSeed() {
     return seed;
 }
 
-std::uint32_t hashName(std::uint32_t seed, std::string_view name) {
+std::uint32_t hashText(std::uint32_t seed, std::string_view text) {
     std::uint32_t a = seed;
-    std::uint32_t b = static_cast<std::uint32_t>(name.size());
+    std::uint32_t b = static_cast<std::uint32_t>(text.size());
     fold(&a, &b);
-    const char *at = name.data();
-    std::size_t left = name.size();
+    const char *at = text.data();
+    std::size_t left = text.size();
     for (; left > 8; at += 8, left -= 8) {
         a ^= loadWord(at);
         b ^= loadWord(at + 4);
