@@ -29,3 +29,30 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vorn-plugin.pc DESTINATION ${pkgconfig
 
 install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# The service's fixed place for it is /etc/tarix, where the administrator's own may lie already.
+install(FILES etc/vorn.cfg DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+
+# Where systemd looks: its own folders, which are beside ours when the prefix is /usr.
+set(VORN_PLUGIN_DIR ${CMAKE_INSTALL_PREFIX}/lib/vorn)
+set(VORN_UNIT_DIR lib/systemd/system CACHE STRING "folder of the systemd unit")
+set(VORN_START_CHECK)
+if(VORN_TOOLS)
+    set(VORN_START_CHECK "ExecStartPre=${CMAKE_INSTALL_FULL_BINDIR}/vornctl check-config\n")
+endif()
+configure_file(systemd/vorn.service.in vorn.service @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vorn.service DESTINATION ${VORN_UNIT_DIR})
+install(FILES systemd/sysusers.conf DESTINATION lib/sysusers.d RENAME vorn.conf)
+install(FILES systemd/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME vorn.conf)
+
+# Manual pages are made of the documents.
+find_package(Python3 COMPONENTS Interpreter)
+if(Python3_FOUND)
+    set(man_dir ${CMAKE_CURRENT_BINARY_DIR}/man)
+    file(GLOB documents CONFIGURE_DEPENDS docs/*.md)
+    add_custom_command(OUTPUT ${man_dir}/made
+        COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/scripts/make_man.py ${man_dir}
+        COMMAND ${CMAKE_COMMAND} -E touch ${man_dir}/made
+        DEPENDS scripts/make_man.py CHANGELOG.md ${documents} VERBATIM)
+    add_custom_target(man ALL DEPENDS ${man_dir}/made)
+    install(DIRECTORY ${man_dir}/ DESTINATION ${CMAKE_INSTALL_MANDIR} PATTERN made EXCLUDE)
+endif()
