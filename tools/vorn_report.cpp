@@ -21,6 +21,7 @@
 #include "dmon/dmon.h"
 #include "item_list.h"
 #include "output/dump_backend.h"
+#include "report/plugins.h"
 #include "report/report.h"
 #include "report/template_context.h"
 #include "report/user_vars.h"
@@ -166,6 +167,8 @@ void enterTemplateFolder(Arguments *args) {
     if (!fs::is_directory(folder, error) || !losesPlaces(args->templateFile, &known)) return;
     for (std::string *other : {&args->results, &args->output, &args->dictDir})
         *other = fs::absolute(*other, error).string();
+    static const std::string started = fs::current_path(error).string();
+    pluginStartFolder = started.c_str();
     fs::current_path(folder, error);
     args->templateFile = error ? fs::absolute(path).string() : path.filename().string();
 }

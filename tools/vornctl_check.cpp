@@ -55,7 +55,7 @@ void collect(void *user, const Finding &finding) {
     const std::string path = finding.place.path;
     const std::string line = std::to_string(finding.place.line);
     const std::string place = finding.place.line == 0 ? path : path + ":" + line;
-    if (finding.severity == FINDING_APPLIED) {
+    if (finding.severity == LINE_APPLIED) {
         if (path == opt_cfgfile)
             findings->keys[finding.text] = place;
         else

@@ -4,9 +4,9 @@
 #pragma once
 
 enum Severity {
-    FINDING_APPLIED,  // nothing is wrong: the text is the line's key, which has taken effect
-    FINDING_WARNING,
-    FINDING_ERROR,
+    LINE_APPLIED,  // nothing is wrong: the text is the line's key, which has taken effect
+    LINE_WARNING,
+    LINE_ERROR,
 };
 
 struct Place {

@@ -63,7 +63,7 @@ std::int32_t findWord(const std::string_view (&words)[N], std::string_view word)
 bool setMaxFiles(const FindingSink &sink, const Place &at, const char *word) {
     const std::int32_t files = toInt32(word);
     if (files < 1 || files > MAX_FILES_LIMIT)
-        tellText(sink, FINDING_WARNING, at, "number of files '%s' is not in 1 to %d.", word,
+        tellText(sink, LINE_WARNING, at, "number of files '%s' is not in 1 to %d.", word,
                  MAX_FILES_LIMIT);
     opt_max_res = files;
     opt_max_rpt = files;

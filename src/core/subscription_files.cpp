@@ -33,7 +33,7 @@ int parseApps(std::string_view list, Subscription *record, const FindingSink &si
         const std::string_view name = takeWord(&list, APP_SEPARATOR);
         if (name.empty()) return SUBSCRIPTION_OK;
         if (record->numApps == MAX_SUBSCRIPTION_APPS) {
-            tellPlain(sink, FINDING_ERROR, at, "too many applications per subscription.");
+            tellPlain(sink, LINE_ERROR, at, "too many applications per subscription.");
             return SUBSCRIPTION_FAILED;
         }
         addApp(record, name);
@@ -43,20 +43,19 @@ int parseApps(std::string_view list, Subscription *record, const FindingSink &si
 // Applies a line of a file; SUBSCRIPTION_FAILED after an error.
 int applyLine(const FindingSink &sink, const Place &at, const ConfigLine &line) {
     if (std::string_view(line.key) != "subscribe") {
-        tellText(sink, FINDING_WARNING, at, "unknown variable '%s' in subscription file.",
-                 line.key);
+        tellText(sink, LINE_WARNING, at, "unknown variable '%s' in subscription file.", line.key);
         return SUBSCRIPTION_OK;
     }
     if (opt_num_subs == MAX_INITIAL_SUBSCRIPTIONS) {
-        tellText(sink, FINDING_ERROR, at, "too many initial subscriptions.");
+        tellText(sink, LINE_ERROR, at, "too many initial subscriptions.");
         return SUBSCRIPTION_FAILED;
     }
     if (parseSubscription(line.value, &opt_subs[opt_num_subs], sink, at) != SUBSCRIPTION_OK) {
-        tellText(sink, FINDING_ERROR, at, "Could not load subscription.");
+        tellText(sink, LINE_ERROR, at, "Could not load subscription.");
         return SUBSCRIPTION_FAILED;
     }
     ++opt_num_subs;
-    tell(sink, {FINDING_APPLIED, at, line.key, nullptr});
+    tell(sink, {LINE_APPLIED, at, line.key, nullptr});
     return SUBSCRIPTION_OK;
 }
 
@@ -66,13 +65,13 @@ void tellUnreadable(const FindingSink &sink, const char *directory, int error) {
     char logged[PATH_MAX + 100];
     std::snprintf(logged, sizeof logged, "Error reading subscription folder '%s': %s", directory,
                   std::strerror(error));
-    tell(sink, {FINDING_ERROR, {directory, 0}, std::strerror(error), logged});
+    tell(sink, {LINE_ERROR, {directory, 0}, std::strerror(error), logged});
 }
 
 void tellFailed(const FindingSink &sink, const char *path) {
     char logged[OPTION_PATH_SIZE + 100];
     std::snprintf(logged, sizeof logged, "Error: could not load subscriptions file '%s'.", path);
-    tell(sink, {FINDING_ERROR, {path, 0}, "the file cannot be read", logged});
+    tell(sink, {LINE_ERROR, {path, 0}, "the file cannot be read", logged});
 }
 
 }  // namespace
@@ -117,7 +116,7 @@ int parseSubscription(const char *text, Subscription *record, const FindingSink 
     std::string_view rest = text == nullptr ? "" : text;
     const std::string_view name = takeWord(&rest, PIECE_SEPARATORS);
     if (name.empty()) {
-        tellPlain(sink, FINDING_ERROR, at, "missing subscription name.");
+        tellPlain(sink, LINE_ERROR, at, "missing subscription name.");
         return SUBSCRIPTION_FAILED;
     }
     copyPiece(record->name, name);

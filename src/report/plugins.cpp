@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "report/plugins.h"
 
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,6 +13,8 @@
 #include "report/template_error.h"
 #include "report/template_params.h"
 #include "storage/strings.h"
+
+const char *pluginStartFolder = nullptr;
 
 namespace {
 
@@ -53,8 +57,17 @@ bool speaksOurAbi(TemplateContext *ctx, void *handle, const char *path) {
     return false;
 }
 
+// A name without '/' is looked for among the system's libraries.
+void *openLibrary(const char *path) {
+    if (pluginStartFolder == nullptr || path[0] == '/' || std::strchr(path, '/') == nullptr)
+        return dlopen(path, RTLD_NOW);
+    char whole[PATH_MAX + TEMPLATE_PATH_SIZE];
+    std::snprintf(whole, sizeof whole, "%s/%s", pluginStartFolder, path);
+    return dlopen(whole, RTLD_NOW);
+}
+
 int loadLibrary(TemplateContext *ctx, const char *path, void **handle) {
-    *handle = dlopen(path, RTLD_NOW);
+    *handle = openLibrary(path);
     if (*handle == nullptr) {
         const char *reason = dlerror();
         templateError(ctx, MERGE_TEMPLATE_ERROR, "could not find library file '%s'.", path);

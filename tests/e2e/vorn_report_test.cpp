@@ -234,6 +234,11 @@ TEST_F(VornReport, KeepsPlacesIncludesAndDictionariesWholeInLongPaths) {
     const std::string fault = ": unknown argument 'style' in 'row' clause.\n";
     EXPECT_EQ(run({dir_.path("s.res"), dir_.path(deep + "/t.tpl"), dir_.path(output)}).err,
               "Error in part.tpl:2" + fault);
+    // A relative library is the same file as ever.
+    dir_.write("x.so", "");
+    dir_.write(deep + "/part.tpl", "<plugin name=x, lib=./x.so>\n");
+    EXPECT_NE(run({"s.res", deep + "/t.tpl", output}).err.find("./x.so: file too short"),
+              std::string::npos);
     const std::string folder = "a_folder_of_23_letters/";
     const std::string longInclude = "parts/" + std::string(15, 'i') + ".tpl";
     dir_.write(folder + longInclude, "<row style=a>\n");
