@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "dmon/control_words.h"
+#include "dmon/notify.h"
 
 namespace {
 
@@ -139,7 +140,8 @@ void *runServer(void *control) {
         ready[0] = {server.control->wake, POLLIN, 0};
         ready[1] = {server.pausing ? -1 : server.control->listener, POLLIN, 0};
         for (int i = 0; i < MAX_CLIENTS; ++i) ready[2 + i] = {server.clients[i].fd, POLLIN, 0};
-        const int count = poll(ready, 2 + MAX_CLIENTS, server.pausing ? PAUSE : -1);
+        const int lookAgain = dmon::notifyStatus(server.control->ops);
+        const int count = poll(ready, 2 + MAX_CLIENTS, server.pausing ? PAUSE : lookAgain);
         server.pausing = false;
         if (count <= 0) continue;
         if (ready[0].revents != 0) break;

@@ -14,6 +14,7 @@
 #include "dmon/control_server.h"
 #include "dmon/control_socket.h"
 #include "dmon/dmon.h"
+#include "dmon/notify.h"
 
 namespace {
 
@@ -46,6 +47,7 @@ CommandLine readCommandLine(int argc, char **argv) {
 // The service has no way to be asked to end, and may wait for its peers without limit: what it must
 // not leave half done it writes so that it can be interrupted. Called by signals too.
 void endProcess() {
+    dmon::notifyStopping();
     dmon::removeControlSocket();
     _exit(0);
 }
@@ -74,6 +76,7 @@ int dmon_run_daemon(DmonBody body, int argc, char **argv, const DmonOps *ops) {
     // Help is for everybody, also beside a service that runs.
     if (!line.runs) return body(argc, argv);
 
+    dmon::openNotify();
     const int listener = dmon::openControlSocket();
     if (listener < 0) return -1;
     dmon::ControlServer server;

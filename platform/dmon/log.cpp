@@ -4,14 +4,18 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <string_view>
 
 #include <limits.h>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/utf8_text.h"
@@ -30,6 +34,30 @@ struct Line {
     char text[LINE_SIZE];
     std::size_t length;
 };
+
+// Whether standard error leads to the journal, which names the stream that it gave the process.
+bool goesToJournal() {
+    const char *stream = std::getenv("JOURNAL_STREAM");
+    if (stream == nullptr) return false;
+    unsigned long long device = 0;
+    unsigned long long inode = 0;
+    const char *end = stream + std::strlen(stream);
+    const auto [colon, error] = std::from_chars(stream, end, device);
+    if (error != std::errc() || colon == end || *colon != ':') return false;
+    if (std::from_chars(colon + 1, end, inode).ptr != end) return false;
+    struct stat status {};
+    return fstat(STDERR_FILENO, &status) == 0 && status.st_dev == device && status.st_ino == inode;
+}
+
+// The journal's priorities, which are those of syslog.
+void putPriority(Line *line, int level, std::string_view text) {
+    char priority = level >= 3 ? '7' : level == 2 ? '6' : '5';
+    if (level == 1 && text.starts_with("Warning")) priority = '4';
+    if (level == 1 && (text.starts_with("Error") || text.starts_with("Could not"))) priority = '3';
+    const char mark[] = {'<', priority, '>'};
+    std::copy(std::begin(mark), std::end(mark), line->text);
+    line->length = sizeof mark;
+}
 
 // "2026-05-01T10:15:00.123Z 2 "
 void putStamp(Line *line, int level) {
@@ -134,7 +162,10 @@ void dmon_log(int level, const char *format, ...) {
     va_end(arguments);
 
     Line line;
-    putStamp(&line, level);
+    if (goesToJournal())
+        putPriority(&line, level, length < 0 ? format : message);
+    else
+        putStamp(&line, level);
     if (length < 0) {  // an argument that cannot be printed: the format still tells most
         putMessage(&line, format, false);
     } else {

@@ -13,6 +13,7 @@
 
 #include "base/guards.h"
 #include "dmon/dmon.h"
+#include "dmon/notify.h"
 #include "nx/loop.h"
 
 namespace {
@@ -96,8 +97,9 @@ int nx_create_server(NxServer *server, const NxConfig *config) {
 int nx_run_server(NxServer *server) {
     auto *loop = static_cast<NxLoop *>(server->implementation);
     if (loop == nullptr) return EINVAL;
+    dmon::notifyReady();
     for (;;) {
-        const int code = loopTurn(loop, -1);
+        const int code = loopTurn(loop, dmon::feedWatchdog());
         if (code == 0) continue;
         sleep(BROKEN_PAUSE_S);  // callers run it again at once, for ever
         return code;

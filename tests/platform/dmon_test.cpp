@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdlib>
 #include <set>
 #include <sstream>
 #include <string>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -65,6 +67,30 @@ TEST(DmonLog, PrintsUtcWithMillisecondsTheLevelAndOneLineWhateverTheTextHolds) {
               "9999-99-99T99:99:99.999Z 2 file 'a\\x0D\\x0A2026-05-01T10:15:00.123Z 1 "
               "forged\\x09\\x1B[2J\\x7F\\xC2\\x9B' 7\n"
               "9999-99-99T99:99:99.999Z 1 Gr\xC3\xBC\xC3\x9F \xC2\xA9 without an end\n");
+}
+
+TEST(DmonLog, GivesTheJournalPrioritiesInPlaceOfTimesAndNobodyElse) {
+    const auto logAll = [](int inodeOffset) {
+        return standardErrorOf([inodeOffset] {
+            struct stat stream {};
+            fstat(STDERR_FILENO, &stream);
+            const std::string name =
+                std::to_string(stream.st_dev) + ":" +
+                std::to_string(stream.st_ino + static_cast<unsigned>(inodeOffset));
+            setenv("JOURNAL_STREAM", name.c_str(), 1);
+            dmon_set_level(3);
+            dmon_log(1, "Error in x\n");
+            dmon_log(1, "Warning: y\n");
+            dmon_log(1, "running\n");
+            dmon_log(2, "Error for those who look\n");
+            dmon_log(3, "trace\n");
+            dmon_set_level(1);
+            unsetenv("JOURNAL_STREAM");
+        });
+    };
+    EXPECT_EQ(logAll(0),
+              "<3>Error in x\n<4>Warning: y\n<5>running\n<6>Error for those who look\n<7>trace\n");
+    EXPECT_EQ(logAll(1).find('<'), std::string::npos);
 }
 
 TEST(DmonLog, CutsALongMessageVisiblyAndNeverInsideACharacter) {
