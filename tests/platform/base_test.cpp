@@ -17,42 +17,6 @@
 #include "base/whole_file.h"
 #include "support/temp_dir.h"
 
-TEST(HostNumbers, FillTheWholeTextAndStayInRange) {
-    struct Case {
-        const char *text;
-        std::int64_t isSigned, isC;  // none: refused
-    };
-    constexpr std::int64_t none = -999;
-    std::vector<Case> cases = {
-        {"010", 10, 8},
-        {"0x1F", 31, 31},
-        {"0XfF", 255, 255},
-        {"-128", -128, none},
-        {"-129", none, none},
-        {"-0x80", -128, none},
-        {"256", none, 256},
-        {"08", 8, none},
-        {"4294967295", none, 4294967295},
-        {"4294967296", none, none},
-        {"037777777777", none, 4294967295},
-    };
-    for (const char *text :
-         {"", "-", "0x", "+1", "--1", " 1", "1x", "0x-1", "99999999999999999999"})
-        cases.push_back({text, none, none});
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.text);
-        std::int64_t number = none;
-        std::uint32_t cNumber = 77;
-        EXPECT_EQ(parseSigned(c.text, -128, 255, &number) == NUMBER_OK, c.isSigned != none);
-        EXPECT_EQ(number, c.isSigned);
-        EXPECT_EQ(parseCNumber(c.text, &cNumber) == NUMBER_OK, c.isC != none);
-        EXPECT_EQ(cNumber, c.isC == none ? 77 : c.isC);
-    }
-    std::int64_t least = 0;
-    EXPECT_EQ(parseSigned("-9223372036854775808", INT64_MIN, INT64_MAX, &least), NUMBER_OK);
-    EXPECT_EQ(least, INT64_MIN);
-}
-
 TEST(HostLines, AreReadWithoutTheirEndsUntilOneIsNoText) {
     struct Case {
         std::string content;

@@ -116,21 +116,3 @@ TEST(DmonLog, CutsALongMessageVisiblyAndNeverInsideACharacter) {
         }
     }
 }
-
-TEST(DmonLog, LinesOfSeveralThreadsNeverMix) {
-    const std::string filler(1500, '.');
-    std::multiset<std::string> expected;
-    for (int n = 0; n < 800; ++n) expected.insert(filler + std::to_string(n));
-    const std::string text = standardErrorOf([&] {
-        std::vector<std::thread> writers;
-        for (int t = 0; t < 4; ++t)
-            writers.emplace_back([t, &filler] {
-                for (int n = t; n < 800; n += 4) dmon_log(1, "%s%d\n", filler.c_str(), n);
-            });
-        for (std::thread &writer : writers) writer.join();
-    });
-    std::multiset<std::string> seen;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);) seen.insert(line.substr(27));
-    EXPECT_EQ(seen, expected);
-}

@@ -44,18 +44,6 @@ bool isAlive(int id) {
 
 }  // namespace
 
-TEST_F(Kelp, IsReadyOnceItsFolderIsThere) {
-    EXPECT_EQ(kelp_init(), -ENOENT);
-    EXPECT_EQ(get("vorn_app"), -ENOENT);
-    EXPECT_FALSE(dir_.exists("run"));
-    dir_.write("run/tarix/kelp", "no folder");
-    EXPECT_EQ(kelp_init(), -ENOTDIR);
-    EXPECT_EQ(get("vorn_app"), -ENOTDIR);
-    std::filesystem::remove(dir_.path("run/tarix/kelp"));
-    dir_.makeDir("run/tarix/kelp");
-    EXPECT_EQ(kelp_init(), 0);
-}
-
 TEST_F(Kelp, KeepsAQueueUntilItIsGoneAndMakesAnotherThen) {
     dir_.makeDir("run/tarix/kelp");
     const int first = get("vorn_app");
@@ -77,25 +65,6 @@ TEST_F(Kelp, KeepsAQueueUntilItIsGoneAndMakesAnotherThen) {
     }
     dir_.write("run/tarix/kelp/vorn_app", " " + std::to_string(other));
     EXPECT_EQ(get("vorn_app"), other);
-}
-
-TEST_F(Kelp, FailsWithAReasonWhenTheFileCannotBeReadOrWritten) {
-    dir_.makeDir("run/tarix/kelp/folder");
-    dir_.makeDir("run/tarix/kelp/.unwritable.part");
-    ASSERT_EQ(mkfifo(dir_.path("run/tarix/kelp/fifo").c_str(), 0600), 0);
-    const LogCapture log(2);
-    const std::pair<const char *, int> cases[] = {
-        {"folder", EISDIR}, {"fifo", ENOTSUP},    {"unwritable", EISDIR},
-        {"", EINVAL},       {"../kelp2", EINVAL}, {".hidden", EINVAL},
-    };
-    std::string lines;
-    for (const auto &[name, error] : cases) {
-        EXPECT_EQ(get(name), -error) << name;
-        lines += "Cannot get queue '" + std::string(name) +
-                 "' from the registry: " + std::strerror(error) + "\n";
-    }
-    EXPECT_EQ(log.text(), lines);
-    EXPECT_FALSE(dir_.exists("run/tarix/kelp2"));
 }
 
 TEST_F(Kelp, GivesProcessesThatAskAtOnceTheSameQueue) {

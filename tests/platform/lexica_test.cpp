@@ -95,26 +95,3 @@ TEST(Lexica, RefusesAFileThatBreaksARuleAndNamesThePlace) {
                               "Error opening dictionary '" + dir.path("none") +
                               "': No such file or directory\n");
 }
-
-TEST(Lexica, TakesAMillionEntriesAndFindsTheLastAsFastAsTheFirst) {
-    std::string content;
-    for (int g = 0; g < 2000; ++g) {  // from 1000 on every group is a double
-        content += "[" + std::to_string(g % 1000) + "]\n";
-        for (int k = 0; k < 1000; ++k)
-            content += "key" + std::to_string(k) + "=" + std::to_string(g + k) + "\n";
-    }
-    const TempDir dir;
-    const std::string path = dir.write("a.lxc", content);
-
-    LexicaDict dict;
-    ASSERT_EQ(lexica_open(&dict, path.c_str()), 0);
-    for (int g = 0; g < 1000; ++g) {
-        for (int k = 0; k < 1000; k += 7) {
-            const std::string key = "key" + std::to_string(k);
-            ASSERT_EQ(look(&dict, static_cast<std::uint32_t>(g), 0, key.c_str()),
-                      std::to_string(g + k));
-        }
-        ASSERT_EQ(look(&dict, static_cast<std::uint32_t>(g), 0, "key1000"), "(none)");
-    }
-    lexica_close(&dict);
-}

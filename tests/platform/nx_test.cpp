@@ -135,43 +135,6 @@ private:
 
 const std::string REFUSED = message(0, -1);
 
-TEST(NxServer, AnswersWholeMessagesHoweverTheyArrive) {
-    Server server(10);
-    Peer peer(&server);
-    const std::string large = message(ECHO, 3, 4, std::string(65536, 'p'));
-
-    peer.writeAll(message(ECHO, 1) + message(REFUSE, 2) + large + message(LARGE, 4, 30000) +
-                  message(77, 5).substr(0, 15));
-    EXPECT_EQ(peer.read(16), message(ECHO, 1));
-    EXPECT_EQ(peer.read(16), message(0, 5));  // what the callback had put in is gone
-    EXPECT_EQ(peer.read(large.size()), large);
-    EXPECT_EQ(
-        peer.read(30016).substr(0, 19),
-        message(LARGE, 4, 30000, "").replace(0, 4, "\0\0\x75\x30", 4) + std::string("\1\0\1", 3));
-    EXPECT_EQ(served, (std::vector{1, 2, 3, 4}));
-    for (const char byte : message(77, 5).substr(15) + message(ECHO, 6, 7, "abc")) {
-        peer.writeAll(std::string(1, byte));
-        loopTurn(&server.loop, 0);
-    }
-    EXPECT_EQ(peer.read(35), message(77, 5) + message(ECHO, 6, 7, "abc"));
-}
-
-TEST(NxServer, ServesClientsInTheOrderInWhichTheirRequestsArrive) {
-    Server server(10);
-    std::vector<std::unique_ptr<Peer>> peers;
-    for (int i = 0; i < 10; ++i) {
-        peers.push_back(std::make_unique<Peer>(&server));
-        ASSERT_TRUE(peers.back()->works());
-    }
-    served.clear();
-    duringRequest = [&] {  // ten clients ask while a long request keeps the server busy
-        for (int i = 9; i >= 0; --i) peers[static_cast<std::size_t>(i)]->write(message(ECHO, i));
-    };
-    peers[4]->write(message(ECHO, 100));
-    ASSERT_TRUE(server.runUntil([&] { return served.size() == 11; }));
-    EXPECT_EQ(served, (std::vector{100, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0}));
-}
-
 TEST(NxServer, ClosesAClientThatBreaksTheRulesAndNoOther) {
     std::string third = message(ECHO, 1);
     third[7] = 1;
@@ -245,32 +208,6 @@ TEST(NxServer, GivesThePlaceOfTheLongestSilentClientToANewOneOrRefusesIt) {
     EXPECT_EQ(second.read(16), message(ECHO, 8));
 }
 
-TEST(NxServer, RefusesNobodyForTheSakeOfClientsThatLeft) {
-    Server server(3);
-    Peer other(&server);
-    ASSERT_TRUE(other.works());
-    const auto comeAndGo = [&server] {
-        for (int i = 0; i < 20; ++i) Peer(&server).write(message(ECHO, i).substr(i % 2 * 16));
-    };
-    comeAndGo();
-    Peer live(&server);
-    EXPECT_TRUE(live.works());
-
-    // They leave, with requests unread, while the server is busy for long.
-    auto leaving = std::make_unique<Peer>(&server);
-    ASSERT_TRUE(leaving->works());
-    duringRequest = [&] {
-        leaving->write(message(ECHO, 50));
-        leaving.reset();
-        comeAndGo();
-    };
-    other.write(message(ECHO, 1));
-    Peer last(&server);
-    EXPECT_EQ(other.read(16), message(ECHO, 1));
-    EXPECT_TRUE(last.works() && live.works() && other.works());
-    EXPECT_EQ(std::count(served.begin(), served.end(), 50), 1);
-}
-
 TEST(NxServer, ClosesAClientThatDoesNotReadItsReplies) {
     Server server(2);
     Peer deaf(&server);
@@ -283,18 +220,6 @@ TEST(NxServer, ClosesAClientThatDoesNotReadItsReplies) {
     }));
     EXPECT_TRUE(other.works());
     EXPECT_LT(served.size(), 2000u);  // what waits in the system is bounded too
-}
-
-TEST(NxServer, SendsAHalfClosedClientAllItIsOwed) {
-    Server server(1);
-    Peer peer(&server);
-    const std::string request = message(LARGE, 1, 20000);
-    // An unfinished one is owed nothing.
-    peer.writeAll(request + request + request + message(ECHO, 1).substr(0, 5));
-    peer.endSending();
-    EXPECT_EQ(peer.read(90000).size(), 3 * 20017u);
-    EXPECT_TRUE(peer.ended);
-    EXPECT_TRUE(server.runUntil([&] { return server.clients() == 0; }));
 }
 
 TEST(NxServer, OutlivesClientsThatDieAtAnyPoint) {
@@ -346,44 +271,6 @@ TEST(NxServer, PausesAcceptingWithoutDescriptorsAndServesOnWithoutSpinning) {
     first.reset();  // a place is free: no need to wait for the timer
     EXPECT_EQ(waiting.read(16), message(ECHO, 5));
     EXPECT_EQ(log.text(), "Warning: no more clients can be taken for now: Too many open files.\n");
-}
-
-TEST(NxCreateServer, TakesAddressAndPortFromTheEnvironmentAndTellsWhatIsWrong) {
-    NxConfig config{};
-    config.connections = 2;
-    config.callback = callback;
-    struct Case {
-        const char *bindTo, *port, *error, *log;
-    };
-    const Case cases[] = {
-        {"127.0.0.1", "0", nullptr, ""},
-        {"::1", "0", nullptr, ""},
-        {"0.0.0.0", "0", nullptr,
-         "Warning: address 0.0.0.0 is open to the network; requests need no password.\n"},
-        {"localhost", "0", "NX_BIND is no numeric address", ""},
-        {"192.0.2.1", "0", "Cannot assign requested address", ""},
-        {"", "65536", "NX_PORT is no port number", ""},
-        {"", "-1", "NX_PORT is no port number", ""},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(std::string(c.bindTo) + " " + c.port);
-        setenv("NX_BIND", c.bindTo, 1);
-        setenv("NX_PORT", c.port, 1);
-        LogCapture log;
-        NxServer server{};
-        const int code = nx_create_server(&server, &config);
-        EXPECT_STREQ(code == 0 ? nullptr : nx_strerror(code), c.error);
-        EXPECT_EQ(log.text(), c.log);
-        if (code != 0) continue;
-        auto *loop = static_cast<NxLoop *>(server.implementation);
-        loopClose(loop);
-        std::free(loop);
-    }
-    unsetenv("NX_BIND");
-    setenv("NX_PORT", "0", 1);
-    config.connections = 0;
-    EXPECT_STREQ(nx_strerror(nx_create_server(std::make_unique<NxServer>().get(), &config)),
-                 "Invalid argument");
 }
 
 }  // namespace

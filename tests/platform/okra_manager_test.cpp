@@ -100,35 +100,6 @@ TEST_F(OkraManager, KnowsAnApplicationByItsHandleWhileItRuns) {
     EXPECT_NE(APX_Get_Time_Info(handle, 0, record), 0);
 }
 
-TEST_F(OkraManager, KeepsSubscribersAndChangeListsInFiles) {
-    EXPECT_EQ(APX_Subscribe_Events(queue_.id(), 1, ALL), 0);
-    EXPECT_EQ(APX_Subscribe_Events(queue_.id(), 1, ALL), 0);
-    const std::string queue = std::to_string(queue_.id()) + "\n";
-    EXPECT_EQ(state("events"), queue);
-    EXPECT_EQ(APX_Subscribe_Events(TestQueue().id(), 1, ALL), 0);
-    const TestQueue third;  // the second is gone
-    EXPECT_EQ(APX_Subscribe_Events(third.id(), 1, ALL), 0);
-    EXPECT_EQ(state("events"), queue + std::to_string(third.id()) + "\n");
-    EXPECT_NE(APX_Subscribe_Events(-1, 1, ALL), 0);
-    root_.write("run/tarix/okra/events", "many\n");
-    EXPECT_STREQ(APX_Error(APX_Subscribe_Events(queue_.id(), 1, ALL)),
-                 "events: not the id of a queue");
-
-    runApp("ifstats");
-    const std::int32_t handle = APX_Get_Handle("ifstats");
-    const ListRequest request("vorn_sync", queue_.id());
-    EXPECT_EQ(APX_Create_Chg_List(handle, request.bytes, sizeof(request.bytes)), 0);
-    const ListRequest again("vorn_sync", third.id());
-    EXPECT_EQ(APX_Create_Chg_List(handle, again.bytes, sizeof(again.bytes)), 0);
-    EXPECT_EQ(state("changes/ifstats/vorn_sync"), std::to_string(third.id()) + "\n");
-    EXPECT_EQ(APX_Kill_Chg_List(handle, "vorn_sync"), 0);
-    EXPECT_FALSE(root_.exists("run/tarix/okra/changes/ifstats"));
-    EXPECT_STREQ(APX_Error(APX_Kill_Chg_List(handle, "vorn_sync")), "no such change list");
-    EXPECT_STREQ(APX_Error(APX_Kill_Chg_List(handle, "../x")), "bad name of a change list");
-    EXPECT_STREQ(APX_Error(APX_Create_Chg_List(-1, request.bytes, sizeof(request.bytes))),
-                 "no such application");
-}
-
 TEST_F(OkraManager, SavesTheStatesOfWhatRunsIntoOneWholeFile) {
     root_.makeDir("data");
     root_.write("data/.old.res.part", "left over");
@@ -163,23 +134,4 @@ TEST_F(OkraManager, SavesTheStatesOfWhatRunsIntoOneWholeFile) {
     EXPECT_STREQ(APX_Error(APX_Save_Mult_Config(request)), "bad number of applications to save");
     std::filesystem::remove_all(root_.path("run/tarix/okra"));
     EXPECT_EQ(save("data/x.res", {"a"}), "the application manager is not ready");
-}
-
-TEST_F(OkraManager, NeverShowsAHalfFileWhileOthersSave) {
-    root_.makeDir("data");
-    runApp("a");
-    std::vector<std::thread> savers;
-    for (int saver = 0; saver < 3; ++saver)
-        savers.emplace_back([&, saver] {
-            for (int i = 0; i < 10; ++i) {
-                // One file of all, and one of each.
-                EXPECT_EQ(save("data/x.res", {"a"}), "");
-                EXPECT_EQ(save("data/" + std::to_string(saver) + ".res", {"a"}), "");
-                EXPECT_EQ(root_.read("data/x.res"),
-                          "okra 1\napp a start=0 stop=0 restart=0 powerfail=0 status=0\n"
-                          "reg u8 r value=1\n");
-            }
-        });
-    for (std::thread &saver : savers) saver.join();
-    EXPECT_EQ(files("data"), 4);
 }

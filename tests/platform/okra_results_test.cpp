@@ -71,33 +71,6 @@ const std::string HEAD = "okra 1\napp ifstats\n";
 
 }  // namespace
 
-TEST(OkraResultsFile, ReadsNamesLabelsAndCountsAsTheyAreWritten) {
-    Seen seen{};
-    ASSERT_EQ(
-        load("okra 1\r\n"
-             "# a comment with \x01 and \"\r\n"
-             "\t\r\n"
-             "app  \"my app\"\tstart=4294967295 stop=0x10 restart=3 powerfail=4 status=255\r\n"
-             "reg sel \"a \\\"b\\\" \\\\c\" labels=\"dn|up\\\"|\" value=\"1\" invalid\n"
-             "reg bits b labels=|LOS||\xC3\xA4 value=2\n"
-             "  reg u8 c\n"
-             "app empty-one regs=-5\n"
-             "app a-name-that-is-longer-than-the-record-is regs=2000000000\n"
-             "reg u8 d",
-             &seen),
-        "");
-    const std::vector<std::string> expected = {
-        "my app 4294967295 16 3 255 4 regs=3",
-        "  0 9 a \"b\" \\c flags=2 dn,up\",-,-,",
-        "  1 23 b flags=0 -,LOS,-,\xC3\xA4,",
-        "  2 1 c flags=0 -,-,-,-,",
-        "empty-one 0 0 0 0 0 regs=-5",
-        "a-name-that-is- 0 0 0 0 0 regs=2000000000",
-        "  0 1 d flags=0 -,-,-,-,",
-    };
-    EXPECT_EQ(seen.lines, expected);
-}
-
 TEST(OkraResultsFile, NamesLineAndReasonOfTheFirstBrokenRule) {
     const std::string longName(64, 'n');
     const std::pair<std::string, const char *> files[] = {

@@ -18,37 +18,6 @@ PktMessage over(std::string *bytes) {
     return message;
 }
 
-TEST(PktItems, ComeBackInOrderAndStandOnTheWireAsDocumented) {
-    std::string memory(18, 'x');
-    PktMessage message = over(&memory);
-    pktInitFull(&message, 261, -2, 7);
-    EXPECT_EQ(pktPutString(&message, "eth1"), PKT_OK);
-    EXPECT_EQ(pktPut16(&message, 0xFE01), PKT_OK);
-    EXPECT_EQ(pktPutString(&message, ""), PKT_OK);
-    EXPECT_EQ(pktPut16(&message, 5), PKT_OK);
-    EXPECT_EQ(pktPut16(&message, 6), PKT_BAD_ITEM);  // two bytes are left
-    EXPECT_EQ(pktPutString(&message, ""), PKT_BAD_ITEM);
-    EXPECT_EQ(memory, std::string("\2\0\4eth1\1\xFE\1\2\0\0\1\0\5xx", 18));
-
-    std::uint8_t header[PKT_HEADER_SIZE];
-    pktEncodeHeader(&message, header);
-    EXPECT_EQ(std::string(reinterpret_cast<char *>(header), sizeof header),
-              std::string("\0\0\0\x10\1\5\0\0\xFF\xFF\xFF\xFE\0\0\0\7", 16));
-
-    char text[5];
-    std::uint16_t number = 0;
-    std::uint32_t position = 0;
-    EXPECT_EQ(pktGetString(&message, text, sizeof text, &position), PKT_OK);
-    EXPECT_STREQ(text, "eth1");
-    EXPECT_EQ(pktGet16(&message, &number, &position), PKT_OK);
-    EXPECT_EQ(number, 0xFE01);
-    EXPECT_EQ(pktGetString(&message, text, 1, &position), PKT_OK);
-    EXPECT_STREQ(text, "");
-    EXPECT_EQ(pktGet16(&message, &number, &position), PKT_OK);
-    EXPECT_EQ(position, 16u);
-    EXPECT_EQ(pktGet16(&message, &number, &position), PKT_BAD_ITEM);
-}
-
 TEST(PktItems, ThatCannotBeReadLeavePositionAndBufferAlone) {
     using namespace std::string_literals;
     const std::pair<std::string, std::uint32_t> cases[] = {

@@ -162,15 +162,3 @@ TEST_F(Quota, HasEightSlotsAndRefusesHandlesThatAreNotInUse) {
             EXPECT_EQ(result, QUOTA_NONE);
     EXPECT_EQ(install(&folder, 1, FULL_STOP), 5);
 }
-
-TEST_F(Quota, SendsTheFirstControlAndDoesNotRepeatARefusedOne) {
-    EXPECT_EQ(enableNewMeas(1), MEAS_OK);
-    std::filesystem::remove_all(root_.path("run/tarix/okra"));
-    const LogCapture log(2);
-    EXPECT_EQ(enableNewMeas(1), MEAS_OK);  // not sent
-    EXPECT_EQ(enableNewMeas(0), MEAS_REFUSED);
-    EXPECT_EQ(enableNewMeas(0), MEAS_OK);
-    initMeasControl();
-    EXPECT_EQ(enableNewMeas(0), MEAS_REFUSED);
-    EXPECT_EQ(log.text(), std::string(DISABLED) + DISABLED);
-}

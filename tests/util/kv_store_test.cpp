@@ -195,19 +195,6 @@ TEST(KvSignal, KeepsAWordUntilAWaitTakesIt) {
     EXPECT_EQ(kvWaitAbs(&s.kv, &word, &invalid), KV_TIMEOUT);
 }
 
-TEST(KvSignal, ReachesAThreadThatWaitsForTheLongestTime) {
-    for (const std::uint32_t limit : {VORN_WAIT_FOREVER, VORN_NO_WAIT - 1}) {
-        Store s;
-        std::uint32_t word = 0;
-        std::int32_t result = -1;
-        std::thread waiting([&] { result = kvWait(&s.kv, &word, limit); });
-        kvSignal(&s.kv, 5);
-        waiting.join();
-        EXPECT_EQ(result, KV_OK);
-        EXPECT_EQ(word, 5u);
-    }
-}
-
 TEST(KvSignal, ACancelledWaitLeavesTheLockFree) {
     const auto waitInVain = [](void *kv) -> void * {
         kvWait(static_cast<KvStore *>(kv), nullptr, VORN_WAIT_FOREVER);
@@ -224,20 +211,4 @@ TEST(KvSignal, ACancelledWaitLeavesTheLockFree) {
     }
     ASSERT_EQ(pthread_mutex_trylock(&s.kv.lock), 0);
     pthread_mutex_unlock(&s.kv.lock);
-}
-
-TEST(KvStore, IsWholeForSeveralThreads) {
-    Store s;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&s, t] {
-            for (int i = 0; i < 200; ++i) {
-                s.replace(("k" + std::to_string((i + t) % 5)).c_str(), i);
-                kvDel(&s.kv, "k3");
-                std::free(kvGetCopy(&s.kv, "k1", sizeof(int)));
-            }
-        });
-    for (std::thread &t : threads) t.join();
-    EXPECT_EQ(kvDel(&s.kv, "k3"), KV_NOT_FOUND);
-    EXPECT_EQ(s.text().size(), 4 * std::string("k0=199 ").size());
 }

@@ -99,31 +99,6 @@ TEST(MsgQueue, MatchesDiscardsAndFlushes) {
     EXPECT_EQ(mqPop(&q.mq, nullptr), 1);  // null means free
 }
 
-TEST(MsgQueue, WakesWaitingConsumersAndLosesNoItem) {
-    constexpr int CONSUMERS = 3;
-    constexpr int ITEMS = 300;
-    Queue q;
-    std::atomic<int> sum = 0;
-    std::vector<std::thread> threads;
-    int numbers[ITEMS];
-    for (int t = 0; t < CONSUMERS; ++t)
-        threads.emplace_back([&q, &sum] {
-            for (;;) {
-                std::uint32_t type = 0;
-                const void *data = mqGet(&q.mq, nullptr, &type, VORN_NO_WAIT - 1);
-                if (type == 0) return;  // the end
-                sum += *static_cast<const int *>(data);
-            }
-        });
-    for (int i = 0; i < ITEMS; ++i) {
-        numbers[i] = i;
-        mqPut(&q.mq, &numbers[i], 1, 0, 0);
-    }
-    for (int t = 0; t < CONSUMERS; ++t) mqPut(&q.mq, &numbers[0], 0, 0, 0);
-    for (std::thread &t : threads) t.join();
-    EXPECT_EQ(sum, ITEMS * (ITEMS - 1) / 2);
-}
-
 TEST(MsgQueue, ACancelledWaitLeavesTheLockFreeAndTheItemsThere) {
     const auto waitInVain = [](void *mq) -> void * {
         std::uint32_t selector = 2;
