@@ -172,7 +172,9 @@ char *vorn_copy_dict_value(DictResolver *dict, const char *key);
  * A thread-safe list of text keys (at most 64 characters, longer ones are cut) and values that the
  * store owns, with a lock, an optional capacity and order, and a word on which threads can wait.
  * Any thread may call any operation. Callbacks run under the store's lock and call no operation of
- * the same store unless it is recursive. Waits are cancellation points that leave the lock free. */
+ * the same store unless it is recursive. Then they may call any: an element that a callback deletes
+ * is not visited any more, one that it adds is when it comes behind, and a match whose callback
+ * deleted its own element gives none. Waits are cancellation points that leave the lock free. */
 
 enum {
     KV_OK = 0,

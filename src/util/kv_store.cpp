@@ -29,21 +29,23 @@ KvElem *findKey(const KvStore *store, const char *key) {
     return elem;
 }
 
+// Callbacks may change a recursive store under their own walk: util/linked_list.h tells how a walk
+// lives through that. One whose match deleted it is no match.
 KvElem *findMatch(const KvStore *store, KvMatchFn match, void *argument) {
-    KvElem *elem = store->first;
-    while (elem != nullptr && match(elem->key, elem->value, argument) == KV_NO_MATCH)
-        elem = elem->next;
-    return elem;
+    Walk walk(store);
+    while (KvElem *elem = walk.step())
+        if (match(elem->key, elem->value, argument) != KV_NO_MATCH && walk.current() != nullptr)
+            return elem;
+    return nullptr;
 }
 
 // Links a new or moved element in its sorted place, behind those that compare equal.
 void linkSorted(KvStore *store, KvElem *elem) {
+    Walk walk(store);
     KvElem *next = nullptr;
-    if (store->sortMethod != nullptr) {
-        next = store->first;
-        while (next != nullptr &&
-               store->sortMethod(next->value, elem->value, store->context) != KV_AFTER)
-            next = next->next;
+    while (store->sortMethod != nullptr && (next = walk.step()) != nullptr) {
+        const bool after = store->sortMethod(next->value, elem->value, store->context) == KV_AFTER;
+        if (after && walk.current() != nullptr) break;
     }
     linkBefore(store, elem, next);
 }
@@ -100,9 +102,10 @@ void *copyOf(const void *value, std::int32_t size) {
 }
 
 std::int32_t mergeElems(KvStore *destination, const KvStore *source, std::int32_t size) {
-    for (const KvElem *elem = source->first; elem != nullptr; elem = elem->next) {
+    Walk walk(source);
+    while (const KvElem *elem = walk.step()) {
         HeapGuard<void> copy(copyOf(elem->value, size));
-        if (elem->value != nullptr && !copy) return KV_FULL;
+        if (elem->value != nullptr && size > 0 && !copy) return KV_FULL;
         const std::int32_t result = putElem(destination, elem->key, copy.get());
         if (result != KV_OK) return result;
         static_cast<void>(copy.release());
@@ -180,12 +183,11 @@ std::int32_t kvCondDel(KvStore *store, KvMatchFn match, void *argument) {
     const MutexGuard lock = lockForWork(&store->lock);
     std::int32_t result = KV_NOT_FOUND;
     std::int32_t matched = KV_NO_MATCH;
-    for (KvElem *elem = store->first, *next; elem != nullptr && matched != KV_MATCH_STOP;
-         elem = next) {
+    Walk walk(store);
+    while (KvElem *elem = matched != KV_MATCH_STOP ? walk.step() : nullptr) {
         matched = match(elem->key, elem->value, argument);
-        next = elem->next;
         if (matched == KV_NO_MATCH) continue;
-        deleteElem(store, elem);
+        if (walk.current() != nullptr) deleteElem(store, elem);
         result = KV_OK;
     }
     return result;
@@ -218,10 +220,8 @@ std::int32_t kvIterate(KvStore *store, KvMatchFn match, void *argument) {
     const MutexGuard lock = lockForWork(&store->lock);
     std::int32_t matches = 0;
     std::int32_t matched = KV_NO_MATCH;
-    // The next one is known beforehand, since match may delete its element from a recursive store.
-    for (KvElem *elem = store->first, *next; elem != nullptr && matched != KV_MATCH_STOP;
-         elem = next) {
-        next = elem->next;
+    Walk walk(store);
+    while (const KvElem *elem = matched != KV_MATCH_STOP ? walk.step() : nullptr) {
         matched = match(elem->key, elem->value, argument);
         if (matched != KV_NO_MATCH) ++matches;
     }
@@ -238,8 +238,10 @@ void *kvGetCopy(KvStore *store, const char *key, std::int32_t size) {
 void *kvCondGetCopy(KvStore *store, KvCopyMatchFn match, void *argument, std::int32_t size) {
     if (store == nullptr || match == nullptr) return nullptr;
     const MutexGuard lock = lockForWork(&store->lock);
-    for (const KvElem *elem = store->first; elem != nullptr; elem = elem->next)
-        if (match(elem->key, elem->value, argument, &size) != KV_NO_MATCH)
+    Walk walk(store);
+    while (const KvElem *elem = walk.step())
+        if (match(elem->key, elem->value, argument, &size) != KV_NO_MATCH &&
+            walk.current() != nullptr)
             return copyOf(elem->value, size);
     return nullptr;
 }
@@ -278,7 +280,7 @@ void kvFreeList(char **list) {
 // ---- two stores ----
 
 std::int32_t kvCopy(KvStore *destination, KvStore *source, std::int32_t size) {
-    if (!areTwo(destination, source) || size <= 0) return KV_BAD_ARG;
+    if (!areTwo(destination, source)) return KV_BAD_ARG;
     const MutexGuard lock = lockForWork(&destination->lock);
     const MutexGuard sourceLock = lockForWork(&source->lock);
     deleteAll(destination);
@@ -286,7 +288,7 @@ std::int32_t kvCopy(KvStore *destination, KvStore *source, std::int32_t size) {
 }
 
 std::int32_t kvMerge(KvStore *destination, KvStore *source, std::int32_t size) {
-    if (!areTwo(destination, source) || size <= 0) return KV_BAD_ARG;
+    if (!areTwo(destination, source)) return KV_BAD_ARG;
     const MutexGuard lock = lockForWork(&destination->lock);
     const MutexGuard sourceLock = lockForWork(&source->lock);
     return mergeElems(destination, source, size);
@@ -297,7 +299,8 @@ std::int32_t kvCompare(KvStore *a, KvStore *b, KvCompareFn compare, void *contex
     const MutexGuard lock = lockForWork(&a->lock);
     const MutexGuard lockOfB = lockForWork(&b->lock);
     if (a->count != b->count) return STORES_DIFFER;
-    for (const KvElem *elem = a->first; elem != nullptr; elem = elem->next) {
+    Walk walk(a);
+    while (const KvElem *elem = walk.step()) {
         const KvElem *other = findKey(b, elem->key);
         if (other == nullptr) return STORES_DIFFER;
         if (compare != nullptr && compare(elem->value, other->value, context) != KV_EQUAL)
@@ -331,10 +334,17 @@ std::int32_t kvSort(KvStore *store, KvCompareFn compare, std::uint8_t descending
     // let a pass be the last.
     for (std::int32_t pass = 0; swapped && pass < store->count; ++pass) {
         swapped = false;
-        for (KvElem *elem = store->first; elem->next != nullptr;) {
+        for (KvElem *elem = store->first; elem != nullptr && elem->next != nullptr;) {
             KvElem *next = elem->next;
-            if (comparePair(elem, next, compare, context) == misplaced) {
-                unlinkElem(store, next);
+            const Walk first(store, elem);
+            const Walk second(store, next);
+            const bool swap = comparePair(elem, next, compare, context) == misplaced;
+            if (first.current() == nullptr || second.current() == nullptr) {
+                swapped = true;  // deleted by the comparison: the next pass sees the rest
+                break;
+            }
+            if (swap) {
+                unlinkElem(store, next, ELEM_MOVES);
                 linkBefore(store, next, elem);
                 swapped = true;
             } else {
@@ -351,9 +361,11 @@ std::int32_t kvSortElement(KvStore *store, const char *key) {
     if (store->sortMethod == nullptr) return KV_NO_SORT;
     KvElem *elem = findKey(store, key);
     if (elem == nullptr) return KV_NOT_FOUND;
-    if (!inOrder(store, elem->prev, elem) || !inOrder(store, elem, elem->next)) {
-        unlinkElem(store, elem);
-        linkSorted(store, elem);
-    }
+    const Walk watch(store, elem);
+    const bool placed = inOrder(store, elem->prev, elem) &&
+                        (watch.current() == nullptr || inOrder(store, elem, elem->next));
+    if (placed || watch.current() == nullptr) return KV_OK;
+    unlinkElem(store, elem, ELEM_MOVES);
+    linkSorted(store, elem);
     return KV_OK;
 }

@@ -20,10 +20,12 @@ std::int32_t matchSelector(std::uint32_t, std::uint32_t key, void *, void *argum
 // Up to putBefore, these run under the queue's lock.
 
 MqElem *findMatch(const MsgQueue *queue, MqMatchFn match, void *argument) {
-    MqElem *elem = queue->first;
-    while (elem != nullptr && match(elem->type, elem->key, elem->data, argument) == KV_NO_MATCH)
-        elem = elem->next;
-    return elem;
+    Walk walk(queue);  // match may change a recursive queue; an item that it took is no match
+    while (MqElem *elem = walk.step())
+        if (match(elem->type, elem->key, elem->data, argument) != KV_NO_MATCH &&
+            walk.current() != nullptr)
+            return elem;
+    return nullptr;
 }
 
 // Puts an item in front of `next` (null: at the back) and wakes one consumer.
@@ -123,10 +125,13 @@ void *mqCondGetms(MsgQueue *queue, MqMatchFn match, void *argument, std::uint32_
 
 std::int32_t mqPop(MsgQueue *queue, MqFreeFn freeData) {
     if (queue == nullptr) return 0;
-    const MutexGuard lock = lockForWork(&queue->lock);
-    MqElem *elem = takeFirst(queue);
-    if (elem == nullptr) return 0;
-    freeElem(elem, freeData);
+    HeapGuard<MqElem> taken;
+    {
+        const MutexGuard lock = lockForWork(&queue->lock);
+        taken.reset(takeFirst(queue));
+    }
+    if (!taken) return 0;
+    freeElem(taken.release(), freeData);
     return 1;
 }
 
@@ -135,11 +140,10 @@ std::int32_t mqCondDel(MsgQueue *queue, MqMatchFn match, void *argument) {
     const MutexGuard lock = lockForWork(&queue->lock);
     std::int32_t removed = 0;
     std::int32_t matched = KV_NO_MATCH;
-    for (MqElem *elem = queue->first, *next; elem != nullptr && matched != KV_MATCH_STOP;
-         elem = next) {
+    Walk walk(queue);
+    while (MqElem *elem = matched != KV_MATCH_STOP ? walk.step() : nullptr) {
         matched = match(elem->type, elem->key, elem->data, argument);
-        next = elem->next;
-        if (matched == KV_NO_MATCH) continue;
+        if (matched == KV_NO_MATCH || walk.current() == nullptr) continue;
         unlinkElem(queue, elem);
         freeElem(elem, queue->freeData);
         ++removed;

@@ -124,17 +124,59 @@ TEST(KvStore, VisitsUntilAMatchStopsTheWalk) {
     EXPECT_EQ(kvCondGetCopy(&s.kv, negativeSize, nullptr, 4), nullptr);
 }
 
-TEST(KvStore, MayLoseTheVisitedElementWhenRecursive) {
-    Store s(0, KV_RECURSIVE);
-    s.add("a", 1);
-    s.add("b", 2);
-    const auto deleteIt = [](const char *key, void *, void *store) -> std::int32_t {
-        return kvDel(static_cast<KvStore *>(store), key) == KV_OK ? KV_MATCH_GO_ON : KV_NO_MATCH;
+TEST(KvStore, SurvivesWhatItsCallbacksDoToItWhenRecursive) {
+    static Store *store;
+    static std::string doomed;  // keys that the callback for "b" deletes; "*" flushes
+    const auto change = [](const char *key, void *, void *) -> std::int32_t {
+        if (*key == 'b' && doomed == "*") kvFlush(&store->kv);
+        if (*key == 'b')
+            for (const char c : doomed) kvDel(&store->kv, std::string(1, c).c_str());
+        return KV_MATCH_GO_ON;
     };
-    EXPECT_EQ(kvLock(&s.kv), 0);
-    EXPECT_EQ(kvIterate(&s.kv, deleteIt, &s.kv), 2);
-    EXPECT_EQ(kvUnlock(&s.kv), 0);
-    EXPECT_EQ(s.text(), "");
+    struct Case {
+        const char *doomed;
+        int visited;
+        const char *left, *leftByDel;
+    };
+    for (const Case &c : {Case{"b", 4, "a=1 c=3 d=4 ", ""},
+                          {"c", 3, "a=1 b=2 d=4 ", ""},
+                          {"bc", 3, "a=1 d=4 ", ""},
+                          {"abcd", 2, "", ""},
+                          {"*", 2, "", ""}}) {
+        SCOPED_TRACE(c.doomed);
+        Store s(0, KV_RECURSIVE);
+        store = &s;
+        doomed = c.doomed;
+        const auto fill = [&s] {
+            for (const char key : {'a', 'b', 'c', 'd'})
+                s.replace(std::string(1, key).c_str(), key - 'a' + 1);
+        };
+        fill();
+        EXPECT_EQ(kvLock(&s.kv), 0);
+        EXPECT_EQ(kvIterate(&s.kv, change, nullptr), c.visited);
+        EXPECT_EQ(kvUnlock(&s.kv), 0);
+        EXPECT_EQ(s.text(), c.left);
+        fill();
+        EXPECT_EQ(kvCondDel(&s.kv, change, nullptr), KV_OK);
+        EXPECT_EQ(s.text(), c.leftByDel);
+        fill();
+        const auto takeB = [](const char *key, void *, void *) -> std::int32_t {
+            if (*key != 'b') return KV_NO_MATCH;
+            kvDel(&store->kv, key);
+            kvDel(&store->kv, "c");
+            return KV_MATCH_STOP;
+        };
+        EXPECT_EQ(kvCondGet(&s.kv, takeB, nullptr), nullptr);
+        EXPECT_EQ(kvSort(
+                      &s.kv,
+                      [](const void *a, const void *, void *) -> std::int32_t {
+                          if (valueOf(a) == 1) kvDel(&store->kv, "a");
+                          return KV_EQUAL;
+                      },
+                      0, nullptr),
+                  KV_OK);
+        EXPECT_EQ(s.text(), "d=4 ");
+    }
 }
 
 TEST(KvStore, SortsOnInsertionOnDemandAndElementByElement) {
@@ -178,6 +220,8 @@ TEST(KvStore, CopiesAndMergesTwoStores) {
     EXPECT_EQ(kvMerge(&b.kv, &a.kv, sizeof(int)), KV_FULL);  // the copy of q is freed
     EXPECT_EQ(b.text(), "x=1 y=2 p=5 ");
     EXPECT_EQ(kvMerge(&a.kv, &a.kv, sizeof(int)), KV_BAD_ARG);  // would wait for itself
+    EXPECT_EQ(kvCopy(&b.kv, &a.kv, 0), KV_FULL);
+    EXPECT_EQ(b.text(), "x=-1 y=-1 p=-1 ");  // no bytes are no value
 }
 
 TEST(KvSignal, KeepsAWordUntilAWaitTakesIt) {
