@@ -128,9 +128,9 @@ TEST(KvStore, SurvivesWhatItsCallbacksDoToItWhenRecursive) {
     static Store *store;
     static std::string doomed;  // keys that the callback for "b" deletes; "*" flushes
     const auto change = [](const char *key, void *, void *) -> std::int32_t {
-        if (*key == 'b' && doomed == "*") kvFlush(&store->kv);
-        if (*key == 'b')
-            for (const char c : doomed) kvDel(&store->kv, std::string(1, c).c_str());
+        if (*key != 'b') return KV_MATCH_GO_ON;
+        if (doomed == "*") kvFlush(&store->kv);  // the key is gone from here on
+        for (const char c : doomed) kvDel(&store->kv, std::string(1, c).c_str());
         return KV_MATCH_GO_ON;
     };
     struct Case {
