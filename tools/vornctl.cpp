@@ -370,7 +370,7 @@ private:
         const std::string line = "  vornctl " + name + (example.empty() ? "" : " " + example);
         command->footer("Example:\n" + line);
         command->fallthrough();
-        command->callback([this, act] { act_ = act; });
+        command->callback([this, act = std::move(act)] { act_ = act; });
         examples_ += line + "\n";
         return command;
     }
