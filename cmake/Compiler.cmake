@@ -9,7 +9,10 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_compile_definitions(_GNU_SOURCE _TIME_BITS=64 _FILE_OFFSET_BITS=64)
-add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Wformat=2 -Werror -pthread)
+add_compile_options(-Wall -Wextra -Wconversion -Wshadow -Wformat=2 -pthread)
+if(VORN_WERROR)
+    add_compile_options(-Werror)
+endif()
 add_compile_options(-ffunction-sections -fdata-sections)
 add_link_options(-Wl,--gc-sections -pthread)
 

@@ -5,11 +5,8 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <set>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -21,9 +18,7 @@
 #include "dmon/dmon.h"
 #include "item_list.h"
 #include "output/dump_backend.h"
-#include "report/plugins.h"
 #include "report/report.h"
-#include "report/template_context.h"
 #include "report/user_vars.h"
 #include "results/dict_resolver.h"
 #include "results/results.h"
@@ -34,10 +29,6 @@ namespace {
 namespace fs = std::filesystem;
 
 enum ExitStatus : int { EXIT_MADE = 0, EXIT_FAILED = 1, EXIT_USAGE = 2 };
-
-// A message names its place as "path:line": the path whose lines of 5 digits still fit.
-constexpr std::size_t LONGEST_PLACE_PATH = TEMPLATE_PLACE_SIZE - sizeof ":12345";
-constexpr std::size_t MOST_INCLUDES_READ = 100;
 
 struct Arguments {
     std::string results, templateFile, output;
@@ -126,53 +117,6 @@ void checkArguments(Arguments *args) {
 
 // ---- paths ----
 
-// The name that an include tag gives, as it stands; empty for another tag.
-std::string includedName(std::string_view tag) {
-    const std::size_t file = tag.find("file");
-    if (!tag.starts_with("<include ") || file == std::string::npos) return {};
-    const std::size_t start = tag.find_first_not_of(" ='\"", file + sizeof "file" - 1);
-    if (start == std::string::npos) return {};
-    return std::string(tag.substr(start, tag.find_first_of(",('\"", start) - start));
-}
-
-// Whether messages would lose the line of a place in a template or in what it includes. A template
-// that includes very much counts as one.
-bool losesPlaces(const std::string &path, std::set<std::string> *known) {
-    if (path.size() > LONGEST_PLACE_PATH || known->size() > MOST_INCLUDES_READ) return true;
-    std::error_code error;
-    if (!known->insert(path).second || !fs::is_regular_file(path, error)) return false;
-    const std::string folder = path.substr(0, path.rfind('/') + 1);
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) {
-        std::size_t end = 0;
-        for (std::size_t tag = line.find('<'); tag != std::string::npos;
-             tag = line.find('<', end)) {
-            end = line.find('>', tag);
-            if (end == std::string::npos) break;
-            const std::string name = includedName(std::string_view(line).substr(tag, end - tag));
-            if (!name.empty() && name.front() != '/' && losesPlaces(folder + name, known))
-                return true;
-        }
-    }
-    return false;
-}
-
-// Enters the template's folder where places in messages, or the paths of included files, would be
-// cut by the engine.
-void enterTemplateFolder(Arguments *args) {
-    const fs::path path = args->templateFile;
-    const fs::path folder = path.parent_path();
-    std::error_code error;
-    std::set<std::string> known;
-    if (!fs::is_directory(folder, error) || !losesPlaces(args->templateFile, &known)) return;
-    for (std::string *other : {&args->results, &args->output, &args->dictDir})
-        *other = fs::absolute(*other, error).string();
-    static const std::string started = fs::current_path(error).string();
-    pluginStartFolder = started.c_str();
-    fs::current_path(folder, error);
-    args->templateFile = error ? fs::absolute(path).string() : path.filename().string();
-}
-
 // Whether the engine, which builds the path of a dictionary file in OPTION_PATH_SIZE bytes, can
 // read every file that a dictionary in this folder may have.
 bool fitsDictPath(const std::string &folder) {
@@ -213,20 +157,22 @@ bool setVariables(const Arguments &args) {
     return true;
 }
 
-int makeReport(Arguments *args) {
-    if (args->dictDir.empty()) args->dictDir = fs::path(args->templateFile).parent_path().string();
-    if (args->dictDir.empty()) args->dictDir = ".";
-    enterTemplateFolder(args);
-    const DescriptorGuard dictFolder = setDictDir(args->dictDir);
-    opt_lang_id.set(args->lang);
-    copyPiece(opt_dflt_lang_id, args->defLang);
-    if (!setVariables(*args)) {
+int makeReport(const Arguments &args) {
+    const std::size_t name = args.templateFile.rfind('/') + 1;  // npos + 1 is 0
+    const std::string folder = args.templateFile.substr(0, name);
+    std::string dictDir = args.dictDir;
+    if (dictDir.empty()) dictDir = fs::path(args.templateFile).parent_path().string();
+    const DescriptorGuard dictFolder = setDictDir(dictDir.empty() ? "." : dictDir);
+    opt_lang_id.set(args.lang);
+    copyPiece(opt_dflt_lang_id, args.defLang);
+    if (!setVariables(args)) {
         std::fputs("vorn-report: the user variables cannot be stored\n", stderr);
         return EXIT_FAILED;
     }
-    const std::uint32_t format = args->format == "pdf" ? RPT_FMT_PDF : RPT_FMT_TXT;
-    const int result = generateReport(args->results.c_str(), args->templateFile.c_str(),
-                                      args->output.c_str(), 0, format, &kv_urv, args->dict.c_str());
+    const std::uint32_t format = args.format == "pdf" ? RPT_FMT_PDF : RPT_FMT_TXT;
+    const int result =
+        generateReport(args.results.c_str(), args.templateFile.c_str() + name, args.output.c_str(),
+                       0, format, &kv_urv, args.dict.c_str(), nullptr, folder.c_str());
     return result == REPORT_OK ? EXIT_MADE : EXIT_FAILED;
 }
 
@@ -259,7 +205,7 @@ int run(int argc, char **argv) {
     }
     dmon_set_level(1 + args.verbose);
     if (setDefaults() != 0 || initResultsLoader() != RESULTS_OK) return EXIT_FAILED;
-    return args.items ? listItems(args) : makeReport(&args);
+    return args.items ? listItems(args) : makeReport(args);
 }
 
 }  // namespace

@@ -2,7 +2,9 @@
 #include "report/merge.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -217,24 +219,23 @@ int interpretTemplate(Merge *merge) {
     return result;
 }
 
-constexpr std::size_t OPEN_ITEM_SIZE = TEMPLATE_PATH_SIZE + 48;  // "iterate (path:line), "
-using OpenList = char[(TEMPLATE_MAX_SECTIONS + TEMPLATE_MAX_ITERATIONS + 1) * OPEN_ITEM_SIZE];
+using OpenList = char[4096];  // a message has no more
 
 // Adds "name (place)" to a list of what is still open.
-void listOpen(OpenList &list, const char *what, const TemplatePlace *place) {
-    char item[OPEN_ITEM_SIZE];
-    std::snprintf(item, sizeof item, "%s%s (%s:%d)", list[0] != '\0' ? ", " : "", what, place->path,
-                  place->lineNo);
-    safe_strncat(list, item, sizeof list);
+void listOpen(const TemplateContext *ctx, OpenList &list, const char *what,
+              const TemplatePlace *place) {
+    const std::size_t length = std::strlen(list);
+    std::snprintf(list + length, sizeof list - length, "%s%s (%s%s:%d)", length > 0 ? ", " : "",
+                  what, templateFolder(ctx, place->path), place->path, place->lineNo);
 }
 
 void warnUnclosed(TemplateContext *ctx) {
     OpenList list = "";
     for (std::int32_t i = 0; i < ctx->sectionLevel; ++i)
-        listOpen(list, "section", &ctx->sectionPlaces[i]);
+        listOpen(ctx, list, "section", &ctx->sectionPlaces[i]);
     for (std::int32_t i = 0; i < ctx->iterDepth; ++i)
-        listOpen(list, "iterate", &ctx->iterationPlaces[i]);
-    if (ctx->rowPlace.path[0] != '\0') listOpen(list, "row", &ctx->rowPlace);
+        listOpen(ctx, list, "iterate", &ctx->iterationPlaces[i]);
+    if (ctx->rowPlace.path[0] != '\0') listOpen(ctx, list, "row", &ctx->rowPlace);
     if (list[0] != '\0')
         templateFinding(ctx, FINDING_UNCLOSED, "template ends with open clauses: %s.", list);
 }
@@ -262,7 +263,7 @@ int runMerge(Merge *merge, const char *dictName) {
 
 int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *report,
                   const char *templatePath, std::uint32_t format, KvStore *userVars,
-                  const char *dictName, const char *reportName) {
+                  const char *dictName, const char *reportName, const char *folder) {
     // Some 70 KiB: too much for the small stacks of other people's threads.
     const HeapGuard<Merge> merge(static_cast<Merge *>(std::calloc(1, sizeof(Merge))));
     if (!merge) {
@@ -272,6 +273,7 @@ int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *re
     TemplateContext *ctx = &merge->ctx;
     ctx->results = results;
     ctx->reportName = reportName;
+    ctx->folder = folder;
     merge->userVars = userVars;
     merge->row.format = &merge->rowFormat;
 

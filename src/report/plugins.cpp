@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "report/plugins.h"
 
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,8 +11,6 @@
 #include "report/template_error.h"
 #include "report/template_params.h"
 #include "storage/strings.h"
-
-const char *pluginStartFolder = nullptr;
 
 namespace {
 
@@ -57,17 +53,8 @@ bool speaksOurAbi(TemplateContext *ctx, void *handle, const char *path) {
     return false;
 }
 
-// A name without '/' is looked for among the system's libraries.
-void *openLibrary(const char *path) {
-    if (pluginStartFolder == nullptr || path[0] == '/' || std::strchr(path, '/') == nullptr)
-        return dlopen(path, RTLD_NOW);
-    char whole[PATH_MAX + TEMPLATE_PATH_SIZE];
-    std::snprintf(whole, sizeof whole, "%s/%s", pluginStartFolder, path);
-    return dlopen(whole, RTLD_NOW);
-}
-
 int loadLibrary(TemplateContext *ctx, const char *path, void **handle) {
-    *handle = openLibrary(path);
+    *handle = dlopen(path, RTLD_NOW);
     if (*handle == nullptr) {
         const char *reason = dlerror();
         templateError(ctx, MERGE_TEMPLATE_ERROR, "could not find library file '%s'.", path);

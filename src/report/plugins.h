@@ -9,10 +9,6 @@
 // The declared plug-in of a name, or null.
 TemplatePlugin *findPlugin(TemplateContext *ctx, std::string_view name);
 
-// Where relative paths of libraries begin, for a program that left the folder it was started in
-// before it makes reports; null: the current folder. Stays the program's.
-extern const char *pluginStartFolder;
-
 // Loads a library, declares its plug-in and calls its init function. There is room for a plug-in.
 //   plugin    name and end call; the rest is filled in
 //   initCall  function(name:value;...)

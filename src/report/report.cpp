@@ -2,6 +2,7 @@
 #include "report/report.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -82,12 +83,12 @@ int beginReport(WholeFile *file, const char *reportPath) {
 // Loads the results and merges them into the open report file.
 int fillReport(std::FILE *report, const char *resultsPath, std::FILE *templateFile,
                const char *templatePath, std::uint32_t format, KvStore *userVars,
-               const char *dictName, const char *name) {
+               const char *dictName, const char *name, const char *folder) {
     Results *loaded = nullptr;
     if (loadResultsFile(resultsPath, &loaded) != RESULTS_OK) return REPORT_NO_INPUT;
     const ResultsGuard results(loaded);
     return mergeTemplate(results.get(), templateFile, report, templatePath, format, userVars,
-                         dictName, name);
+                         dictName, name, folder);
 }
 
 }  // namespace
@@ -102,15 +103,18 @@ int initReports() {
 
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t /*flags*/, std::uint32_t format, KvStore *userVars,
-                   const char *dictName, const char *name) {
+                   const char *dictName, const char *name, const char *folder) {
     quotaRefreshCount(reportQuotaId);
     if (quotaCheckBefore(reportQuotaId, 1) == QUOTA_REFUSED) {
         dmon_log(1, "Error: too many report files.\n");
         return REPORT_QUOTA_FULL;
     }
-    const FileGuard templateFile = openForReading(templatePath);
+    char wholePath[PATH_MAX + NAME_MAX];
+    std::snprintf(wholePath, sizeof wholePath, "%s%s", folder != nullptr ? folder : "",
+                  templatePath);
+    const FileGuard templateFile = openForReading(wholePath);
     if (!templateFile) {
-        dmon_log(1, "Error opening template file '%s': %s\n", templatePath, std::strerror(errno));
+        dmon_log(1, "Error opening template file '%s': %s\n", wholePath, std::strerror(errno));
         return REPORT_NO_INPUT;
     }
     WholeFile report;
@@ -120,7 +124,7 @@ int generateReport(const char *resultsPath, const char *templatePath, const char
         return REPORT_NOT_CREATED;
     }
     int result = fillReport(report.stream(), resultsPath, templateFile.get(), templatePath, format,
-                            userVars, dictName, name);
+                            userVars, dictName, name, folder);
     if (result != REPORT_OK) {
         report.drop();
         if (result == REPORT_NO_INPUT) return result;

@@ -28,10 +28,12 @@ int initReports();
 //   dictName  default dictionary (15 characters are used)
 //   name      what this report shows as `report-name`, whatever other threads set meanwhile; null:
 //             as the user variables say
+//   folder    of the template, for a program whose paths are longer than the service's: see
+//             mergeTemplate
 // Returns REPORT_OK or a negative code: ReportResult, or the merge's.
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t flags, std::uint32_t format, KvStore *userVars,
-                   const char *dictName, const char *name = nullptr);
+                   const char *dictName, const char *name = nullptr, const char *folder = nullptr);
 
 // Deletes every report file. Always 0.
 int deleteAllReports();

@@ -3,6 +3,7 @@
 // uses it.
 #pragma once
 
+#include <climits>
 #include <cstdint>
 #include <cstdio>
 
@@ -24,6 +25,7 @@ constexpr std::size_t TEMPLATE_LINE_SIZE = 1024;
 constexpr std::size_t TEMPLATE_TEXT_SIZE = 512;  // argument values, literals, expansions
 constexpr std::size_t TEMPLATE_NAME_SIZE = 16;   // arguments, parameters, variables
 constexpr std::size_t TEMPLATE_PLACE_SIZE = 48;
+constexpr std::size_t TEMPLATE_WHOLE_PATH_SIZE = PATH_MAX + TEMPLATE_PATH_SIZE;
 
 // Bytes of a file that are held at once. A loop whose body fits is run without touching the file
 // again.
@@ -110,6 +112,7 @@ struct TemplateContext {
     DictResolver dict;
     const Results *results;
     const char *reportName;  // the merge's own "report-name"; null: the user variable's
+    const char *folder;      // goes before relative paths below; null: none, and places are short
     std::int32_t fileDepth;
     TemplateFile files[TEMPLATE_MAX_FILES];
     char line[TEMPLATE_LINE_SIZE];  // a line that lies across the window's edge
@@ -121,10 +124,10 @@ struct TemplateContext {
     std::int32_t pluginCount;
     TemplatePlugin plugins[TEMPLATE_MAX_PLUGINS];
 
-    bool readFailed;                     // a template file could not be read to its end
-    std::int32_t passes;                 // of loop bodies, so far
-    char location[TEMPLATE_PLACE_SIZE];  // what getTemplateLine returns
-    char expansion[TEMPLATE_TEXT_SIZE];  // what expandTemplateString returns
+    bool readFailed;                          // a template file could not be read to its end
+    std::int32_t passes;                      // of loop bodies, so far
+    char location[TEMPLATE_WHOLE_PATH_SIZE];  // what getTemplateLine returns
+    char expansion[TEMPLATE_TEXT_SIZE];       // what expandTemplateString returns
     TemplatePlace sectionPlaces[TEMPLATE_MAX_SECTIONS];
     TemplatePlace iterationPlaces[TEMPLATE_MAX_ITERATIONS];
     TemplatePlace rowPlace;

@@ -6,12 +6,18 @@
 
 #include "storage/strings.h"
 
+const char *templateFolder(const TemplateContext *ctx, const char *path) {
+    return ctx->folder != nullptr && path[0] != '/' ? ctx->folder : "";
+}
+
 const char *getTemplateLine(TemplateContext *ctx) {
     const TemplateFile *file = currentFile(ctx);
     if (file == nullptr)
         copyPiece(ctx->location, "<unknown>");
     else
-        std::snprintf(ctx->location, sizeof ctx->location, "%s:%d", file->path, file->lineNo);
+        std::snprintf(ctx->location,
+                      ctx->folder != nullptr ? sizeof ctx->location : TEMPLATE_PLACE_SIZE,
+                      "%s%s:%d", templateFolder(ctx, file->path), file->path, file->lineNo);
     return ctx->location;
 }
 

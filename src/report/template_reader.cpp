@@ -9,6 +9,7 @@
 
 #include "report/template_error.h"
 #include "report/template_params.h"
+#include "report/template_place.h"
 #include "storage/files.h"
 #include "storage/strings.h"
 
@@ -42,6 +43,13 @@ bool fillWindow(TemplateContext *ctx, TemplateFile *file) {
         ctx->readFailed = true;
     }
     return file->windowLength > 0;
+}
+
+// Opens a template file, below the merge's folder when its path is relative.
+FileGuard openTemplate(const TemplateContext *ctx, const char *path) {
+    char whole[TEMPLATE_WHOLE_PATH_SIZE];
+    std::snprintf(whole, sizeof whole, "%s%s", templateFolder(ctx, path), path);
+    return openForReading(whole);
 }
 
 // The path of a file named in an include clause: absolute names and the template's own stand as
@@ -184,10 +192,11 @@ int pushTemplateFile(TemplateContext *ctx, IncludeSpec *wanted, std::FILE *strea
 
     FileGuard opened;
     if (stream == nullptr) {
-        opened = openForReading(path);
+        opened = openTemplate(ctx, path);
         if (!opened) {
             if ((wanted->flags & INCLUDE_OPTIONAL) != 0) return MERGE_OK;
-            return templateError(ctx, MERGE_TEMPLATE_ERROR, "file '%s' not found.", path);
+            return templateError(ctx, MERGE_TEMPLATE_ERROR, "file '%s%s' not found.",
+                                 templateFolder(ctx, path), path);
         }
     }
 

@@ -113,7 +113,8 @@ TEST(PluginInterface, InstalledBuildsTheExampleWithCMakeAndRunsIt) {
               readFile(source + "include/vorn/plugin.h"));
 
     const std::string work = installed.dir.path("example");
-    step({VORN_CMAKE, "-B", "build", "-DCMAKE_PREFIX_PATH=" + installed.path("")}, work);
+    step({VORN_CMAKE, "-G", "Ninja", "-B", "build", "-DCMAKE_PREFIX_PATH=" + installed.path("")},
+         work);
     step({VORN_CMAKE, "--build", "build"}, work);
     std::filesystem::rename(work + "/build/libstats.so", work + "/libstats.so");
     const Outcome outcome = installed.report("stats.tpl", "stats.txt");
