@@ -88,9 +88,9 @@ def inline(text):
 def filled(text):
     """Lines of a paragraph."""
     # Breaks go at blanks only, and not at one that a backslash holds.
-    held = text.replace("\\ ", "\0")
+    held = text.replace("\\ ", "\0\0")  # as wide as it stands in the source
     lines = textwrap.wrap(held, WIDTH, break_long_words=False, break_on_hyphens=False)
-    return [safe_start(line.replace("\0", "\\ ")) for line in lines]
+    return [safe_start(line.replace("\0\0", "\\ ")) for line in lines]
 
 
 # ---- blocks ----

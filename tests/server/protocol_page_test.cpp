@@ -3,7 +3,6 @@
 // the page, against the request server with the service's own callback.
 #include <algorithm>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string>
 
@@ -73,8 +72,10 @@ TEST(ProtocolPage, AndCompletionHaveEachRequest) {
         const Request &row = requestTable[i];
         std::string words = row.name;
         std::istringstream forms(row.words);
-        for (std::string form; forms >> form;)
-            words += " " + std::regex_replace(form, std::regex("[12]:"), "");
+        for (std::string form; forms >> form;) {
+            const std::size_t field = form.find(':');  // a digit says which field takes the word
+            words += " " + (field == std::string::npos ? form : form.erase(field - 1, 2));
+        }
         EXPECT_NE(page.find("\n| " + std::to_string(row.code) + " | `" + words + "` |"),
                   std::string::npos)
             << words;
