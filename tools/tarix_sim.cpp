@@ -95,8 +95,10 @@ void checkName(const char *app) {
 std::string runningApp(const char *app) {
     checkName(app);
     char path[ROOTED_PATH_SIZE];
-    if (okraFindApp(app, path) != OKRA_OK)
+    const int found = okraFindApp(app, path);
+    if (found == OKRA_NOT_RUNNING)
         throw Failure(std::string("application '") + app + "' does not run");
+    if (found != OKRA_OK) throw Failure(APX_Error(found));
     return path;
 }
 
@@ -245,8 +247,9 @@ void create(const char *const *args) {
     checkName(app);
     const DescriptorGuard lock = lockManager();
     char path[ROOTED_PATH_SIZE];
-    if (okraFindApp(app, path) == OKRA_OK)
-        throw Failure(std::string("application '") + app + "' runs already");
+    const int found = okraFindApp(app, path);
+    if (found != OKRA_OK && found != OKRA_NOT_RUNNING) throw Failure(APX_Error(found));
+    if (found == OKRA_OK) throw Failure(std::string("application '") + app + "' runs already");
     const std::string state = okraFile("apps", app);
     if (args[1] != nullptr) {
         writeState(state, app, readState(args[1]), args[1]);

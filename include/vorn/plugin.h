@@ -55,8 +55,8 @@ enum { VORN_VALUE_OWNED = 1 };
  *          plug-in's and valid until the row is written, at the latest until the end function.
  *   size   0; only a text that stands for the raw bytes of an array says how many there are, so
  *          that conv=arrayFloat takes four of them as a FLOAT
- *   flags  0 or VORN_VALUE_OWNED. Other bits, an unknown type, and a type or VORN_VALUE_OWNED
- *          without data end the report with a message. */
+ *   flags  0 or VORN_VALUE_OWNED. Other bits, and a type without data, end the report with a
+ *          message. A value of a type that is not below shows as no text. */
 typedef struct ItemValue ItemValue;
 struct ItemValue {
     uint32_t type; /* VORN_TYPE_... */

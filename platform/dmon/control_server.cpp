@@ -136,17 +136,25 @@ void *runServer(void *control) {
 
     for (;;) {
         if (server.control->spare < 0) server.control->spare = dup(server.control->wake);
+        // No more entries than descriptors: the system refuses more than the process may open.
         pollfd ready[2 + MAX_CLIENTS];
+        Client *waiting[2 + MAX_CLIENTS];
+        nfds_t entries = 2;
         ready[0] = {server.control->wake, POLLIN, 0};
         ready[1] = {server.pausing ? -1 : server.control->listener, POLLIN, 0};
-        for (int i = 0; i < MAX_CLIENTS; ++i) ready[2 + i] = {server.clients[i].fd, POLLIN, 0};
+        for (Client &client : server.clients) {
+            if (client.fd < 0) continue;
+            waiting[entries] = &client;
+            ready[entries++] = {client.fd, POLLIN, 0};
+        }
         const int lookAgain = dmon::notifyStatus(server.control->ops);
-        const int count = poll(ready, 2 + MAX_CLIENTS, server.pausing ? PAUSE : lookAgain);
-        server.pausing = false;
+        const int count = poll(ready, entries, server.pausing ? PAUSE : lookAgain);
+        server.pausing = count < 0 && errno != EINTR;
+        if (server.pausing) poll(nullptr, 0, PAUSE);
         if (count <= 0) continue;
         if (ready[0].revents != 0) break;
-        for (int i = 0; i < MAX_CLIENTS; ++i)
-            if (ready[2 + i].revents != 0) serveClient(&server, &server.clients[i]);
+        for (nfds_t i = 2; i < entries; ++i)
+            if (ready[i].revents != 0) serveClient(&server, waiting[i]);
         if (ready[1].revents != 0) acceptClient(&server);
     }
 

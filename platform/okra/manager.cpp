@@ -50,7 +50,7 @@ std::int32_t findSlot(const char *name) {
 void sweepSlots() {
     char path[ROOTED_PATH_SIZE];
     for (HandleSlot &slot : slots) {
-        if (okraFindApp(slot.name, path) == OKRA_OK) continue;
+        if (okraFindApp(slot.name, path) != OKRA_NOT_RUNNING) continue;
         slot.name[0] = '\0';
         slot.round = (slot.round + 1) % ROUNDS;
     }
@@ -137,6 +137,8 @@ int APX_Get_Time_Info(std::int32_t handle, int reserved, void *record) {
     result = okraPath(disabled, "disabled", name);
     if (result != OKRA_OK) return result;
     if (access(disabled, F_OK) == 0) return OKRA_DISABLED;
+    if (errno != ENOENT && errno != ENOTDIR)
+        return okraFail(OKRA_FILE_ERROR, "%s: %s", name, std::strerror(errno));
     OkraApp app{};
     result = okraReadApp(path, &app);
     if (result != OKRA_OK) return result;

@@ -94,11 +94,14 @@ int okraPath(char (&path)[ROOTED_PATH_SIZE], const char *folder, const char *nam
 }
 
 int okraFindApp(const char *name, char (&path)[ROOTED_PATH_SIZE]) {
+    if (!okraIsName(name, OKRA_APP_NAME_MAX)) return OKRA_NOT_RUNNING;
+    const int result = okraPath(path, "apps", name);
+    if (result != OKRA_OK) return result;
     struct stat status {};
-    if (okraIsName(name, OKRA_APP_NAME_MAX) && okraPath(path, "apps", name) == OKRA_OK &&
-        stat(path, &status) == 0 && S_ISREG(status.st_mode))
-        return OKRA_OK;
-    return OKRA_NOT_RUNNING;
+    if (stat(path, &status) == 0)
+        return S_ISREG(status.st_mode) ? static_cast<int>(OKRA_OK) : OKRA_NOT_RUNNING;
+    if (errno == ENOENT || errno == ENOTDIR) return OKRA_NOT_RUNNING;
+    return failFile(OKRA_FILE_ERROR, path, std::strerror(errno));
 }
 
 int okraWriteText(const char *path, const char *text) {

@@ -30,7 +30,8 @@ int okraLock(DescriptorGuard *lock);
 // VORN_ROOT. OKRA_OK or OKRA_FILE_ERROR.
 int okraPath(char (&path)[ROOTED_PATH_SIZE], const char *folder, const char *name = nullptr);
 
-// The path of a running application's state; OKRA_NOT_RUNNING when there is none.
+// The path of a running application's state; OKRA_NOT_RUNNING when there is none, another code when
+// that cannot be found out.
 int okraFindApp(const char *name, char (&path)[ROOTED_PATH_SIZE]);
 
 // Puts a text into a file that appears whole, with the folders above it. OKRA_OK or a code.

@@ -45,29 +45,32 @@ int failMemory(const ResultsReader *reader) {
                     static_cast<unsigned>(reader->lines.number()));
 }
 
-int failRead(const ResultsReader *reader, LineResult result) {
-    const unsigned number = reader->lines.number();
-    if (result == LINE_NO_MEMORY) return failMemory(reader);
+// Fails because one of the file's two readers does.
+int failRead(const LineReader &lines, LineResult result) {
+    const unsigned number = lines.number();
+    if (result == LINE_NO_MEMORY) return okraFail(OKRA_NO_MEMORY, "line %u: out of memory", number);
     if (result == LINE_FAILED)
         return okraFail(OKRA_FILE_ERROR, "line %u: %s", number, std::strerror(errno));
     return okraFail(OKRA_BAD_FILE, "line %u: longer than %zu bytes", number, TEXT_LINE_MAX);
 }
 
-// The number of `reg` lines up to the next `app` line. Lines that break a rule do not matter here:
-// the load fails when it comes to them.
-std::int32_t countRegs(LineReader *ahead) {
-    std::int32_t count = 0;
+// Counts the `reg` lines up to the next `app` line. Lines that break a rule do not matter here: the
+// load fails when it comes to them. OKRA_OK, or a code when the file cannot be read.
+int countRegs(LineReader *ahead, std::int32_t *count) {
+    *count = 0;
     std::string_view line;
-    while (ahead->next(&line) == LINE_READ) {
+    LineResult result = LINE_READ;
+    while ((result = ahead->next(&line)) == LINE_READ) {
         const std::size_t start = std::min(line.find_first_not_of(BLANKS), line.size());
         const std::string_view word = line.substr(start, 4);
         const bool ends =
             word.size() == 3 || (word.size() == 4 && (word[3] == ' ' || word[3] == '\t'));
         if (!ends) continue;
         if (word.starts_with("app")) break;
-        if (word.starts_with("reg")) ++count;
+        if (word.starts_with("reg")) ++*count;
     }
-    return count;
+    if (result == LINE_FAILED || result == LINE_NO_MEMORY) return failRead(*ahead, result);
+    return OKRA_OK;
 }
 
 template <class T>
@@ -233,7 +236,8 @@ int takeName(ResultsReader *reader, std::string_view *rest, const char *what,
 int readApp(ResultsReader *reader, std::string_view rest) {
     std::memset(reader->app, 0, sizeof(reader->app));
     reader->nextId = 0;
-    reader->appLines = countRegs(&reader->ahead);
+    const int counted = countRegs(&reader->ahead, &reader->appLines);
+    if (counted != OKRA_OK) return counted;
     const int named = takeName(reader, &rest, "an application", reader->appName);
     if (named != OKRA_OK) return named;
     std::memcpy(reader->app + APP_NAME, reader->appName,
@@ -273,7 +277,7 @@ int readReg(ResultsReader *reader, std::string_view rest) {
 int readFormatLine(ResultsReader *reader) {
     std::string_view line;
     const LineResult result = reader->lines.next(&line);
-    if (result != LINE_READ && result != LINE_END) return failRead(reader, result);
+    if (result != LINE_READ && result != LINE_END) return failRead(reader->lines, result);
     ResultsText words[3] = {};
     const char *reason = "";
     std::size_t count = 0;
@@ -291,8 +295,7 @@ int resultsOpen(ResultsReader *reader, const char *path) {
     reader->ahead.begin(reader->file.get());
     const int result = readFormatLine(reader);
     // The second reader stays behind the first until it has counted to the first application.
-    if (result == OKRA_OK) static_cast<void>(countRegs(&reader->ahead));
-    return result;
+    return result == OKRA_OK ? countRegs(&reader->ahead, &reader->appLines) : result;
 }
 
 int resultsNext(ResultsReader *reader, ResultsLine *line) {
@@ -302,7 +305,7 @@ int resultsNext(ResultsReader *reader, ResultsLine *line) {
             *line = RESULTS_END;
             return OKRA_OK;
         }
-        if (result != LINE_READ) return failRead(reader, result);
+        if (result != LINE_READ) return failRead(reader->lines, result);
         std::string_view rest = reader->line;
         if (rest.starts_with('#')) continue;
         if (!isUtf8Text(rest)) return failLine(reader, "not UTF-8 text");

@@ -60,8 +60,10 @@ int writeApps(const SaveRequest &request, std::FILE *out) {
         char name[SAVE_NAME_SIZE + 1];
         char path[ROOTED_PATH_SIZE];
         OkraApp app{};
-        if (!request.name(place, name) || okraFindApp(name, path) != OKRA_OK) continue;
-        int result = okraReadApp(path, &app);
+        if (!request.name(place, name)) continue;
+        int result = okraFindApp(name, path);
+        if (result == OKRA_NOT_RUNNING) continue;
+        if (result == OKRA_OK) result = okraReadApp(path, &app);
         if (result == OKRA_OK) result = okraCopyApp(path, name, app, out);
         if (result != OKRA_OK) return result;
         saved = OKRA_OK;

@@ -76,10 +76,12 @@ CFormatSize readModifier(Reader *reader) {
     const char *start = reader->at;
     while (isModifier(reader->peek())) ++reader->at;
     if (reader->at == start) return SIZE_32;
-    const char first = *start;
-    if (reader->at - start == 2) return first == 'l' && start[1] == 'l' ? SIZE_64 : SIZE_OTHER;
-    if (reader->at - start > 2 || first == 'h') return SIZE_OTHER;
-    return first == 'l' || first == 'z' || first == 't' ? SIZE_MACHINE : SIZE_64;
+    const std::string_view modifier(start, static_cast<std::size_t>(reader->at - start));
+    if (modifier == "ll") return SIZE_64;
+    if (modifier == "hh") return SIZE_8;
+    if (modifier == "h") return SIZE_16;
+    if (modifier.size() > 1) return SIZE_OTHER;
+    return modifier == "l" || modifier == "z" || modifier == "t" ? SIZE_MACHINE : SIZE_64;
 }
 
 // Reads what follows the %.

@@ -18,6 +18,8 @@ enum CFormatFlag : std::uint8_t {
 // The size that a length modifier gives an integer.
 enum CFormatSize : std::uint8_t {
     SIZE_32,       // no modifier
+    SIZE_8,        // hh
+    SIZE_16,       // h
     SIZE_64,       // ll, q, j, L
     SIZE_MACHINE,  // l, z, t: the size that an integer has here
     SIZE_OTHER,

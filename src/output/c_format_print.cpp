@@ -163,8 +163,15 @@ struct Integer {
     bool is64;
 };
 
-// The same bits read as a signed or unsigned number of the same size.
-std::uint64_t readAs(const Integer *integer, bool asSigned) {
+// The same bits read as a signed or unsigned number: of the same size, or of the smaller one that
+// the modifier h or hh names.
+std::uint64_t readAs(const Integer *integer, CFormatSize size, bool asSigned) {
+    if (size == SIZE_8 || size == SIZE_16) {
+        const unsigned unused = size == SIZE_8 ? 56 : 48;
+        const std::uint64_t top = integer->bits << unused;
+        return asSigned ? static_cast<std::uint64_t>(static_cast<std::int64_t>(top) >> unused)
+                        : top >> unused;
+    }
     if (integer->is64) return integer->bits;
     const auto low = static_cast<std::uint32_t>(integer->bits);
     return asSigned ? static_cast<std::uint64_t>(static_cast<std::int32_t>(low)) : low;
@@ -223,20 +230,21 @@ void putChar(Text *text, const Conversion *conversion, std::uint32_t code) {
 }
 
 void putInteger(Text *text, const Conversion *conversion, const Integer *integer) {
-    const bool fits =
-        conversion->size == SIZE_MACHINE || conversion->size == (integer->is64 ? SIZE_64 : SIZE_32);
+    const CFormatSize size = conversion->size;
+    const bool fits = size == SIZE_MACHINE || size == SIZE_16 || size == SIZE_8 ||
+                      size == (integer->is64 ? SIZE_64 : SIZE_32);
     switch (conversion->letter) {
         case 'd':
         case 'i':
         case 'u': {
             const bool asSigned = fits ? conversion->letter != 'u' : integer->isSigned;
-            putDecimal(text, conversion, readAs(integer, asSigned), asSigned);
+            putDecimal(text, conversion, readAs(integer, size, asSigned), asSigned);
             return;
         }
         case 'o':
         case 'x':
         case 'X':
-            putHexOrOctal(text, conversion, readAs(integer, false));
+            putHexOrOctal(text, conversion, readAs(integer, size, false));
             return;
         case 'c':
         case 'C':

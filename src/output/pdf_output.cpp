@@ -125,6 +125,12 @@ void logLoss(const WinAnsiLoss *loss) {
              loss->firstIsByte ? "byte 0x" : "U+", loss->firstIsByte ? 2 : 4, loss->first);
 }
 
+// Says what a code means. Without a report there was no memory for it.
+void logReason(const PdfReport *report, int result) {
+    dmon_log(1, "PDF report: %s.\n",
+             report != nullptr ? pdfReason(&report->document.out, result) : "no memory");
+}
+
 }  // namespace
 
 int dumpPDFInit(void **state, std::FILE *stream) {
@@ -133,6 +139,7 @@ int dumpPDFInit(void **state, std::FILE *stream) {
         report ? pdf_begin(&report->document, &REPORT_INFO, stream) : int{PDF_NO_MEMORY};
     if (result != PDF_OK) {
         dmon_log(1, "Error creating PDF output (err=%d).\n", result);
+        logReason(report.get(), result);
         return DUMP_NO_DOCUMENT;
     }
     *state = report.release();
@@ -145,6 +152,7 @@ int dumpPDFFree(void *state) {
     const int result = pdf_end(&report->document);
     if (result == PDF_OK) return DUMP_OK;
     dmon_log(1, "Error closing PDF output (err=%d).\n", result);
+    logReason(report.get(), result);
     return DUMP_NO_DOCUMENT;
 }
 
@@ -167,6 +175,7 @@ int dumpPDFRow(void *state, const ReportRow *row) {
     const int result = pdf_add_text_line(&report->document, {line, length});
     if (result == PDF_OK) return DUMP_OK;
     dmon_log(1, "Error writing to PDF stream (err=%d).\n", result);
+    logReason(report, result);
     return DUMP_WRITE_FAILED;
 }
 

@@ -2,6 +2,9 @@
 // The text report. A row is made in one buffer and goes out in one write.
 #include "output/text_output.h"
 
+#include <cerrno>
+#include <cstring>
+
 #include "dmon/dmon.h"
 #include "output/c_format.h"
 #include "output/dump_backend.h"
@@ -18,7 +21,9 @@ std::FILE *streamOf(void *state) {
 }
 
 int writeAll(std::FILE *stream, const char *bytes, std::size_t length) {
-    return std::fwrite(bytes, 1, length, stream) == length ? DUMP_OK : DUMP_WRITE_FAILED;
+    if (std::fwrite(bytes, 1, length, stream) == length) return DUMP_OK;
+    dmon_log(1, "Error writing text report: %s\n", std::strerror(errno));
+    return DUMP_WRITE_FAILED;
 }
 
 int writeBlankLines(void *state, const TemplateSection *section, std::int32_t count) {
@@ -47,7 +52,9 @@ std::size_t printRowValue(char *out, const RowPiece *piece, const ItemValue *val
 
 int dumpTextInit(void **state, std::FILE *stream) {
     *state = stream;
-    return utf8_fencode(stream, U'\uFEFF') == 0 ? DUMP_OK : DUMP_WRITE_FAILED;
+    if (utf8_fencode(stream, U'\uFEFF') == 0) return DUMP_OK;
+    dmon_log(1, "Error writing text report: %s\n", std::strerror(errno));
+    return DUMP_WRITE_FAILED;
 }
 
 int dumpTextOutputStyle(void * /*stream*/, const OutputStyle * /*style*/) {

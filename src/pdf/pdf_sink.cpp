@@ -3,9 +3,11 @@
 #include "pdf/pdf_sink.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstdarg>
 #include <cstring>
+#include <iterator>
 #include <limits>
 
 namespace {
@@ -98,6 +100,7 @@ constexpr bool isNameByte(unsigned char byte) {
 void pdfOpenSink(PdfSink *sink, std::FILE *stream) {
     sink->stream = stream;
     sink->error = PDF_OK;
+    sink->systemError = 0;
     sink->flushed = 0;
     sink->used = 0;
     sink->room = roomAfter(0);
@@ -108,8 +111,21 @@ std::int32_t pdfOffset(const PdfSink *sink) {
 }
 
 int pdfFail(PdfSink *sink, int error) {
-    if (sink->error == PDF_OK) sink->error = error;
-    return sink->error;
+    if (sink->error != PDF_OK) return sink->error;
+    if (error == PDF_WRITE_FAILED) sink->systemError = errno;
+    return sink->error = error;
+}
+
+const char *pdfReason(const PdfSink *sink, int error) {
+    // By the code's distance from 0.
+    static constexpr const char *texts[] = {
+        "no failure",      "no such object",     "not all was written", "no memory",
+        "more than 2 GiB", "more than 14 fonts", "a stream is open",    "too many objects",
+    };
+    static_assert(std::size(texts) == 1 - PDF_TOO_MANY_OBJECTS);
+    if (error == PDF_WRITE_FAILED && sink->systemError != 0)
+        return std::strerror(sink->systemError);
+    return error <= 0 && error >= PDF_TOO_MANY_OBJECTS ? texts[-error] : "unknown failure";
 }
 
 int pdfFlush(PdfSink *sink) {

@@ -25,6 +25,7 @@ constexpr std::uint32_t PDF_BLOCK_SIZE = 131072;
 struct PdfSink {
     std::FILE *stream;
     int error;             // the first failure, PDF_OK: none; after one the stream gets nothing
+    int systemError;       // the errno of PDF_WRITE_FAILED
     std::int32_t flushed;  // bytes handed to the stream
     std::uint32_t used;    // bytes in the block
     std::uint32_t room;    // bytes that fit into it; fewer near the largest offset
@@ -37,8 +38,11 @@ void pdfOpenSink(PdfSink *sink, std::FILE *stream);
 // Bytes written so far: the offset of the next one.
 std::int32_t pdfOffset(const PdfSink *sink);
 
-// Notes a failure, unless there was one before. Returns the first.
+// Notes a failure, unless there was one before; the errno with PDF_WRITE_FAILED. Returns the first.
 int pdfFail(PdfSink *sink, int error);
+
+// What went wrong, for a message: the text of a code, of PDF_WRITE_FAILED the system's reason.
+const char *pdfReason(const PdfSink *sink, int error);
 
 // Writes bytes that may not fit into the block, or are more than a block.
 void pdfPutPieces(PdfSink *sink, std::string_view bytes);

@@ -191,11 +191,7 @@ int pluginFailed(TemplateContext *ctx, int code) {
 }
 
 int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *value) {
-    if (value->type > VORN_TYPE_DOUBLE)
-        return templateError(ctx, MERGE_PLUGIN_FAILED,
-                             "plugin call '%s' gave a value of unknown type %u.", text,
-                             static_cast<unsigned>(value->type));
-    const bool needsData = value->type != VORN_TYPE_NONE || value->flags != 0;
+    const bool needsData = value->type != VORN_TYPE_NONE && value->type <= VORN_TYPE_DOUBLE;
     if (needsData && value->data == nullptr)
         return templateError(ctx, MERGE_PLUGIN_FAILED,
                              "plugin call '%s' gave a value without data.", text);

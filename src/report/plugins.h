@@ -38,7 +38,7 @@ int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value);
 // Logs, in the name of a call's place in the template, that the call failed, and returns `code`.
 int pluginFailed(TemplateContext *ctx, int code);
 
-// Refuses a value that cannot be printed: an unknown type, or a type or an owner without data.
+// Refuses a value of a known type without data. One of an unknown type shows as no text.
 // MERGE_OK, or MERGE_PLUGIN_FAILED after a message that names the call.
 int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *value);
 

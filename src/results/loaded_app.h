@@ -17,6 +17,7 @@ struct LoadedApp {
     NameIndex registers;     // over record.regs
     NameIndex applications;  // over the list; in its first record only
     LoadedApp **list;        // the applications by place; in the first record only
+    LoadedApp *nextLoaded;   // the first record of another list that is loaded
 };
 static_assert(std::is_standard_layout_v<LoadedApp>);
 
@@ -26,6 +27,10 @@ inline const LoadedApp *loadedApp(const Results *results) {
 inline LoadedApp *loadedApp(Results *results) {
     return reinterpret_cast<LoadedApp *>(results);
 }
+
+// Notes the first record of a complete list, so that a look-up can tell it from other records.
+// freeResults forgets it.
+void noteLoadedList(LoadedApp *first);
 
 // For buildNameIndex and findName.
 inline auto registerNames(const LoadedApp &app) {

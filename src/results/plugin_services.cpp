@@ -12,7 +12,7 @@ extern "C" {
 const RegisterRecord *vorn_get_result_item(char *itemText, const Results *results,
                                            std::int32_t *field) {
     if (itemText == nullptr) return nullptr;
-    return getAppItemResult(itemText, results, field, nullptr);
+    return getForeignItemResult(itemText, results, field);
 }
 
 const char *vorn_get_param_value(const TemplateParam *params, const char *name) {

@@ -6,6 +6,9 @@
 #include <iterator>
 #include <string_view>
 
+#include <pthread.h>
+
+#include "base/guards.h"
 #include "dmon/dmon.h"
 #include "results/loaded_app.h"
 #include "storage/strings.h"
@@ -55,19 +58,74 @@ bool splitField(ItemSpec *spec) {
     return true;
 }
 
-const LoadedApp *findApplication(const Results *results, const char *name) {
+// The first records of all lists that are loaded: one a report that is being made.
+LoadedApp *loadedLists = nullptr;
+pthread_mutex_t loadedListsLock = PTHREAD_MUTEX_INITIALIZER;
+
+// The place in the chain that points to a list's first record, or to null: no such list.
+LoadedApp **findLoadedList(const Results *first) {
+    LoadedApp **at = &loadedLists;
+    while (*at != nullptr && &(*at)->record != first) at = &(*at)->nextLoaded;
+    return at;
+}
+
+// Where a look-up gets applications and registers from.
+struct Lookup {
+    const Results *(*application)(const Results *results, const char *name);  // null: none
+    std::int64_t (*place)(const Results *app, const char *name);              // -1: none
+};
+
+const Results *indexedApplication(const Results *results, const char *name) {
     const LoadedApp *first = loadedApp(results);
+    if (std::strcmp(first->record.name, name) == 0) return results;  // most files have no other
+    const std::int64_t place = findName(first->applications, name, applicationNames(*first));
+    return place >= 0 ? &first->list[place]->record : nullptr;
+}
+
+std::int64_t indexedPlace(const Results *app, const char *name) {
+    return findName(loadedApp(app)->registers, name, registerNames(*loadedApp(app)));
+}
+
+const Results *walkedApplication(const Results *results, const char *name) {
+    while (results != nullptr && std::strcmp(results->name, name) != 0) results = results->next;
+    return results;
+}
+
+std::int64_t walkedPlace(const Results *app, const char *name) {
+    std::int32_t place = 0;
+    while (place < app->regCount && std::strcmp(app->regs[place].name, name) != 0) ++place;
+    return place < app->regCount ? place : -1;
+}
+
+constexpr Lookup indexedLookup = {indexedApplication, indexedPlace};
+constexpr Lookup walkedLookup = {walkedApplication, walkedPlace};
+
+// The application of a name, or the first for null; null after a message when there is none.
+const Results *findApplication(const Lookup *lookup, const Results *results, const char *name) {
     if (name == nullptr) {
-        if (first == nullptr) dmon_log(1, "Error: No applications found in result file.\n");
-        return first;
+        if (results == nullptr) dmon_log(1, "Error: No applications found in result file.\n");
+        return results;
     }
-    if (first != nullptr) {
-        if (std::strcmp(first->record.name, name) == 0) return first;  // most files have no other
-        const std::int64_t place = findName(first->applications, name, applicationNames(*first));
-        if (place >= 0) return first->list[place];
+    const Results *app = results != nullptr ? lookup->application(results, name) : nullptr;
+    if (app == nullptr) dmon_log(1, "Error: application '%s' not found in result file.\n", name);
+    return app;
+}
+
+const RegisterRecord *findItem(const Lookup *lookup, char *itemSpec, const Results *results,
+                               std::int32_t *field, std::int32_t *index) {
+    ItemSpec spec;
+    splitApplication(itemSpec, &spec);
+    const Results *app = findApplication(lookup, results, spec.application);
+    if (app == nullptr || !splitField(&spec)) return nullptr;
+
+    const std::int64_t place = lookup->place(app, spec.item);
+    if (place < 0) {
+        dmon_log(1, "Error: item '%s' not found in application '%s'.\n", spec.item, app->name);
+        return nullptr;
     }
-    dmon_log(1, "Error: application '%s' not found in result file.\n", name);
-    return nullptr;
+    if (field != nullptr) *field = spec.field;
+    if (index != nullptr) *index = spec.index;
+    return &app->regs[place];
 }
 
 void freeRegister(RegisterRecord *reg) {
@@ -85,7 +143,18 @@ void freeRegister(RegisterRecord *reg) {
 
 }  // namespace
 
+void noteLoadedList(LoadedApp *first) {
+    const MutexGuard guard = lockMutex(&loadedListsLock);
+    first->nextLoaded = loadedLists;
+    loadedLists = first;
+}
+
 void freeResults(Results *results) {
+    {
+        const MutexGuard guard = lockMutex(&loadedListsLock);
+        LoadedApp **at = findLoadedList(results);
+        if (*at != nullptr) *at = (*at)->nextLoaded;
+    }
     while (results != nullptr) {
         LoadedApp *app = loadedApp(results);
         results = results->next;
@@ -100,20 +169,17 @@ void freeResults(Results *results) {
 
 const RegisterRecord *getAppItemResult(char *itemSpec, const Results *results, std::int32_t *field,
                                        std::int32_t *index) {
-    ItemSpec spec;
-    splitApplication(itemSpec, &spec);
-    const LoadedApp *app = findApplication(results, spec.application);
-    if (app == nullptr || !splitField(&spec)) return nullptr;
+    return findItem(&indexedLookup, itemSpec, results, field, index);
+}
 
-    const std::int64_t place = findName(app->registers, spec.item, registerNames(*app));
-    if (place < 0) {
-        dmon_log(1, "Error: item '%s' not found in application '%s'.\n", spec.item,
-                 app->record.name);
-        return nullptr;
+const RegisterRecord *getForeignItemResult(char *itemSpec, const Results *results,
+                                           std::int32_t *field) {
+    bool isIndexed = false;
+    {
+        const MutexGuard guard = lockMutex(&loadedListsLock);
+        isIndexed = results != nullptr && *findLoadedList(results) != nullptr;
     }
-    if (field != nullptr) *field = spec.field;
-    if (index != nullptr) *index = spec.index;
-    return &app->record.regs[place];
+    return findItem(isIndexed ? &indexedLookup : &walkedLookup, itemSpec, results, field, nullptr);
 }
 
 std::size_t resultsArrayBytes(const RegisterRecord *reg) {

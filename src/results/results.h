@@ -35,6 +35,11 @@ void freeResults(Results *results);
 const RegisterRecord *getAppItemResult(char *itemSpec, const Results *results, std::int32_t *field,
                                        std::int32_t *index);
 
+// The same for a record of which nobody knows where it is from: a later one of a list, or a copy.
+// That takes a time that grows with the list and the table, unless it is a list's first after all.
+const RegisterRecord *getForeignItemResult(char *itemSpec, const Results *results,
+                                           std::int32_t *field);
+
 // The number of bytes behind an array register's data: its length times the size of its elements.
 // 0 for other registers.
 std::size_t resultsArrayBytes(const RegisterRecord *reg);

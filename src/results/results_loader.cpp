@@ -270,6 +270,7 @@ int loadResultsFile(const char *path, Results **results) {
         dmon_log(1, "Error loading results file '%s': %s (%d)\n", path, "out of memory",
                  RESULTS_NOT_LOADED);
     } else {
+        if (context.first != nullptr) noteLoadedList(context.first);
         *results = context.first != nullptr ? &context.first->record : nullptr;
         return RESULTS_OK;
     }

@@ -192,8 +192,8 @@ TEST(PdfOutput, EndsWithAnErrorWhenTheStreamFails) {
     EXPECT_EQ(dumpRow(&backend, &row), DUMP_WRITE_FAILED);
     EXPECT_EQ(dumpFree(&backend), DUMP_NO_DOCUMENT);
     EXPECT_EQ(log.text(),
-              "Error creating PDF output (err=-2).\n"
-              "Error creating PDF output (err=-2).\n"
-              "Error writing to PDF stream (err=-2).\n"
-              "Error closing PDF output (err=-2).\n");
+              "Error creating PDF output (err=-2).\nPDF report: Bad file descriptor.\n"
+              "Error creating PDF output (err=-2).\nPDF report: No space left on device.\n"
+              "Error writing to PDF stream (err=-2).\nPDF report: No space left on device.\n"
+              "Error closing PDF output (err=-2).\nPDF report: No space left on device.\n");
 }

@@ -294,12 +294,8 @@ TEST(Plugins, AreRefusedValuesThatDoNotFit) {
     constexpr char NO_U_INT32[] = "Plugin must return an U/INT32 value.\n";
     constexpr char NO_INT32[] = "Plugin must return an INT32 value.\n";
     const Case cases[] = {
-        {ROW, "st.give(type:7)", "plugin call 'st.give(type:7)' gave a value of unknown type 7.\n",
-         MERGE_PLUGIN_FAILED},
         {ROW, "st.give(type:1;null:1)",
          "plugin call 'st.give(type:1;null:1)' gave a value without data.\n", MERGE_PLUGIN_FAILED},
-        {ROW, "st.give(null:1;flags:1)",
-         "plugin call 'st.give(null:1;flags:1)' gave a value without data.\n", MERGE_PLUGIN_FAILED},
         {BY, "st.give(type:2;null:1)", NOTHING, MERGE_TEMPLATE_ERROR},
         {BY, "st.give(null:1)", NOTHING, MERGE_TEMPLATE_ERROR},
         {BY, "st.give(type:5)", NO_U_INT32, MERGE_TEMPLATE_ERROR},

@@ -211,6 +211,20 @@ TEST(ItemLookUp, FindsItemsByTheirText) {
     EXPECT_EQ(getAppItemResult(text.data(), results.get(), nullptr, nullptr), &results->regs[0]);
 }
 
+TEST(ItemLookUp, TakesFromPluginsALaterRecordOrACopy) {
+    const ResultsOwner results =
+        load("okra 1\napp first\nreg u8 a\napp second\nreg u8 b\nreg u8 c\n");
+    const Results copy = *results->next;
+    for (const Results *record : {static_cast<const Results *>(results->next), &copy}) {
+        char qualified[] = "second@c";
+        EXPECT_EQ(vorn_get_result_item(qualified, record, nullptr), &copy.regs[1]);
+        char first[] = "b";
+        EXPECT_EQ(vorn_get_result_item(first, record, nullptr), &copy.regs[0]);
+        char earlier[] = "first@a";
+        EXPECT_EQ(vorn_get_result_item(earlier, record, nullptr), nullptr);
+    }
+}
+
 TEST(ItemLookUp, FindsEachOfManyNames) {
     std::string content = "okra 1\n";
     for (int app = 0; app < 300; ++app) {
