@@ -3,12 +3,10 @@
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <thread>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 #include "base/whole_file.h"
 #include "core/options.h"
@@ -76,42 +74,6 @@ TEST_F(Report, IsWrittenWholeAndMovesAnEarlierOneAside) {
     EXPECT_EQ(dir.read("rpt/a_01.txt"), "edited");
     EXPECT_EQ(listing(), "a.txt a_01.txt b.part ");
     EXPECT_EQ(getReportCount(), 2);
-}
-
-TEST_F(Report, LeavesNothingWhenItCannotBeMade) {
-    initReports();
-    dir.write("bad.tpl", "<report>\n<row cstyle='%u'><value link=m></value></row>");
-    ASSERT_EQ(mkfifo(dir.path("fifo").c_str(), 0600), 0);
-    struct Case {
-        const char *results, *text, *name;
-        std::uint32_t format;
-        int result;
-    };
-    const Case cases[] = {
-        {"fifo", "t.tpl", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT},
-        {"in.res", "fifo", "rpt/a.txt", RPT_FMT_TXT, REPORT_NO_INPUT},
-        {"in.res", "t.tpl", "none/a.txt", RPT_FMT_TXT, REPORT_NOT_CREATED},
-        {"in.res", "bad.tpl", "rpt/a.txt", RPT_FMT_TXT, -14},
-        {"in.res", "t.tpl", "rpt/a.txt", 2, DUMP_UNKNOWN_FORMAT},
-    };
-    for (const Case &c : cases) {
-        EXPECT_EQ(make(c.name, c.results, c.text, c.format), c.result);
-        EXPECT_EQ(listing(), "");
-        EXPECT_EQ(getReportCount(), 0);
-    }
-}
-
-TEST_F(Report, ThatDoesNotFitOnTheDiskIsGone) {
-    // A limit on the size of files stands in for a full disk.
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit small{1, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const int result = make("rpt/a.txt");
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
-    EXPECT_EQ(result, REPORT_NOT_WRITTEN);
-    EXPECT_EQ(listing(), "");
 }
 
 TEST_F(Report, QuotaRefusesOrPurgesTheOldest) {

@@ -13,6 +13,26 @@
 #include "results/results.h"
 #include "support/log_capture.h"
 
+namespace {
+
+void replaceAll(std::string *text, std::string_view from, std::string_view to) {
+    for (std::size_t at = 0; (at = text->find(from, at)) != std::string::npos; at += to.size())
+        text->replace(at, from.size(), to);
+}
+
+// The row that stands for what a case file puts between two "`".
+std::string rowOf(const std::string &shorthand) {
+    if (shorthand.front() == '=')
+        return "<row cstyle='%s'><value>" + shorthand.substr(1) + "</value></row>";
+    const std::size_t blank = shorthand.find(' ');
+    const std::string args = shorthand.substr(blank + 1);
+    const bool hasText = args.find('>') != std::string::npos;
+    return "<row cstyle='" + shorthand.substr(0, blank) + "'><value " + args +
+           (hasText ? "" : ">") + "</value></row>";
+}
+
+}  // namespace
+
 MergeRun::MergeRun(std::string_view results) {
     setDefaults();
     initResultsLoader();
@@ -46,4 +66,19 @@ MergeOutcome MergeRun::merge(std::string_view text, int logLevel, const char *di
 
 MergeOutcome MergeRun::report(std::string_view body, int logLevel) {
     return merge("<report>\n" + std::string(body) + "\n</report>\n", logLevel);
+}
+
+CaseFields MergeRun::caseOutcome(std::string_view body) {
+    std::string text(body);
+    for (std::size_t start; (start = text.find('`')) != std::string::npos;) {
+        const std::size_t end = text.find('`', start + 1);
+        text.replace(start, end - start + 1, rowOf(text.substr(start + 1, end - start - 1)));
+    }
+    const MergeOutcome outcome = report(text);
+    CaseFields fields = {outcome.report, outcome.log};
+    replaceAll(&fields[0], "\r\n", "/");
+    replaceAll(&fields[1], "Error in main.tpl:2: ", "%");
+    if (fields[1].ends_with('\n')) fields[1].pop_back();
+    if (outcome.result != 0) fields[1] += " " + std::to_string(outcome.result);
+    return fields;
 }

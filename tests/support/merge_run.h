@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "support/case_runner.h"
 #include "support/temp_dir.h"
 #include "vorn/plugin.h"
 
@@ -29,6 +30,11 @@ public:
     MergeOutcome merge(std::string_view text, int logLevel = 1, const char *dictName = "dict");
     // Merges `body` within a report clause on line 1; the body begins on line 2.
     MergeOutcome report(std::string_view body, int logLevel = 1);
+    // The same for a row of a case file: "`FORMAT ARGS`" in the body is a row with one value,
+    // "`=TEXT`" one that shows a literal text. Gives the report with "/" for each end of a line,
+    // and the log, with "%" for the place of line 2, without its last end of a line, and with the
+    // result when it is not 0.
+    CaseFields caseOutcome(std::string_view body);
 
     [[nodiscard]] const TempDir &dir() const { return dir_; }
 

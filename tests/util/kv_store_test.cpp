@@ -238,21 +238,3 @@ TEST(KvSignal, KeepsAWordUntilAWaitTakesIt) {
     const struct timespec invalid = {1, -1};
     EXPECT_EQ(kvWaitAbs(&s.kv, &word, &invalid), KV_TIMEOUT);
 }
-
-TEST(KvSignal, ACancelledWaitLeavesTheLockFree) {
-    const auto waitInVain = [](void *kv) -> void * {
-        kvWait(static_cast<KvStore *>(kv), nullptr, VORN_WAIT_FOREVER);
-        return nullptr;
-    };
-    Store s;
-    std::vector<pthread_t> threads(4);
-    for (pthread_t &t : threads) ASSERT_EQ(pthread_create(&t, nullptr, waitInVain, &s.kv), 0);
-    for (const pthread_t t : threads) pthread_cancel(t);
-    for (const pthread_t t : threads) {
-        void *result = nullptr;
-        pthread_join(t, &result);
-        EXPECT_EQ(result, PTHREAD_CANCELED);
-    }
-    ASSERT_EQ(pthread_mutex_trylock(&s.kv.lock), 0);
-    pthread_mutex_unlock(&s.kv.lock);
-}

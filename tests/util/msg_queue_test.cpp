@@ -98,22 +98,3 @@ TEST(MsgQueue, MatchesDiscardsAndFlushes) {
     EXPECT_EQ(mqPut(&q.mq, std::malloc(1), 0, 0, 0), MQ_OK);
     EXPECT_EQ(mqPop(&q.mq, nullptr), 1);  // null means free
 }
-
-TEST(MsgQueue, ACancelledWaitLeavesTheLockFreeAndTheItemsThere) {
-    const auto waitInVain = [](void *mq) -> void * {
-        std::uint32_t selector = 2;
-        mqGet(static_cast<MsgQueue *>(mq), &selector, nullptr, VORN_WAIT_FOREVER);
-        return nullptr;
-    };
-    Queue q;
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(&thread, nullptr, waitInVain, &q.mq), 0);
-    q.put('a', 1);
-    pthread_cancel(thread);
-    void *result = nullptr;
-    pthread_join(thread, &result);
-    EXPECT_EQ(result, PTHREAD_CANCELED);
-    ASSERT_EQ(pthread_mutex_trylock(&q.mq.lock), 0);
-    pthread_mutex_unlock(&q.mq.lock);
-    EXPECT_EQ(q.drain(), "a");
-}
