@@ -18,7 +18,7 @@ void fold(std::uint32_t *a, std::uint32_t *b) {
 
 std::uint32_t loadWord(const char *at) {
     std::uint32_t word = 0;
-    std::memcpy(&word, at, sizeof(word));
+    std::memcpy(&word, at, sizeof word);
     return word;
 }
 
@@ -26,7 +26,7 @@ std::uint32_t loadWord(const char *at) {
 
 std::uint32_t makeHashSeed() {
     std::uint32_t seed = 0;
-    if (getrandom(&seed, sizeof(seed), GRND_NONBLOCK) != static_cast<ssize_t>(sizeof(seed))) {
+    if (getrandom(&seed, sizeof seed, GRND_NONBLOCK) != ssize_t{sizeof seed}) {
         // Early after a boot there may be no random numbers yet; the clock is better than nothing.
         timespec now{};
         clock_gettime(CLOCK_MONOTONIC, &now);

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <limits>
+#include <cmath>
 
 namespace {
 
@@ -22,7 +22,53 @@ bool isHex(std::string_view text) {
     return text.starts_with("0x") || text.starts_with("0X");
 }
 
+template <class Real>
+NumberResult parseRealOf(std::string_view text, Real *value) {
+    const bool negative = text.starts_with('-');
+    if (negative) text.remove_prefix(1);
+    const bool hex = isHex(text);
+    if (hex) text.remove_prefix(2);
+    // from_chars takes a second sign, one behind the prefix, and the words.
+    if (text.empty() || std::string_view("-iInN").find(text[0]) != std::string_view::npos)
+        return NUMBER_BROKEN;
+    Real number{};
+    const char *end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(
+        text.data(), end, number, hex ? std::chars_format::hex : std::chars_format::general);
+    if (stop != end || error == std::errc::invalid_argument) return NUMBER_BROKEN;
+    if (error != std::errc()) return NUMBER_OUT_OF_RANGE;
+    *value = negative ? -number : number;
+    return NUMBER_OK;
+}
+
+// ---- the number at the start of a text ----
+
+// Takes blanks and a sign off; true for a minus.
+bool takeSign(std::string_view *text) {
+    text->remove_prefix(std::min(text->find_first_not_of(" \t\n\v\f\r"), text->size()));
+    const bool negative = text->starts_with('-');
+    if (negative || text->starts_with('+')) text->remove_prefix(1);
+    return negative;
+}
+
+bool isHexDigit(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+// Takes "0x" off when a hexadecimal number follows.
+bool takeHexPrefix(std::string_view *text) {
+    if (text->size() < 3 || !isHex(*text)) return false;
+    const bool fraction = (*text)[2] == '.' && text->size() > 3;
+    if (!isHexDigit((*text)[fraction ? 3 : 2])) return false;
+    text->remove_prefix(2);
+    return true;
+}
+
 }  // namespace
+
+NumberResult parseDecimal(std::string_view text, std::uint64_t max, std::uint64_t *value) {
+    return parseDigits(text, 10, max, value);
+}
 
 NumberResult parseUnsigned(std::string_view text, std::uint64_t max, std::uint64_t *value) {
     return isHex(text) ? parseDigits(text.substr(2), 16, max, value)
@@ -52,11 +98,17 @@ NumberResult parseCNumber(std::string_view text, std::uint32_t *value) {
     return result;
 }
 
+NumberResult parseReal(std::string_view text, float *value) {
+    return parseRealOf(text, value);
+}
+
+NumberResult parseReal(std::string_view text, double *value) {
+    return parseRealOf(text, value);
+}
+
 std::int32_t toInt32(std::string_view text) {
     using Limits = std::numeric_limits<std::int32_t>;
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-    const bool negative = text.starts_with('-');
-    if (negative || text.starts_with('+')) text.remove_prefix(1);
+    const bool negative = takeSign(&text);
     std::int64_t value = 0;
     for (const char c : text) {
         if (c < '0' || c > '9') break;
@@ -65,4 +117,30 @@ std::int32_t toInt32(std::string_view text) {
     }
     if (negative) value = -value;
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
+}
+
+std::uint32_t toUint32(std::string_view text) {
+    const bool negative = takeSign(&text);
+    const int base = takeHexPrefix(&text) ? 16 : text.starts_with('0') ? 8 : 10;
+    std::uint32_t number = 0;
+    const char *end = text.data() + text.size();
+    if (std::from_chars(text.data(), end, number, base).ec == std::errc::result_out_of_range)
+        return std::numeric_limits<std::uint32_t>::max();
+    return negative ? 0U - number : number;
+}
+
+double toDouble(std::string_view text) {
+    const bool negative = takeSign(&text);
+    if (text.starts_with('-')) return 0;  // from_chars would take a second sign
+    const bool hex = takeHexPrefix(&text);
+    double number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number,
+                                        hex ? std::chars_format::hex : std::chars_format::general);
+    if (result.ec == std::errc::result_out_of_range) {
+        // A short text has too few digits for that: it was the exponent, and its sign tells.
+        const std::size_t exponent = text.find_first_of(hex ? "pP" : "eE");
+        const bool tiny = text.substr(std::min(exponent, text.size())).substr(0, 2).ends_with('-');
+        number = tiny ? 0 : HUGE_VAL;
+    }
+    return negative ? -number : number;
 }

@@ -24,12 +24,13 @@ struct Root {
     }
 };
 
-}  // namespace
-
+// The root, without a slash at its end; the environment is read once.
 const char *rootPath() {
     static const Root root;
     return root.path;
 }
+
+}  // namespace
 
 bool withRoot(char *out, std::size_t size, const char *path) {
     const int length = std::snprintf(out, size, "%s%s", rootPath(), path);

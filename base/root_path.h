@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 // The folder that stands in front of every fixed absolute path: VORN_ROOT of the environment, empty
-// on the instrument. A test or a second instance lives in a folder of its own that way.
+// on the instrument. A test or a second instance lives in a folder of its own that way. The
+// environment is read once. Any thread.
 #pragma once
 
 #include <cstddef>
 
 // Room for any rooted path, the NUL included.
 constexpr std::size_t ROOTED_PATH_SIZE = 1024;
-
-// The root, without a slash at its end; the environment is read once. Any thread.
-const char *rootPath();
 
 // Writes root and path into a buffer of `size` bytes; false when it was cut.
 bool withRoot(char *out, std::size_t size, const char *path);

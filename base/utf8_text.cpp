@@ -38,7 +38,7 @@ std::size_t characterLength(std::string_view text) {
 // Whether eight characters are neither a NUL nor above 0x7F, as nearly all of a file's are.
 bool arePlain(const char *characters) {
     std::uint64_t eight = 0;
-    std::memcpy(&eight, characters, sizeof(eight));
+    std::memcpy(&eight, characters, sizeof eight);
     return ((eight | (eight - 0x0101010101010101u)) & 0x8080808080808080u) == 0;
 }
 
@@ -49,6 +49,14 @@ std::size_t plainLength(std::string_view text) {
         if (!arePlain(text.data() + plain)) return plain;
     // Fewer than eight are left: the last eight of the text hold them too.
     return text.size() >= 8 && arePlain(text.data() + text.size() - 8) ? text.size() : plain;
+}
+
+// The bytes that a lead announces, its own included; 1 for a byte that is none.
+std::size_t announcedLength(char lead) {
+    const auto byte = static_cast<unsigned char>(lead);
+    if ((byte & 0xE0u) == 0xC0u) return 2;
+    if ((byte & 0xF0u) == 0xE0u) return 3;
+    return (byte & 0xF8u) == 0xF0u ? 4 : 1;
 }
 
 }  // namespace
@@ -63,16 +71,31 @@ bool isUtf8Text(std::string_view bytes) {
     }
 }
 
+std::size_t characterBytes(std::string_view text) {
+    const std::size_t announced = announcedLength(text[0]);
+    std::size_t length = 1;
+    while (length < announced && length < text.size() && isContinuation(text[length])) ++length;
+    return length;
+}
+
 std::string_view cutAtCharacter(std::string_view text, std::size_t limit) {
     if (text.size() <= limit) return text;
-    std::size_t end = limit;
-    while (end > 0 && isContinuation(text[end])) --end;
-    return text.substr(0, end);
+    // The cut is inside a character when one of the last three bytes begins it.
+    for (std::size_t back = 1; back <= 3 && back <= limit; ++back) {
+        const std::size_t start = limit - back;
+        if (isContinuation(text[start])) continue;
+        const bool split = characterBytes(text.substr(start)) > back;
+        return text.substr(0, split ? start : limit);
+    }
+    return text.substr(0, limit);
 }
 
 std::string_view withoutHalfCharacter(std::string_view text) {
-    std::size_t end = text.size();
-    while (end > 0 && isContinuation(text[end - 1])) --end;
-    if (end == 0 || static_cast<unsigned char>(text[end - 1]) < 0xC0) return text;
-    return text.substr(0, end - 1);
+    // Only the last three bytes can begin a character that is not finished.
+    for (std::size_t back = 1; back <= 3 && back <= text.size(); ++back) {
+        const std::size_t start = text.size() - back;
+        if (isContinuation(text[start])) continue;
+        return announcedLength(text[start]) > back ? text.substr(0, start) : text;
+    }
+    return text;
 }

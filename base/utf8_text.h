@@ -13,8 +13,12 @@ constexpr bool isContinuation(char byte) {
 // True for well-formed UTF-8 without a NUL.
 bool isUtf8Text(std::string_view bytes);
 
+// The number of bytes of the character that begins `text`, which is not empty: the lead's and the
+// continuation bytes that belong to it. A stray byte is a character of its own.
+std::size_t characterBytes(std::string_view text);
+
 // The text cut to at most `limit` bytes, before a character that would be split.
 std::string_view cutAtCharacter(std::string_view text, std::size_t limit);
 
-// The text without a last character of several bytes: the end of a buffer may have halved it.
+// The text without a character left unfinished at its end.
 std::string_view withoutHalfCharacter(std::string_view text);

@@ -14,6 +14,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/numbers.h"
 #include "results/results.h"
 
 namespace {
@@ -89,8 +90,8 @@ Json number(double value) {
 // The double that reads like the float: 11.9 instead of 11.899999618530273.
 double shortest(float value) {
     char digits[32];
-    *std::to_chars(digits, digits + sizeof digits - 1, value).ptr = '\0';
-    return std::strtod(digits, nullptr);
+    const char *end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    return toDouble({digits, static_cast<std::size_t>(end - digits)});
 }
 
 // Labels as a report shows them before any translation: a missing one is its number.

@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "base/numbers.h"
 #include "output/dump_backend.h"
 #include "server/request_table.h"
 #include "storage/quota.h"
@@ -44,10 +45,9 @@ const std::map<std::string, int> wordNumbers = {{"results", QUOTA_RESULTS},
 // its log tells.
 std::string defaultPort() {
     const char *text = std::getenv("NX_PORT");
-    const bool digits =
-        text != nullptr && *text != '\0' && text[std::strspn(text, "0123456789")] == '\0';
-    const long port = digits ? std::strtol(text, nullptr, 10) : 0;
-    return port >= 1 && port <= 65535 ? text : "55000";
+    std::uint64_t port = 0;
+    if (text != nullptr) static_cast<void>(parseDecimal(text, 65535, &port));
+    return port > 0 ? text : "55000";
 }
 
 // Where to go and how to answer: the options that every subcommand takes.
@@ -146,7 +146,7 @@ int control(const Common &common, const std::string &command, const std::string 
     const bool ok = answer.rfind("error", 0) != 0;
     Json json = {{"command", command}, {"ok", ok}};
     if (ok && command == "status") {
-        json["code"] = std::atoi(answer.c_str());
+        json["code"] = toInt32(answer);
         json["text"] = answer.substr(std::min(answer.find(' '), answer.size() - 1) + 1);
     } else {
         json["text"] = answer;

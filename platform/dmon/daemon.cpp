@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Runs the service: always in the foreground, since going to the background is the service
 // manager's job.
-#include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <string_view>
 
 #include <signal.h>
 #include <unistd.h>
 
+#include "base/numbers.h"
 #include "dmon/control_server.h"
 #include "dmon/control_socket.h"
 #include "dmon/dmon.h"
@@ -23,12 +20,6 @@ struct CommandLine {
     bool runs;  // false: the service prints help or an error, and ends
 };
 
-int parseLevel(const char *text) {
-    const long number = std::strtol(text, nullptr, 10);
-    using Limits = std::numeric_limits<std::int32_t>;
-    return static_cast<int>(std::clamp<long>(number, Limits::min(), Limits::max()));
-}
-
 // By the service's own rule: options end at the first plain word, -c and -D take the word after
 // them.
 CommandLine readCommandLine(int argc, char **argv) {
@@ -39,7 +30,7 @@ CommandLine readCommandLine(int argc, char **argv) {
         line.runs = (option == "-c" || option == "-D") && i + 1 < argc;
         if (!line.runs) break;
         ++i;
-        if (option == "-D") line.level = parseLevel(argv[i]);
+        if (option == "-D") line.level = toInt32(argv[i]);
     }
     return line;
 }

@@ -4,12 +4,13 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <string_view>
 
 #include <limits.h>
@@ -18,7 +19,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/numbers.h"
 #include "base/utf8_text.h"
+#include "base/words.h"
 #include "dmon/dmon.h"
 
 namespace {
@@ -39,12 +42,14 @@ struct Line {
 bool goesToJournal() {
     const char *stream = std::getenv("JOURNAL_STREAM");
     if (stream == nullptr) return false;
-    unsigned long long device = 0;
-    unsigned long long inode = 0;
-    const char *end = stream + std::strlen(stream);
-    const auto [colon, error] = std::from_chars(stream, end, device);
-    if (error != std::errc() || colon == end || *colon != ':') return false;
-    if (std::from_chars(colon + 1, end, inode).ptr != end) return false;
+    std::string_view inodeText = stream;
+    const std::string_view deviceText = takeWord(&inodeText, ":");
+    inodeText.remove_prefix(std::min<std::size_t>(1, inodeText.size()));
+    constexpr std::uint64_t MOST = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    if (parseDecimal(deviceText, MOST, &device) != NUMBER_OK) return false;
+    if (parseDecimal(inodeText, MOST, &inode) != NUMBER_OK) return false;
     struct stat status {};
     return fstat(STDERR_FILENO, &status) == 0 && status.st_dev == device && status.st_ino == inode;
 }

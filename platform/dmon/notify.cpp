@@ -4,18 +4,19 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <string_view>
 
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "base/numbers.h"
 #include "dmon/control_words.h"
 
 namespace {
@@ -52,9 +53,10 @@ bool readAddress(const char *text) {
 
 std::int64_t readNumber(const char *name) {
     const char *text = std::getenv(name);
-    std::int64_t number = 0;
-    if (text != nullptr) std::from_chars(text, text + std::strlen(text), number);
-    return number;
+    std::uint64_t number = 0;
+    if (text != nullptr)
+        static_cast<void>(parseDecimal(text, std::numeric_limits<std::int64_t>::max(), &number));
+    return static_cast<std::int64_t>(number);
 }
 
 std::int64_t monotonicMs() {

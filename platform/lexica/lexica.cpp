@@ -42,7 +42,7 @@ struct Section {
 // All parsers below return null, or the reason why the line breaks a rule.
 using Reason = const char *;
 
-bool parseNumber(std::string_view text, std::uint32_t *number) {
+bool readNumber(std::string_view text, std::uint32_t *number) {
     return parseCNumber(trim(text), number) == NUMBER_OK;
 }
 
@@ -51,9 +51,9 @@ Reason parseGroupLine(std::string_view line, Section *section) {
     line = line.substr(1, line.size() - 2);
     const std::size_t colon = line.find(':');
     *section = {true, 0, 0};
-    if (!parseNumber(line.substr(0, colon), &section->group))
+    if (!readNumber(line.substr(0, colon), &section->group))
         return "the group is no number from 0 to 4294967295";
-    if (colon != std::string_view::npos && !parseNumber(line.substr(colon + 1), &section->subgroup))
+    if (colon != std::string_view::npos && !readNumber(line.substr(colon + 1), &section->subgroup))
         return "the subgroup is no number from 0 to 4294967295";
     return nullptr;
 }

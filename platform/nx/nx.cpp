@@ -3,15 +3,16 @@
 #include "nx/nx.h"
 
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <unistd.h>
 
 #include "base/guards.h"
+#include "base/numbers.h"
 #include "dmon/dmon.h"
 #include "dmon/notify.h"
 #include "nx/loop.h"
@@ -55,9 +56,11 @@ bool parseAddress(const char *text, std::uint16_t port, Address *address) {
 }
 
 bool parsePort(const char *text, std::uint16_t *port) {
-    const char *end = text + std::strlen(text);
-    const auto [stop, error] = std::from_chars(text, end, *port);
-    return error == std::errc() && stop == end && stop != text;
+    std::uint64_t number = 0;
+    if (parseDecimal(text, std::numeric_limits<std::uint16_t>::max(), &number) != NUMBER_OK)
+        return false;
+    *port = static_cast<std::uint16_t>(number);
+    return true;
 }
 
 // What the environment says, or null when the variable is absent or empty.

@@ -36,7 +36,7 @@ thread_local LastFailure lastFailure;
 int okraFail(OkraError code, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(lastFailure.text, sizeof(lastFailure.text), format, arguments);
+    std::vsnprintf(lastFailure.text, sizeof lastFailure.text, format, arguments);
     va_end(arguments);
     lastFailure.code = code;
     return code;

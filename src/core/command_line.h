@@ -12,5 +12,5 @@ enum ArgsResult : int {
 // '-'; that one and all behind it are ignored.
 int parseArgs(int argc, char **argv);
 
-// Prints the usage with the configuration file as it is set now.
+// Prints the usage with the configuration file as it is set now. Called by parseArgs.
 void printUsage();

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/utf8_text.h"
 #include "output/c_format.h"
 #include "output/c_format_piece.h"
 #include "pdf/utf8.h"
@@ -45,7 +46,7 @@ constexpr bool isAscii(char c) {
 
 // Puts the character that begins `rest`; ends the text when it does not fit. Returns its bytes.
 std::size_t putCharacter(Text *text, std::string_view rest) {
-    const std::size_t length = isAscii(rest.front()) ? 1 : utf8_char_length(rest);
+    const std::size_t length = isAscii(rest.front()) ? 1 : characterBytes(rest);
     const std::size_t units = text->unit == CFORMAT_BYTES ? length : 1;
     if (units > text->room) {
         text->room = 0;
@@ -390,7 +391,7 @@ std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::s
     // The change may have pushed the end of a full format out, and cut a character with it. Bytes
     // need not be UTF-8.
     if (unit == CFORMAT_CHARACTERS && length == sizeof buffer - 1)
-        changed = changed.substr(0, utf8_whole(changed));
+        changed = withoutHalfCharacter(changed);
     CFormatPiece piece = readCFormatPiece(changed);
     if (piece.conversion.letter != newType.back()) piece = readCFormatPiece(format);
     return printCFormatPiece(out, room, unit, &piece, value);

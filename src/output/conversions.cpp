@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: MIT
-// The conversions of a value clause: a table from kind to accepted types, converter and refusal.
+// The conversions of a value clause: a row each in the table at the end.
 #include "output/conversions.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
-#include <limits>
 #include <string_view>
 
+#include "base/numbers.h"
+#include "base/utf8_text.h"
 #include "output/c_format.h"
 #include "output/report_records.h"
-#include "pdf/utf8.h"
 #include "results/dict_resolver.h"
 #include "storage/strings.h"
 #include "storage/time_format.h"
@@ -53,63 +52,6 @@ const char *copyString(const Job *job, const char *text) {
     return takeString(job, strdup(text));
 }
 
-// ---- numbers of an argument, the same on every machine and in every locale ----
-
-void skipBlanks(std::string_view *text) {
-    const std::size_t start = text->find_first_not_of(" \t\n\v\f\r");
-    text->remove_prefix(start == std::string_view::npos ? text->size() : start);
-}
-
-// Takes a sign off; true for a minus.
-bool takeSign(std::string_view *text) {
-    const bool negative = text->starts_with('-');
-    if (negative || text->starts_with('+')) text->remove_prefix(1);
-    return negative;
-}
-
-bool isHexDigit(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-
-// Takes "0x" off when a hexadecimal number follows.
-bool takeHexPrefix(std::string_view *text) {
-    if (text->size() < 3 || (*text)[0] != '0' || ((*text)[1] | 0x20) != 'x') return false;
-    const bool fraction = (*text)[2] == '.' && text->size() > 3;
-    if (!isHexDigit((*text)[fraction ? 3 : 2])) return false;
-    text->remove_prefix(2);
-    return true;
-}
-
-// strtoul in base 0 where an unsigned long has 32 bits: too large gives all bits, a minus negates.
-std::uint32_t readMask(std::string_view text) {
-    skipBlanks(&text);
-    const bool negative = takeSign(&text);
-    const int base = takeHexPrefix(&text) ? 16 : text.starts_with('0') ? 8 : 10;
-    std::uint32_t mask = 0;
-    const auto end = text.data() + text.size();
-    if (std::from_chars(text.data(), end, mask, base).ec == std::errc::result_out_of_range)
-        return std::numeric_limits<std::uint32_t>::max();
-    return negative ? 0U - mask : mask;
-}
-
-// strtod: too large gives infinity, too small 0, no number 0.
-double readDouble(std::string_view text) {
-    skipBlanks(&text);
-    const bool negative = takeSign(&text);
-    if (text.starts_with('-')) return 0;  // from_chars would take a second sign
-    const bool hex = takeHexPrefix(&text);
-    double number = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number,
-                                        hex ? std::chars_format::hex : std::chars_format::general);
-    if (result.ec == std::errc::result_out_of_range) {
-        // An argument is too short for so many digits: it was the exponent, and its sign tells.
-        const std::size_t exponent = text.find_first_of(hex ? "pP" : "eE");
-        const bool tiny = text.substr(std::min(exponent, text.size())).substr(0, 2).ends_with('-');
-        number = tiny ? 0 : HUGE_VAL;
-    }
-    return negative ? -number : number;
-}
-
 // ---- the converters ----
 
 const char *toDateTime(const Job *job) {
@@ -132,7 +74,7 @@ const char *toBitmapText(const Job *job) {
     const std::size_t colon = argument.find(':', question);
     if (colon == std::string_view::npos) return CONVERTED;
 
-    const bool isSet = (load<std::uint32_t>(job->value) & readMask(argument)) != 0;
+    const bool isSet = (load<std::uint32_t>(job->value) & toUint32(argument)) != 0;
     char text[ARGUMENT_SIZE];
     copyPiece(text, isSet ? argument.substr(question + 1, colon - question - 1)
                           : argument.substr(colon + 1));
@@ -194,13 +136,13 @@ bool parseUnits(std::string_view text, UnitTable *table) {
 
         Unit *unit = &table->units[table->count++];
         const std::string_view name = entry.substr(0, equals);
-        copyPiece(unit->name, name.substr(0, utf8_fit(name, sizeof unit->name - 1)));
+        copyPiece(unit->name, cutAtCharacter(name, sizeof unit->name - 1));
         const std::string_view number = entry.substr(equals + 1);
         const std::size_t colon = number.find(':');
-        unit->factor = readDouble(number.substr(0, colon));
+        unit->factor = toDouble(number.substr(0, colon));
         if (colon == std::string_view::npos) continue;
         const std::string_view format = number.substr(colon + 1);
-        copyPiece(unit->format, format.substr(0, utf8_fit(format, sizeof unit->format - 1)));
+        copyPiece(unit->format, cutAtCharacter(format, sizeof unit->format - 1));
     }
     return true;
 }
@@ -222,7 +164,7 @@ const char *formatOfUnit(const UnitTable *table, std::size_t index) {
     return "%.3f";
 }
 
-double toDouble(const ItemValue *value) {
+double numberOf(const ItemValue *value) {
     switch (value->type) {
         case VORN_TYPE_UINT32:
             return load<std::uint32_t>(value);
@@ -243,7 +185,7 @@ const char *toUnits(const Job *job) {
         return "bad arguments to 'units' conversion.\n"
                "Must be 'units(<unitName>=<factor>[:<printfFormat>],...)'";
     if (table.count == 0) return "no units defined in 'units' conversion.";
-    double x = toDouble(job->value);
+    double x = numberOf(job->value);
     const std::size_t index = chooseUnit(&table, x);
     const Unit *unit = &table.units[index];
     x /= unit->factor;
@@ -263,47 +205,75 @@ constexpr unsigned typeBit(auto... types) {
     return (0U | ... | (1U << types));
 }
 
-struct Converter {
+// How a clause names a conversion.
+enum Naming : std::uint8_t {
+    NAME_WHOLE,          // by the name alone
+    NAME_IN_FRONT,       // by what begins with it
+    NAME_WITH_ARGUMENT,  // so, and an argument in parentheses may follow
+};
+
+struct Conversion {
+    std::string_view name;
+    Naming naming;
     unsigned accepts;   // bit n: values of type n
     std::uint8_t size;  // the `size` that the value must have, or 0
     const char *(*convert)(const Job *job);
     const char *refusal;  // message on another type
 };
 
-// Indexed by ConversionKind.
-constexpr Converter converters[] = {
-    {0, 0, nullptr, ""},
-    {typeBit(VORN_TYPE_UINT32), 0, toDateTime,
-     "'dateTime' conversion is only supported for UINT32 type."},
-    {typeBit(VORN_TYPE_UINT32), 0, toTime, "'time' conversion is only supported for UINT32 type."},
-    {typeBit(VORN_TYPE_UINT32), 0, toBitmapText,
-     "'bitmap' conversion is only supported for UINT32 type."},
-    {typeBit(VORN_TYPE_STRING), 4, toArrayFloat,
-     "'arrayFloat' conversion is only supported for ARRAY8x4 types."},
-    {typeBit(VORN_TYPE_UINT64), 0, toMacAddress,
-     "'mac-addr' conversion is only supported for UINT64 type."},
-    {typeBit(VORN_TYPE_UINT32), 0, toIpv4Address,
-     "'ipv4-addr' conversion is only supported for UINT32 type."},
-    {typeBit(VORN_TYPE_UINT32, VORN_TYPE_INT32, VORN_TYPE_UINT64, VORN_TYPE_FLOAT,
-             VORN_TYPE_DOUBLE),
-     0, toUnits, "incompatible data type for 'units' conversion."},
-};
-static_assert(std::size(converters) == CONV_UNITS + 1);
+constexpr unsigned UINT32 = typeBit(VORN_TYPE_UINT32);
+constexpr unsigned NUMBERS =
+    typeBit(VORN_TYPE_UINT32, VORN_TYPE_INT32, VORN_TYPE_UINT64, VORN_TYPE_FLOAT, VORN_TYPE_DOUBLE);
 
-bool accepts(const Converter *converter, const ItemValue *value) {
+// A row's number, counted from 1, is its kind.
+constexpr Conversion conversions[] = {
+    {"dateTime", NAME_WHOLE, UINT32, 0, toDateTime,
+     "'dateTime' conversion is only supported for UINT32 type."},
+    {"time", NAME_WHOLE, UINT32, 0, toTime, "'time' conversion is only supported for UINT32 type."},
+    {"bitmap", NAME_WITH_ARGUMENT, UINT32, 0, toBitmapText,
+     "'bitmap' conversion is only supported for UINT32 type."},
+    {"arrayFloat", NAME_WHOLE, typeBit(VORN_TYPE_STRING), 4, toArrayFloat,
+     "'arrayFloat' conversion is only supported for ARRAY8x4 types."},
+    {"mac-addr", NAME_IN_FRONT, typeBit(VORN_TYPE_UINT64), 0, toMacAddress,
+     "'mac-addr' conversion is only supported for UINT64 type."},
+    {"ipv4-addr", NAME_IN_FRONT, UINT32, 0, toIpv4Address,
+     "'ipv4-addr' conversion is only supported for UINT32 type."},
+    {"units", NAME_WITH_ARGUMENT, NUMBERS, 0, toUnits,
+     "incompatible data type for 'units' conversion."},
+};
+
+bool accepts(const Conversion *conversion, const ItemValue *value) {
     const bool known = value->type <= VORN_TYPE_DOUBLE;
-    if (!known || (converter->accepts & typeBit(value->type)) == 0) return false;
-    return converter->size == 0 || value->size == converter->size;
+    if (!known || (conversion->accepts & typeBit(value->type)) == 0) return false;
+    return conversion->size == 0 || value->size == conversion->size;
+}
+
+// What stands between the parentheses; the second may be missing.
+std::string_view argumentOf(std::string_view text) {
+    const std::size_t open = text.find('(');
+    if (open == std::string_view::npos) return {};
+    text.remove_prefix(open + 1);
+    return text.substr(0, text.find(')'));
 }
 
 }  // namespace
 
+std::uint8_t findConversion(std::string_view text, std::string_view *argument) {
+    const auto *found =
+        std::find_if(std::begin(conversions), std::end(conversions), [text](const Conversion &row) {
+            return row.naming == NAME_WHOLE ? text == row.name : text.starts_with(row.name);
+        });
+    if (found == std::end(conversions)) return CONV_NONE;
+    *argument = found->naming == NAME_WITH_ARGUMENT ? argumentOf(text) : std::string_view();
+    return static_cast<std::uint8_t>(found - conversions + 1);
+}
+
 const char *convertValue(std::uint8_t kind, const char *argument, DictResolver *dict,
                          ItemValue *value) {
-    if (kind == CONV_NONE || kind >= std::size(converters)) return CONVERTED;
+    if (kind == CONV_NONE || kind > std::size(conversions)) return CONVERTED;
     if (value->type == VORN_TYPE_NONE || value->data == nullptr) return CONVERTED;
 
-    const Converter *converter = &converters[kind];
+    const Conversion *conversion = &conversions[kind - 1];
     const Job job{argument, dict, value};
-    return accepts(converter, value) ? converter->convert(&job) : converter->refusal;
+    return accepts(conversion, value) ? conversion->convert(&job) : conversion->refusal;
 }

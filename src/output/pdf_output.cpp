@@ -116,7 +116,7 @@ std::size_t formatValue(PdfReport *report, char *out, std::size_t room, const ch
 void addBlankLines(void *state, const TemplateSection *section, std::int32_t count) {
     if (section->enabled != 1) return;
     PdfDocument *doc = &reportOf(state)->document;
-    for (std::int32_t i = 0; i < count && pdf_add_text_line(doc, "\n") == PDF_OK;) i++;
+    for (std::int32_t i = 0; i < count && pdf_add_text_line(doc, "\n") == PDF_OK;) ++i;
 }
 
 void logLoss(const WinAnsiLoss *loss) {
@@ -165,7 +165,7 @@ int dumpPDFRow(void *state, const ReportRow *row) {
     char line[LINE_TEXT_MAX + 1];
     std::size_t length = 0;
     const char *cursor = row->cstyle;
-    for (std::int32_t i = 0; i < row->count; i++) {
+    for (std::int32_t i = 0; i < row->count; ++i) {
         char piece[CFORMAT_SIZE];
         cursor = getNextCFormat(piece, sizeof piece, cursor);
         length +=

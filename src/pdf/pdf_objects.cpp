@@ -40,17 +40,17 @@ std::int32_t pdfAllocObjectByID(PdfDocument *doc, PdfObjectType type, std::int32
     const auto dense = static_cast<std::int32_t>(doc->denseObjects);
     std::int32_t number = std::max(wanted, dense);
     std::size_t index = number == dense ? doc->denseObjects : findEntry(doc, number);
-    for (; index < doc->objectCount && doc->objects[index].number == number; index++) number++;
+    for (; index < doc->objectCount && doc->objects[index].number == number; ++index) ++number;
 
     if (number > MAX_OBJECT_NUMBER) return pdfFail(&doc->out, PDF_TOO_MANY_OBJECTS);
     if (!makeRoomForEntry(doc)) return pdfFail(&doc->out, PDF_NO_MEMORY);
     PdfObject *entry = doc->objects + index;
     std::memmove(entry + 1, entry, (doc->objectCount - index) * sizeof(PdfObject));
     *entry = {pdfOffset(&doc->out), static_cast<std::uint16_t>(number), type};
-    doc->objectCount++;
+    ++doc->objectCount;
     while (doc->denseObjects < doc->objectCount &&
            doc->objects[doc->denseObjects].number == doc->denseObjects)
-        doc->denseObjects++;
+        ++doc->denseObjects;
     return number;
 }
 
@@ -81,7 +81,7 @@ std::int32_t pdfGetObjectByType(const PdfDocument *doc, PdfObjectType type) {
 
 std::int32_t pdfGetNextObjectByType(const PdfDocument *doc, PdfObjectType type,
                                     std::int32_t after) {
-    for (std::size_t i = findEntry(doc, after + 1); i < doc->objectCount; i++)
+    for (std::size_t i = findEntry(doc, after + 1); i < doc->objectCount; ++i)
         if (doc->objects[i].type == type) return doc->objects[i].number;
     return PDF_NOT_FOUND;
 }
@@ -90,10 +90,10 @@ void pdfWriteXrefTable(PdfDocument *doc) {
     doc->xrefOffset = pdfOffset(&doc->out);
     pdfPut(&doc->out, "xref\n");
     for (std::size_t first = 0, end = 0; first < doc->objectCount; first = end) {
-        for (end = first + 1; end < doc->objectCount; end++)
+        for (end = first + 1; end < doc->objectCount; ++end)
             if (doc->objects[end].number != doc->objects[end - 1].number + 1) break;
         pdfPrint(&doc->out, "%d %d\n", doc->objects[first].number, static_cast<int>(end - first));
-        for (std::size_t i = first; i < end; i++) {
+        for (std::size_t i = first; i < end; ++i) {
             const PdfObject &object = doc->objects[i];
             const bool isFree = object.type == PDF_FREE_ENTRY;
             pdfPrint(&doc->out, "%010ld %05d %c \n", static_cast<long>(object.offset),

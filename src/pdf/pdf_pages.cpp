@@ -62,7 +62,7 @@ int pdfBeginPage(PdfDocument *doc) {
     doc->lineY = doc->info.pageHeight - doc->info.marginTop;
     doc->cursorX = doc->info.marginLeft;
     doc->cursorY = doc->lineY;
-    doc->pageCount++;
+    ++doc->pageCount;
     doc->flags |= PDF_PAGE_OPEN | PDF_FONT_CHANGED;
     return doc->out.error;
 }

@@ -9,11 +9,11 @@
 #include "pdf/pdf_document.h"
 
 // Begins a content stream. Returns its object number, PDF_STREAM_OPEN when one is open, or another
-// failure of the document.
+// failure of the document. Called by pdfBeginPage.
 std::int32_t pdfBeginStream(PdfDocument *doc);
 
 // Ends the open stream and writes its length. Returns its object number, 0 when none is open, or a
-// failure of the document.
+// failure of the document. Called by pdfEndPage.
 std::int32_t pdfEndStream(PdfDocument *doc);
 
 // Ends the open page and begins the next. PDF_OK or a failure of the document.
@@ -22,11 +22,11 @@ int pdfBeginPage(PdfDocument *doc);
 // Ends the page, if one is open, with its number at the foot. PDF_OK or a failure.
 int pdfEndPage(PdfDocument *doc);
 
-// Writes the object of a page that shows the content stream `content`.
+// Writes the object of a page that shows the content stream `content`. Called by pdfEndPage.
 void pdfWritePageObject(PdfDocument *doc, std::int32_t content);
 
 // Makes sure that a line of this height fits, on a new page when the open one is full. Returns the
-// baseline of the last line.
+// baseline of the last line. Called by pdfAddTextLine, as the next.
 std::int32_t pdfRequestPageArea(PdfDocument *doc, std::int32_t height);
 
 // Takes the heights asked for off the page, and moves the cursor to the new line.

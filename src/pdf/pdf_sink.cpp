@@ -35,7 +35,7 @@ void putNumber(PdfSink *sink, std::int64_t number, std::size_t width) {
     char digits[24];
     const char *end = std::to_chars(digits, digits + sizeof digits, number).ptr;
     const auto length = static_cast<std::size_t>(end - digits);
-    for (std::size_t i = length; i < width; i++) pdfPut(sink, "0");
+    for (std::size_t i = length; i < width; ++i) pdfPut(sink, "0");
     pdfPut(sink, {digits, length});
 }
 
@@ -79,13 +79,13 @@ char *escapePiece(char *to, std::string_view text) {
     for (std::uint64_t bytes = 0; end - from >= 8; from += 8) {
         std::memcpy(&bytes, from, 8);
         if (mayNeedEscape(bytes)) {
-            for (int i = 0; i < 8; i++) to = escapeByte(to, from[i]);
+            for (int i = 0; i < 8; ++i) to = escapeByte(to, from[i]);
         } else {
             std::memcpy(to, &bytes, 8);
             to += 8;
         }
     }
-    for (; from < end; from++) to = escapeByte(to, *from);
+    for (; from < end; ++from) to = escapeByte(to, *from);
     return to;
 }
 
@@ -151,11 +151,11 @@ void pdfPutPieces(PdfSink *sink, std::string_view bytes) {
 void pdfPrint(PdfSink *sink, const char *format, ...) {
     std::va_list args;
     va_start(args, format);
-    for (const char *percent; (percent = std::strchr(format, '%')) != nullptr; format++) {
+    for (const char *percent; (percent = std::strchr(format, '%')) != nullptr; ++format) {
         pdfPut(sink, {format, static_cast<std::size_t>(percent - format)});
         format = percent + 1;
         std::size_t width = 0;
-        for (; *format >= '0' && *format <= '9'; format++)
+        for (; *format >= '0' && *format <= '9'; ++format)
             width = width * 10 + static_cast<std::size_t>(*format - '0');
         if (*format == 'c') {
             const char letter = static_cast<char>(va_arg(args, int));
@@ -167,7 +167,7 @@ void pdfPrint(PdfSink *sink, const char *format, ...) {
         if (*format == 'u') number = va_arg(args, unsigned);
         if (*format == 'l') {
             number = va_arg(args, long);
-            format++;
+            ++format;
         }
         putNumber(sink, number, width);
     }

@@ -41,11 +41,11 @@ void pdfAddTextAt(PdfDocument *doc, std::int32_t x, std::int32_t y, std::string_
 int pdfSetFontType(PdfDocument *doc, std::string_view name) {
     name = name.substr(0, PDF_FONT_NAME_SIZE - 1);
     std::int32_t index = 0;
-    while (index < doc->fontCount && name != doc->fonts[index]) index++;
+    while (index < doc->fontCount && name != doc->fonts[index]) ++index;
     if (index == PDF_MAX_FONTS) return PDF_TOO_MANY_FONTS;
     if (index == doc->fontCount) {
         doc->fonts[index][name.copy(doc->fonts[index], name.size())] = '\0';
-        doc->fontCount++;
+        ++doc->fontCount;
     }
     doc->currentFont = index;
     doc->flags |= PDF_FONT_CHANGED;
@@ -76,7 +76,7 @@ void pdfWriteFontObjects(PdfDocument *doc) {
     pdfPut(&doc->out, "/BaseEncoding /WinAnsiEncoding\n");
     pdfPut(&doc->out, ">>\n");
     pdfEndObject(doc);
-    for (std::int32_t i = 0; i < doc->fontCount; i++) {
+    for (std::int32_t i = 0; i < doc->fontCount; ++i) {
         pdfBeginObject(doc, PDF_FONT);
         pdfPut(&doc->out, "<</Type /Font\n");
         pdfPut(&doc->out, "/Subtype /Type1\n");
@@ -92,7 +92,7 @@ void pdfWriteFontObjects(PdfDocument *doc) {
 
 void pdfWriteFontRefs(PdfDocument *doc) {
     std::int32_t object = 0;
-    for (std::int32_t i = 0; i < doc->fontCount; i++) {
+    for (std::int32_t i = 0; i < doc->fontCount; ++i) {
         object = pdfGetNextObjectByType(doc, PDF_FONT, object);
         if (object < 0) object = pdfAllocObject(doc, PDF_FONT);
         pdfPrint(&doc->out, " /F%d %d 0 R\n", i, object);

@@ -4,25 +4,17 @@
 
 #include <cstdint>
 
+#include "base/utf8_text.h"
+
 namespace {
 
 constexpr unsigned LOW_SIX = 0x3F;
 
-constexpr bool isContinuation(unsigned byte) {
-    return (byte & 0xC0) == 0x80;
-}
 constexpr bool leadsTwo(unsigned byte) {
     return (byte & 0xE0) == 0xC0;
 }
 constexpr bool leadsThree(unsigned byte) {
     return (byte & 0xF0) == 0xE0;
-}
-
-// The bytes that a lead announces, its own included, four-byte sequences known here.
-constexpr std::size_t announcedLength(unsigned lead) {
-    if (leadsTwo(lead)) return 2;
-    if (leadsThree(lead)) return 3;
-    return (lead & 0xF8) == 0xF0 ? 4 : 1;
 }
 
 unsigned byteAt(const char *bytes, std::size_t position) {
@@ -41,7 +33,7 @@ constexpr char continuation(char32_t codePoint, unsigned n) {
 // Adds a continuation byte's bits at `shift` when there is one at *position.
 char32_t takeContinuation(const char *bytes, std::size_t *position, unsigned shift) {
     const unsigned byte = byteAt(bytes, *position);
-    if (!isContinuation(byte)) return 0;
+    if (!isContinuation(bytes[*position])) return 0;
     ++*position;
     return static_cast<char32_t>(byte & LOW_SIX) << shift;
 }
@@ -107,7 +99,7 @@ char32_t utf8_decode_prev(const char *bytes, std::size_t *position) {
     unsigned byte = byteAt(bytes, --*position);
     char32_t gathered = 0;
     unsigned shift = 0;
-    while (isContinuation(byte)) {
+    while (isContinuation(bytes[*position])) {
         // A run of stray continuation bytes may be longer than a word has bits.
         if (shift < 32) gathered |= static_cast<char32_t>(byte & LOW_SIX) << shift;
         shift += 6;
@@ -126,34 +118,4 @@ std::size_t utf8_decode_str(char32_t *out, std::size_t maxCount, const char *byt
         if (out[count] == 0) return count;
     }
     return maxCount;
-}
-
-std::size_t utf8_char_length(std::string_view text) {
-    const std::size_t announced = announcedLength(byteAt(text.data(), 0));
-    std::size_t length = 1;
-    while (length < announced && length < text.size() &&
-           isContinuation(byteAt(text.data(), length)))
-        ++length;
-    return length;
-}
-
-std::size_t utf8_whole(std::string_view text) {
-    // Only the last three bytes can begin a character that is not finished.
-    for (std::size_t back = 1; back <= 3 && back <= text.size(); ++back) {
-        const unsigned byte = byteAt(text.data(), text.size() - back);
-        if (isContinuation(byte)) continue;
-        return announcedLength(byte) > back ? text.size() - back : text.size();
-    }
-    return text.size();
-}
-
-std::size_t utf8_fit(std::string_view text, std::size_t room) {
-    if (text.size() <= room) return text.size();
-    // The cut is inside a character when one of the last three bytes begins it.
-    for (std::size_t back = 1; back <= 3 && back <= room; ++back) {
-        const std::size_t start = room - back;
-        if (isContinuation(byteAt(text.data(), start))) continue;
-        return utf8_char_length(text.substr(start)) > back ? start : room;
-    }
-    return room;
 }

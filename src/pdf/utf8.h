@@ -29,13 +29,3 @@ char32_t utf8_decode_prev(const char *bytes, std::size_t *position);
 // Decodes until a 0 or `maxCount` characters are stored. Returns the number of characters before
 // the 0; when maxCount comes first there is no 0, so give one slot more and set it.
 std::size_t utf8_decode_str(char32_t *out, std::size_t maxCount, const char *bytes);
-
-// The number of bytes of the character that begins `text`, which is not empty: the lead's and the
-// continuation bytes that belong to it. A stray byte is a character of its own.
-std::size_t utf8_char_length(std::string_view text);
-
-// The number of bytes of `text` without a character left unfinished at its end.
-std::size_t utf8_whole(std::string_view text);
-
-// The number of bytes of `text` that fit into `room` bytes without cutting a character.
-std::size_t utf8_fit(std::string_view text, std::size_t room);

@@ -6,14 +6,16 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/utf8_text.h"
+
 namespace {
 
 // Characters of the bytes 0x80 to 0x9F; 0: none. From 0xA0 on byte and code point are the same.
-constexpr std::uint32_t PUNCTUATION[] = {
+constexpr std::uint32_t punctuation[] = {
     0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
-static_assert(std::size(PUNCTUATION) == 32);
+static_assert(std::size(punctuation) == 32);
 
 // Reads the character at the front of a text; returns its bytes, 0 when it is not well-formed.
 std::size_t readCharacter(std::string_view text, std::uint32_t *character) {
@@ -30,10 +32,9 @@ std::size_t readCharacter(std::string_view text, std::uint32_t *character) {
     if (form == std::end(forms) || text.size() < length) return 0;
 
     std::uint32_t code = lead & ~form->mask;
-    for (std::size_t i = 1; i < length; i++) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if ((byte & 0xC0) != 0x80) return 0;
-        code = code << 6 | (byte & 0x3F);
+    for (std::size_t i = 1; i < length; ++i) {
+        if (!isContinuation(text[i])) return 0;
+        code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
     }
     const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
     if (code < form->least || surrogate || code > 0x10FFFF) return 0;
@@ -54,8 +55,8 @@ char toWinAnsi(std::uint32_t character) {
     if (character < 0x7F || (character >= 0xA0 && character <= 0xFF))
         return static_cast<char>(character);
     const std::uint32_t *found =
-        std::find(std::begin(PUNCTUATION), std::end(PUNCTUATION), character);
-    return found == std::end(PUNCTUATION) ? '\0' : static_cast<char>(0x80 + (found - PUNCTUATION));
+        std::find(std::begin(punctuation), std::end(punctuation), character);
+    return found == std::end(punctuation) ? '\0' : static_cast<char>(0x80 + (found - punctuation));
 }
 
 std::size_t utf8ToWinAnsi(char *out, std::size_t size, std::string_view text, char lost,

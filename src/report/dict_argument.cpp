@@ -2,9 +2,9 @@
 #include "report/dict_argument.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
+#include "base/numbers.h"
 #include "report/template_error.h"
 #include "results/dict_resolver.h"
 #include "storage/strings.h"
@@ -16,10 +16,9 @@ constexpr std::size_t DICT_ENTRY_SIZE = 8;  // "group:subgroup" is cut to 7 char
 // Pushes one group of a dictionary; as dictResolvPush, with the message that the resolver leaves to
 // us.
 int pushDictEntry(TemplateContext *ctx, const char *dictName, const char *entry) {
-    const auto group = static_cast<std::uint32_t>(std::strtoul(entry, nullptr, 0));
+    const std::uint32_t group = toUint32(entry);
     const char *colon = std::strchr(entry, ':');
-    const auto subgroup =
-        colon != nullptr ? static_cast<std::uint32_t>(std::strtoul(colon + 1, nullptr, 0)) : 0;
+    const std::uint32_t subgroup = colon != nullptr ? toUint32(colon + 1) : 0;
 
     const int level = dictResolvPush(&ctx->dict, dictName, group, subgroup);
     const char *shown = dictName[0] != '\0' ? dictName : ctx->dict.name;

@@ -23,7 +23,7 @@ int addUserVarValue(TemplateContext *ctx, ReportRow *row, KvStore *userVars,
 int addPluginValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clause);
 
 // Applies the clause's conversion to a value in place, before it joins the row. CONV_OK, or
-// CONV_BAD_TYPE after a message.
+// CONV_BAD_TYPE after a message. Called by the sources above.
 int applyDataConversions(TemplateContext *ctx, const ValueClause *clause, ItemValue *value);
 
 // Releases the row's values and empties it.

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "report/value_clause.h"
 
-#include <algorithm>
-
 #include "output/conversions.h"
 #include "report/clause_args.h"
 #include "storage/strings.h"
@@ -16,35 +14,14 @@ int setSource(TemplateContext *, std::string_view value, ValueClause *clause) {
     return MERGE_OK;
 }
 
-// Conversion names in the order in which they are tried.
-struct ConversionName {
-    std::string_view name;
-    bool whole;     // the value is the name; else it only begins with it
-    bool argument;  // takes an argument in parentheses
-    ConversionKind kind;
-};
-constexpr ConversionName conversionNames[] = {
-    {"dateTime", true, false, CONV_DATE_TIME},     {"time", true, false, CONV_TIME},
-    {"bitmap", false, true, CONV_BITMAP},          {"units", false, true, CONV_UNITS},
-    {"mac-addr", false, false, CONV_MAC_ADDR},     {"ipv4-addr", false, false, CONV_IPV4_ADDR},
-    {"arrayFloat", true, false, CONV_ARRAY_FLOAT},
-};
-
 int setConversion(TemplateContext *ctx, std::string_view value, ValueClause *clause) {
-    const auto *known = std::find_if(
-        std::begin(conversionNames), std::end(conversionNames), [value](const ConversionName &row) {
-            return row.whole ? value == row.name : value.starts_with(row.name);
-        });
-    if (known == std::end(conversionNames))
+    std::string_view argument;
+    const std::uint8_t kind = findConversion(value, &argument);
+    if (kind == CONV_NONE)
         return templateError(ctx, MERGE_TEMPLATE_ERROR, "unknown conversion type '%s' in template.",
                              value.data());
-    clause->convType = known->kind;
-    if (known->argument) {
-        const std::size_t open = value.find('(');
-        const std::string_view argument =
-            open != std::string_view::npos ? value.substr(open + 1) : std::string_view();
-        copyPiece(clause->convArg, argument.substr(0, argument.find(')')));
-    }
+    clause->convType = kind;
+    copyPiece(clause->convArg, argument);
     return MERGE_OK;
 }
 

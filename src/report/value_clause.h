@@ -18,8 +18,8 @@ enum : std::uint8_t { VALUE_USE_DICT = 1 };  // ValueClause.flags: translate tex
 
 // One value clause of a template.
 struct ValueClause {
-    std::uint8_t convType;  // ConversionKind
-    char convArg[64];       // argument of "bitmap" and "units"
+    std::uint8_t convType;  // of findConversion
+    char convArg[64];       // its argument
     std::uint8_t source;    // ValueSource
     std::uint8_t flags;     // VALUE_USE_DICT
     char sourceText[256];   // link, global variable, user variable name or plug-in call

@@ -46,7 +46,7 @@ int dictResolvCreate(DictResolver *resolver, const char *name, const char *lang,
 
 // Opens the dictionary when it is not open yet and stacks (group, subgroup) of it, unless the stack
 // holds that already. A null or empty name means the resolver's. DICT_OK, DICT_FULL or
-// DICT_NOT_OPEN.
+// DICT_NOT_OPEN. Called by dictResolvPush.
 int dictResolvAddDict(DictResolver *resolver, const char *dictName, std::uint32_t group,
                       std::uint32_t subgroup);
 

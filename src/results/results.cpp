@@ -185,6 +185,6 @@ const RegisterRecord *getForeignItemResult(char *itemSpec, const Results *result
 std::size_t resultsArrayBytes(const RegisterRecord *reg) {
     if (reg->kind != VORN_REG_ARRAY || reg->as.array.data == nullptr) return 0;
     ArrayHeader header;
-    std::memcpy(&header, reg->as.array.data - sizeof(header), sizeof(header));
+    std::memcpy(&header, reg->as.array.data - sizeof header, sizeof header);
     return static_cast<std::size_t>(header.bytes);
 }

@@ -117,11 +117,11 @@ bool readArray(const LibraryRegister &from, RegisterRecord *reg) {
     if (length == 0) return true;
     const std::size_t bytes = length * width;
     const ArrayHeader header{bytes};
-    char *block = static_cast<char *>(std::malloc(sizeof(header) + bytes));
+    char *block = static_cast<char *>(std::malloc(sizeof header + bytes));
     if (block == nullptr) return false;
-    std::memcpy(block, &header, sizeof(header));
-    std::memcpy(block + sizeof(header), static_cast<const char *>(from.value) + offset, bytes);
-    reg->as.array = {length, reinterpret_cast<std::uint8_t *>(block + sizeof(header))};
+    std::memcpy(block, &header, sizeof header);
+    std::memcpy(block + sizeof header, static_cast<const char *>(from.value) + offset, bytes);
+    reg->as.array = {length, reinterpret_cast<std::uint8_t *>(block + sizeof header)};
     return true;
 }
 
@@ -175,7 +175,7 @@ int addApplication(const void *app, void *user) {
         return 0;
     }
     Results *record = &loaded->record;
-    safe_strncpy(record->name, static_cast<const char *>(app) + APP_NAME, sizeof(record->name));
+    safe_strncpy(record->name, static_cast<const char *>(app) + APP_NAME, sizeof record->name);
     record->startTime = getField<std::uint32_t>(app, APP_START);
     record->stopTime = getField<std::uint32_t>(app, APP_STOP);
     record->restartTime = getField<std::uint32_t>(app, APP_RESTART);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "base/guards.h"
+#include "base/utf8_text.h"
 #include "support/temp_dir.h"
 
 TEST(Utf8, EncodesWhatFitsAndWritesNothingElse) {
@@ -118,10 +119,10 @@ TEST(Utf8, CutsBetweenCharacters) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.text);
-        EXPECT_EQ(utf8_fit(c.text, c.room), c.fits);
+        EXPECT_EQ(cutAtCharacter(c.text, c.room).size(), c.fits);
     }
-    EXPECT_EQ(utf8_whole("ab\xE2\x82"), 2U);
-    EXPECT_EQ(utf8_char_length("\xE2\x82\xAC\x82"), 3U);
-    EXPECT_EQ(utf8_char_length("\xE2\x82z"), 2U);
-    EXPECT_EQ(utf8_char_length("\x82\x82"), 1U);
+    EXPECT_EQ(withoutHalfCharacter("ab\xE2\x82"), "ab");
+    EXPECT_EQ(characterBytes("\xE2\x82\xAC\x82"), 3U);
+    EXPECT_EQ(characterBytes("\xE2\x82z"), 2U);
+    EXPECT_EQ(characterBytes("\x82\x82"), 1U);
 }
