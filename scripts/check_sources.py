@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Checks of the tracked files that the formatter does not make: each names its licence in its first
-lines, and includes point down the layers only. Prints a line a fault; exit status 1 when there is one."""
+lines, includes point down the layers only, and docs/internals.md names files and functions that are there.
+Prints a line a fault; exit status 1 when there is one."""
 import pathlib
 import re
 import subprocess
@@ -48,10 +49,24 @@ def faults(path):
                 yield f"{path}: must not include {target}"
 
 
+def stale_names(path):
+    """Names of files that are not there, and of what the files named beside them do not hold."""
+    for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
+        names = re.findall(r"`([^`]+)`", line)
+        files = [pathlib.Path(name) for name in names if "/" in name]
+        yield from (f"{path}:{number}: there is no file {file}" for file in files if not file.is_file())
+        text = "".join(file.read_text(encoding="utf-8") for file in files if file.is_file())
+        if not line.startswith("| ") or not text:
+            continue
+        yield from (f"{path}:{number}: {name} does not stand in the files beside it" for name in names
+                    if "/" not in name and not re.search(rf"\b{re.escape(name)}\b", text))
+
+
 def main():
     listed = subprocess.run(["git", "ls-files", "-z"], capture_output=True, check=True).stdout
     paths = [pathlib.Path(name.decode()) for name in listed.split(b"\0") if name]
     found = [fault for path in paths if path.is_file() for fault in faults(path)]
+    found += stale_names(pathlib.Path("docs/internals.md"))
     print("\n".join(found), end="\n" if found else "")
     return 1 if found else 0
 

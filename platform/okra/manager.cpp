@@ -31,14 +31,6 @@ constexpr std::int32_t ROUNDS = INT32_MAX / SLOTS;
 HandleSlot slots[SLOTS];
 pthread_mutex_t slotsLock = PTHREAD_MUTEX_INITIALIZER;
 
-class SlotsGuard {
-public:
-    SlotsGuard() { pthread_mutex_lock(&slotsLock); }
-    SlotsGuard(const SlotsGuard &) = delete;
-    SlotsGuard &operator=(const SlotsGuard &) = delete;
-    ~SlotsGuard() { pthread_mutex_unlock(&slotsLock); }
-};
-
 // The place of a name, or -1; an empty name finds a free place.
 std::int32_t findSlot(const char *name) {
     for (std::int32_t i = 0; i < SLOTS; ++i)
@@ -61,9 +53,9 @@ int findByHandle(std::int32_t handle, char (&name)[OKRA_APP_NAME_MAX + 1],
                  char (&path)[ROOTED_PATH_SIZE]) {
     name[0] = '\0';
     if (handle >= 0) {
-        const SlotsGuard guard;
+        const MutexGuard lock = lockMutex(&slotsLock);
         const HandleSlot &slot = slots[handle % SLOTS];
-        if (slot.round == handle / SLOTS) std::memcpy(name, slot.name, sizeof(name));
+        if (slot.round == handle / SLOTS) std::memcpy(name, slot.name, sizeof name);
     }
     return okraFindApp(name, path);
 }
@@ -82,8 +74,8 @@ int listPath(std::int32_t handle, const char *list, char (&path)[ROOTED_PATH_SIZ
     if (found != OKRA_OK) return found;
     if (!okraIsName(list, OKRA_LIST_NAME_MAX))
         return okraFail(OKRA_BAD_REQUEST, "bad name of a change list");
-    char name[sizeof(app) + OKRA_LIST_NAME_MAX + 1];
-    std::snprintf(name, sizeof(name), "%s/%s", app, list);
+    char name[sizeof app + OKRA_LIST_NAME_MAX + 1];
+    std::snprintf(name, sizeof name, "%s/%s", app, list);
     return okraPath(path, "changes", name);
 }
 
@@ -115,7 +107,7 @@ std::int32_t APX_Get_Handle(const char *name) {
     char path[ROOTED_PATH_SIZE];
     const int found = okraFindApp(name, path);
     if (found != OKRA_OK) return found;
-    const SlotsGuard guard;
+    const MutexGuard lock = lockMutex(&slotsLock);
     std::int32_t place = findSlot(name);
     if (place < 0) place = findSlot("");
     if (place < 0) {
@@ -150,7 +142,7 @@ int APX_Get_Time_Info(std::int32_t handle, int reserved, void *record) {
 int APX_Create_Chg_List(std::int32_t handle, const void *request, std::int32_t size) {
     char list[OKRA_LIST_NAME_MAX + 1];
     if (size < LIST_REQUEST_MIN) return okraFail(OKRA_BAD_REQUEST, "request too short");
-    std::memcpy(list, static_cast<const char *>(request) + LIST_NAME, sizeof(list));
+    std::memcpy(list, static_cast<const char *>(request) + LIST_NAME, sizeof list);
     list[OKRA_LIST_NAME_MAX] = '\0';
     const auto queue = getField<std::int32_t>(request, LIST_QUEUE);
     if (!okraQueueExists(queue))
@@ -162,7 +154,7 @@ int APX_Create_Chg_List(std::int32_t handle, const void *request, std::int32_t s
     if (result == OKRA_OK) result = listPath(handle, list, path);
     if (result != OKRA_OK) return result;
     char text[16];
-    std::snprintf(text, sizeof(text), "%" PRId32 "\n", queue);
+    std::snprintf(text, sizeof text, "%" PRId32 "\n", queue);
     return okraWriteText(path, text);
 }
 

@@ -32,7 +32,7 @@ constexpr bool isNameCharacter(char c) {
 int failFile(OkraError code, const char *path, const char *reason) {
     const char *slash = std::strrchr(path, '/');
     char text[160];
-    std::snprintf(text, sizeof(text), "%s", reason);  // it may be what okraFail writes over
+    std::snprintf(text, sizeof text, "%s", reason);  // it may be what okraFail writes over
     return okraFail(code, "%s: %s", slash != nullptr ? slash + 1 : path, text);
 }
 
@@ -106,7 +106,7 @@ int okraFindApp(const char *name, char (&path)[ROOTED_PATH_SIZE]) {
 
 int okraWriteText(const char *path, const char *text) {
     char folder[ROOTED_PATH_SIZE];
-    std::snprintf(folder, sizeof(folder), "%s", path);
+    std::snprintf(folder, sizeof folder, "%s", path);
     char *slash = std::strrchr(folder, '/');
     if (slash != nullptr) *slash = '\0';
     int error = makeFolders(folder, 0775);
@@ -158,7 +158,7 @@ int okraWriteSubscribers(const std::int32_t *ids, std::size_t count) {
     std::size_t length = 0;
     for (std::size_t i = 0; i < count; ++i)
         length += static_cast<std::size_t>(
-            std::snprintf(text + length, sizeof(text) - length, "%" PRId32 "\n", ids[i]));
+            std::snprintf(text + length, sizeof text - length, "%" PRId32 "\n", ids[i]));
     char path[ROOTED_PATH_SIZE];
     const int result = okraPath(path, "events");
     return result == OKRA_OK ? okraWriteText(path, text) : result;

@@ -23,7 +23,7 @@ int APX_Set_Global_Meas_Ctrl(const void *control) {
     const unsigned kind = getField<unsigned char>(control, 0);
     char text[32] = "enabled\n";
     if (kind == CONTROL_DISABLE)
-        std::snprintf(text, sizeof(text), "disabled %" PRId32 "\n",
+        std::snprintf(text, sizeof text, "disabled %" PRId32 "\n",
                       getField<std::int32_t>(control, CONTROL_CODE));
     else if (kind != CONTROL_ENABLE)
         return okraFail(OKRA_BAD_REQUEST, "unknown measurement control %u", kind);

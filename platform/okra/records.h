@@ -32,12 +32,12 @@ constexpr std::size_t REG_FIXED_SIZE = 72;  // all fields but the elements of an
 
 template <class T>
 void putField(void *record, std::size_t offset, T value) {
-    std::memcpy(static_cast<char *>(record) + offset, &value, sizeof(value));
+    std::memcpy(static_cast<char *>(record) + offset, &value, sizeof value);
 }
 
 template <class T>
 T getField(const void *record, std::size_t offset) {
     T value;
-    std::memcpy(&value, static_cast<const char *>(record) + offset, sizeof(value));
+    std::memcpy(&value, static_cast<const char *>(record) + offset, sizeof value);
     return value;
 }

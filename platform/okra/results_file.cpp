@@ -34,7 +34,7 @@ int shown(std::string_view piece) {
     char reason[200];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(reason, sizeof(reason), format, arguments);
+    std::vsnprintf(reason, sizeof reason, format, arguments);
     va_end(arguments);
     return okraFail(OKRA_BAD_FILE, "line %u: %s", static_cast<unsigned>(reader->lines.number()),
                     reason);
@@ -224,8 +224,7 @@ int takeName(ResultsReader *reader, std::string_view *rest, const char *what,
     if (word == WORD_BROKEN) return failLine(reader, "%s", reason);
     if (word == WORD_NONE || text.raw.empty()) return failLine(reader, "%s without a name", what);
     char name[2 * RESULTS_NAME_MAX];  // an escaped character takes two
-    const std::size_t length =
-        text.raw.size() <= sizeof(name) ? copyText(text, name) : sizeof(name);
+    const std::size_t length = text.raw.size() <= sizeof name ? copyText(text, name) : sizeof name;
     if (length > RESULTS_NAME_MAX)
         return failLine(reader, "the name of %s has more than %zu bytes", what, RESULTS_NAME_MAX);
     std::memcpy(out, name, length);
@@ -234,7 +233,7 @@ int takeName(ResultsReader *reader, std::string_view *rest, const char *what,
 }
 
 int readApp(ResultsReader *reader, std::string_view rest) {
-    std::memset(reader->app, 0, sizeof(reader->app));
+    std::memset(reader->app, 0, sizeof reader->app);
     reader->nextId = 0;
     const int counted = countRegs(&reader->ahead, &reader->appLines);
     if (counted != OKRA_OK) return counted;

@@ -31,7 +31,7 @@ struct SaveRequest {
     // Copies a name; false when it is named before it too: its state is wanted once.
     bool name(std::int32_t place, char (&out)[SAVE_NAME_SIZE + 1]) const {
         const char *at = names + static_cast<std::size_t>(place) * SAVE_NAME_SIZE;
-        std::snprintf(out, sizeof(out), "%.*s", static_cast<int>(SAVE_NAME_SIZE), at);
+        std::snprintf(out, sizeof out, "%.*s", static_cast<int>(SAVE_NAME_SIZE), at);
         for (const char *earlier = names; earlier < at; earlier += SAVE_NAME_SIZE)
             if (std::strncmp(earlier, at, SAVE_NAME_SIZE) == 0) return false;
         return true;
@@ -73,7 +73,7 @@ int writeApps(const SaveRequest &request, std::FILE *out) {
 
 void removeLeftPartsBeside(const char *path) {
     char folder[SAVE_PATH_SIZE];
-    std::snprintf(folder, sizeof(folder), "%s", path);
+    std::snprintf(folder, sizeof folder, "%s", path);
     char *slash = std::strrchr(folder, '/');
     if (slash == nullptr) return removeLeftParts(".");
     slash[slash == folder ? 1 : 0] = '\0';

@@ -24,7 +24,7 @@ struct ListRequest {
 
     ListRequest(const std::string &name, std::int32_t queue) : bytes{2} {
         name.copy(bytes + 1, 20);
-        std::memcpy(bytes + 24, &queue, sizeof(queue));
+        std::memcpy(bytes + 24, &queue, sizeof queue);
     }
 };
 
@@ -49,7 +49,7 @@ protected:
         const std::string path = root_.path(file);
         path.copy(request + 4, 63);
         const auto count = static_cast<std::int32_t>(names.size());
-        std::memcpy(request + 68, &count, sizeof(count));
+        std::memcpy(request + 68, &count, sizeof count);
         for (std::size_t i = 0; i < names.size(); ++i) names[i].copy(request + 72 + 9 * i, 8);
         const int code = APX_Save_Mult_Config(request);
         return code == 0 ? "" : APX_Error(code);

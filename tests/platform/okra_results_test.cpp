@@ -17,7 +17,7 @@ namespace {
 template <class T>
 T at(const void *record, std::size_t offset) {
     T value;
-    std::memcpy(&value, static_cast<const char *>(record) + offset, sizeof(value));
+    std::memcpy(&value, static_cast<const char *>(record) + offset, sizeof value);
     return value;
 }
 

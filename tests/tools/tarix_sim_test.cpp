@@ -37,8 +37,8 @@ protected:
         EXPECT_EQ(sim({"create", app}), "");
         char request[4000] = {2, 's', 'y', 'n', 'c'};
         const std::int32_t id = queue_.id();
-        std::memcpy(request + 24, &id, sizeof(id));
-        EXPECT_EQ(APX_Create_Chg_List(APX_Get_Handle(app.c_str()), request, sizeof(request)), 0);
+        std::memcpy(request + 24, &id, sizeof id);
+        EXPECT_EQ(APX_Create_Chg_List(APX_Get_Handle(app.c_str()), request, sizeof request), 0);
     }
 
     TempDir root_;
