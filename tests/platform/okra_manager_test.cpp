@@ -5,28 +5,14 @@
 #include <cstring>
 #include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "okra/okra.h"
 #include "support/temp_dir.h"
-#include "support/test_queue.h"
 
 namespace {
-
-constexpr std::uint32_t ALL = 0xFFFFFFFFu;
-
-// A change-list request.
-struct ListRequest {
-    char bytes[4000];
-
-    ListRequest(const std::string &name, std::int32_t queue) : bytes{2} {
-        name.copy(bytes + 1, 20);
-        std::memcpy(bytes + 24, &queue, sizeof queue);
-    }
-};
 
 class OkraManager : public testing::Test {
 protected:
@@ -38,9 +24,6 @@ protected:
     void runApp(const std::string &name, const std::string &attributes = "") const {
         root_.write("run/tarix/okra/apps/" + name,
                     "okra 1\napp " + name + attributes + "\nreg u8 r value=1\n");
-    }
-    std::string state(const std::string &name) const {
-        return root_.read("run/tarix/okra/" + name);
     }
 
     // Saves applications into a file of the root; the error's text, or "".
@@ -61,44 +44,9 @@ protected:
     }
 
     TempDir root_;
-    TestQueue queue_;
 };
 
 }  // namespace
-
-TEST_F(OkraManager, KnowsAnApplicationByItsHandleWhileItRuns) {
-    runApp("ifstats", " start=1700000000 stop=2");
-    const std::int32_t handle = APX_Get_Handle("ifstats");
-    ASSERT_GE(handle, 0);
-    EXPECT_EQ(APX_Get_Handle("ifstats"), handle);
-    std::int32_t record[16] = {};
-    EXPECT_EQ(APX_Get_Time_Info(handle, 0, record), 0);
-    EXPECT_EQ(record[0], 1700000000);
-
-    root_.write("run/tarix/okra/disabled/ifstats", "");
-    EXPECT_STREQ(APX_Error(APX_Get_Time_Info(handle, 0, record)), "measurements are disabled");
-    std::filesystem::remove(root_.path("run/tarix/okra/disabled/ifstats"));
-    root_.write("run/tarix/okra/apps/ifstats", "okra 1\n");
-    EXPECT_STREQ(APX_Error(APX_Get_Time_Info(handle, 0, record)), "ifstats: no application");
-    std::filesystem::remove(root_.path("run/tarix/okra/apps/ifstats"));
-    EXPECT_STREQ(APX_Error(APX_Get_Time_Info(handle, 0, record)), "no such application");
-
-    root_.makeDir("run/tarix/okra/apps/folder");
-    for (const char *name : {"ifstats", "folder", "", ".", "..", "../apps/x", ".x.part"})
-        EXPECT_LT(APX_Get_Handle(name), 0) << name;
-    EXPECT_NE(APX_Get_Time_Info(-1, 0, record), 0);
-    EXPECT_NE(APX_Get_Time_Info(INT32_MAX, 0, record), 0);
-
-    // No other application gets the handle: more names than there are places, one after another.
-    for (int i = 0; i < 600; ++i) {
-        const std::string name = "app" + std::to_string(i);
-        runApp(name);
-        const std::int32_t other = APX_Get_Handle(name.c_str());
-        ASSERT_TRUE(other >= 0 && other != handle);
-        std::filesystem::remove(root_.path("run/tarix/okra/apps/" + name));
-    }
-    EXPECT_NE(APX_Get_Time_Info(handle, 0, record), 0);
-}
 
 TEST_F(OkraManager, SavesTheStatesOfWhatRunsIntoOneWholeFile) {
     root_.makeDir("data");

@@ -1,47 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "storage/files.h"
 
-#include <cerrno>
-#include <cstring>
 #include <string>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
-
-TEST(OpenForReading, TakesRegularFilesOnlyAndNeverWaits) {
-    const TempDir dir;
-    dir.write("file", "text");
-    dir.makeDir("folder");
-    ASSERT_EQ(mkfifo(dir.path("fifo").c_str(), 0600), 0);
-    const std::pair<std::string, int> cases[] = {{dir.path("folder"), EISDIR},
-                                                 {dir.path("fifo"), ENOTSUP},
-                                                 {"/dev/zero", ENOTSUP},
-                                                 {dir.path("none"), ENOENT}};
-    for (const auto &[path, error] : cases) {
-        errno = 0;
-        EXPECT_EQ(openForReading(path.c_str()), nullptr);
-        EXPECT_EQ(errno, error) << path;
-    }
-    EXPECT_NE(openForReading(dir.path("file").c_str()), nullptr);
-}
-
-TEST(Paths, ThatAreCutWarnWithWhatIsLeft) {
-    const LogCapture log;
-    char path[64];
-    EXPECT_TRUE(joinPath(path, sizeof path, "/a", std::string(60, 'b').c_str()));
-    EXPECT_EQ(path, "/a/" + std::string(60, 'b'));
-    EXPECT_TRUE(copyPath(path, sizeof path, std::string(63, 'c').c_str()));
-    EXPECT_EQ(log.text(), "");
-    EXPECT_FALSE(joinPath(path, sizeof path, "/a", std::string(61, 'b').c_str()));
-    EXPECT_FALSE(copyPath(path, sizeof path, std::string(64, 'c').c_str()));
-    EXPECT_EQ(path, std::string(63, 'c'));
-    EXPECT_EQ(log.text(), "Warning: path '/a/" + std::string(60, 'b') +
-                              "' was cut at 63 characters.\nWarning: path '" +
-                              std::string(63, 'c') + "' was cut at 63 characters.\n");
-}
 
 TEST(Purging, DeletesTheFirstNamesOfTheAcceptedFiles) {
     const TempDir dir;

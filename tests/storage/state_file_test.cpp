@@ -1,20 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "storage/state_file.h"
 
-#include <csignal>
 #include <cstdint>
 #include <string>
-#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "core/options.h"
-#include "dmon/dmon.h"
 #include "support/log_capture.h"
 #include "support/test_root.h"
 
@@ -82,33 +76,4 @@ TEST_F(Persistent, AMissingFileWarnsAndAForeignOneFails) {
     EXPECT_EQ(loadPersistentData(), PERSISTENT_FOREIGN);
     EXPECT_EQ(log.text(), "");
     EXPECT_EQ(opt_autoseq, 5);
-}
-
-TEST_F(Persistent, AFileThatCannotBeHadIsReported) {
-    const std::string message =
-        "Error: could not save persistent data to '" + root_.path(NAME) + "'.\n";
-    const LogCapture log;
-    root_.makeDir(NAME);
-    EXPECT_EQ(savePersistentData(), PERSISTENT_NOT_SAVED);
-    std::filesystem::remove_all(root_.path("tarix"));
-    EXPECT_EQ(savePersistentData(), PERSISTENT_NOT_SAVED);
-    EXPECT_EQ(log.text(), message + message);
-}
-
-// A file size limit stands for a full disk.
-TEST_F(Persistent, AFailedWriteOverTheFileIsReported) {
-    ASSERT_EQ(savePersistentData(), PERSISTENT_OK);
-    const pid_t child = fork();
-    if (child == 0) {
-        signal(SIGXFSZ, SIG_IGN);
-        const rlimit none{0, 0};
-        setrlimit(RLIMIT_FSIZE, &none);
-        opt_autoseq = 2;
-        dmon_set_level(0);  // the log may be a file too
-        _exit(savePersistentData() == PERSISTENT_NOT_SAVED ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(root_.read(NAME), MAGIC + std::string("\0\0\0\1", 4));
 }

@@ -77,12 +77,3 @@ TEST(Numbers, ReadLikeAtoiAndStopAtTheNearestOfThirtyTwoBits) {
     };
     for (const auto &[text, expected] : cases) EXPECT_EQ(toInt32(text), expected) << text;
 }
-
-TEST(FileNames, KeepAsciiLettersDigitsAndFourMarks) {
-    const std::pair<std::string, const char *> cases[] = {
-        {"Test run #1/2", "Test run _1_2"}, {"\xC3\xA9\t", "___"}, {"", ""}};
-    for (auto [text, expected] : cases) {
-        make_filename(text.data());
-        EXPECT_EQ(text, expected);
-    }
-}

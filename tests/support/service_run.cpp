@@ -19,6 +19,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "pktio/wire.h"
 #include "support/build_paths.h"
 #include "support/log_capture.h"
@@ -147,20 +148,29 @@ bool ServiceRun::waitForLog(const std::string &text, int times) const {
     return found;
 }
 
-std::string ServiceRun::control(const std::string &word) const {
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+int ServiceRun::connectControl() const {
+    DescriptorGuard connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const timeval patience = {10, 0};
+    setsockopt(connection.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     root.path("run/tarix/vorn.ctl").copy(address.sun_path, sizeof address.sun_path - 1);
-    std::string answer;
-    const std::string line = word + "\n";
-    if (connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0 &&
-        send(fd, line.data(), line.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(line.size())) {
-        for (std::string byte = receive(fd, 1); !byte.empty() && byte != "\n";
-             byte = receive(fd, 1))
-            answer += byte;
-    }
-    close(fd);
+    const auto *name = reinterpret_cast<sockaddr *>(&address);
+    return connect(connection.get(), name, sizeof address) == 0 ? connection.release() : -1;
+}
+
+std::string ServiceRun::talk(int connection, const std::string &lines) {
+    const DescriptorGuard guard(connection);
+    send(connection, lines.data(), lines.size(), MSG_NOSIGNAL);
+    shutdown(connection, SHUT_WR);
+    std::string answers;
+    for (std::string piece; !(piece = receive(connection, 1)).empty();) answers += piece;
+    return answers;
+}
+
+std::string ServiceRun::control(const std::string &word) const {
+    std::string answer = talk(connectControl(), word + "\n");
+    if (answer.ends_with('\n')) answer.pop_back();
     return answer;
 }
 

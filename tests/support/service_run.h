@@ -62,7 +62,11 @@ public:
     bool waitForLog(const std::string &text, int times = 1) const;
     [[nodiscard]] int countInLog(const std::string &text) const;
 
-    // Asks on the control socket; empty when nobody answers.
+    // A connection to the control socket, the caller's; -1 when nobody listens.
+    [[nodiscard]] int connectControl() const;
+    // Sends lines, ends sending, and gives all that is answered; closes the connection.
+    static std::string talk(int connection, const std::string &lines);
+    // Asks on the control socket for one word; the answer without its end, empty when none comes.
     [[nodiscard]] std::string control(const std::string &word) const;
 
     // Sends a request over TCP. Payload items are texts.
