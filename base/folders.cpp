@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "base/guards.h"
+#include "base/words.h"
 
 int checkFolder(const char *path) {
     struct stat status {};
@@ -22,7 +23,7 @@ int syncFolderOf(const char *path) {
     char folder[PATH_MAX] = ".";
     std::string_view above = path;
     while (above.size() > 1 && above.ends_with('/')) above.remove_suffix(1);
-    above = above.substr(0, above.rfind('/') + 1);
+    above = folderOf(above);
     if (above.size() >= sizeof folder) return ENAMETOOLONG;
     if (!above.empty()) folder[above.copy(folder, sizeof folder - 1)] = '\0';
     const DescriptorGuard fd(open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));

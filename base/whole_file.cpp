@@ -15,6 +15,7 @@
 #include "base/folders.h"
 #include "base/hash.h"
 #include "base/utf8_text.h"
+#include "base/words.h"
 
 namespace {
 
@@ -27,17 +28,17 @@ constexpr int TRIES = 1000;
 // gives way to 16 digits, before a character that would be split. False when the path is too long.
 bool namePart(char (&out)[PATH_MAX], std::string_view path) {
     constexpr std::size_t DIGITS = 16;
-    const std::size_t folder = path.rfind('/') + 1;  // npos + 1 is 0
-    std::string_view name = path.substr(folder);
+    const std::string_view folder = folderOf(path);
+    std::string_view name = fileNameOf(path);
     char digits[DIGITS + 1] = "";
     if (1 + name.size() + PART_SUFFIX.size() > NAME_MAX) {
         std::snprintf(digits, sizeof digits, "%08" PRIx32 "%08" PRIx32, hashText(0, name),
                       hashText(1, name));
         name = cutAtCharacter(name, NAME_MAX - 1 - DIGITS - PART_SUFFIX.size());
     }
-    const int length =
-        std::snprintf(out, sizeof out, "%.*s.%.*s%s%s", static_cast<int>(folder), path.data(),
-                      static_cast<int>(name.size()), name.data(), digits, PART_SUFFIX.data());
+    const int length = std::snprintf(
+        out, sizeof out, "%.*s.%.*s%s%s", static_cast<int>(folder.size()), folder.data(),
+        static_cast<int>(name.size()), name.data(), digits, PART_SUFFIX.data());
     return length >= 0 && static_cast<std::size_t>(length) < sizeof out;
 }
 
@@ -160,10 +161,10 @@ void WholeFile::drop() {
     part_.reset();
 }
 
-bool isPartName(const char *name) {
-    const std::string_view text = name;
-    return text.size() > PART_SUFFIX.size() + 1 && text.starts_with('.') &&
-           text.ends_with(PART_SUFFIX);
+bool isPartName(std::string_view path) {
+    const std::string_view name = fileNameOf(path);
+    return name.size() > PART_SUFFIX.size() + 1 && name.starts_with('.') &&
+           name.ends_with(PART_SUFFIX);
 }
 
 void removeLeftParts(const char *folder) {

@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cstdio>
+#include <string_view>
 
 #include <sys/types.h>
 
@@ -50,8 +51,8 @@ private:
 // Removes the parts in a folder that killed processes left there; those in work stay.
 void removeLeftParts(const char *folder);
 
-// True for a name that a part may have: removeLeftParts would take such a file.
-bool isPartName(const char *name);
+// True for a path whose name a part may have: removeLeftParts would take such a file.
+bool isPartName(std::string_view path);
 
 // Renames a file to a name that must be free. 0, or the errno: EEXIST when it is not free.
 int renameToFree(const char *from, const char *to);

@@ -31,7 +31,7 @@ rm -rf "$work/vorn"
 # The program mounts what a system needs, also for its hooks, and takes all down again on every way out.
 mode=unshare
 [ "$(id -u)" -ne 0 ] || mode=root
-hooks=("--customize-hook=tar-in $work/vorn.tar /" "--customize-hook=echo made >&3")
+hooks=("--customize-hook=tar-in $work/vorn.tar /" '--customize-hook=[ -e "$1/proc/self" ] && [ -c "$1/dev/null" ] && echo made >&3')
 for command in "$@"; do
     hooks+=("--customize-hook=chroot \"\$1\" sh -c 'cd /vorn && exec $command'")
 done

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <iterator>
 
+#include "base/words.h"
 #include "core/options.h"
 #include "output/dump_backend.h"
 #include "storage/files.h"
@@ -54,8 +55,8 @@ bool makeResultsPath(char (&path)[RESULT_PATH_SIZE], const Subscription *subscri
 
 void makeReportPath(char (&reportPath)[RESULT_PATH_SIZE], const char *resultsPath,
                     std::int32_t format) {
-    const char *slash = std::strrchr(resultsPath, '/');
-    joinPath(reportPath, sizeof reportPath, opt_rptdir, slash != nullptr ? slash + 1 : resultsPath);
+    // The name ends with the path, so it is ended by its NUL.
+    joinPath(reportPath, sizeof reportPath, opt_rptdir, fileNameOf(resultsPath).data());
     setReportEnding(reportPath, format);
 }
 

@@ -71,8 +71,7 @@ std::uint8_t reportAction() {
 // it is: a device or a folder is nobody's earlier report. So does a report that cannot be moved. A
 // name that the next start would sweep away is refused. 0 or the errno.
 int beginReport(WholeFile *file, const char *reportPath) {
-    const char *slash = std::strrchr(reportPath, '/');
-    if (isPartName(slash != nullptr ? slash + 1 : reportPath)) return EINVAL;
+    if (isPartName(reportPath)) return EINVAL;
     struct stat status;
     if (stat(reportPath, &status) == 0 && !S_ISREG(status.st_mode))
         return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;

@@ -41,7 +41,6 @@ enum MergeState : std::int32_t {
     MERGE_DISABLED = 5,  // in a disabled section, or in any section inside one
     MERGE_SKIPPED = 6,   // in an iteration whose range is empty
 };
-constexpr std::int32_t MERGE_STATE_COUNT = 7;
 
 enum MergeResult : int {
     MERGE_OK = 0,

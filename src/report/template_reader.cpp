@@ -56,11 +56,8 @@ FileGuard openTemplate(const TemplateContext *ctx, const char *path) {
 // they are.
 void resolvePath(const TemplateContext *ctx, const char *name, char (&path)[TEMPLATE_PATH_SIZE]) {
     const TemplateFile *includer = currentFile(ctx);
-    const char *slash = includer != nullptr ? std::strrchr(includer->path, '/') : nullptr;
     char whole[2 * TEMPLATE_PATH_SIZE] = "";
-    if (name[0] != '/' && slash != nullptr)
-        copyPiece(whole, std::string_view(includer->path)
-                             .substr(0, static_cast<std::size_t>(slash + 1 - includer->path)));
+    if (name[0] != '/' && includer != nullptr) copyPiece(whole, folderOf(includer->path));
     safe_strncat(whole, name, sizeof whole);
     copyPath(path, sizeof path, whole);
 }

@@ -9,6 +9,8 @@
 #include <string_view>
 
 #include "base/guards.h"
+#include "base/whole_file.h"
+#include "base/words.h"
 #include "core/options.h"
 #include "core/subscription.h"
 #include "dmon/dmon.h"
@@ -94,13 +96,6 @@ int readSubscription(const PktMessage *request, Subscription *subscription) {
     return SRV_OK;
 }
 
-// True for a name of the form that a report has while it is written: the next start would delete
-// it.
-bool isPartName(std::string_view path) {
-    const std::string_view name = path.substr(path.rfind('/') + 1);
-    return name.starts_with('.') && name.ends_with(".part");
-}
-
 struct ReportRequest {
     char subscription[NAME_SIZE];
     char results[OPTION_PATH_SIZE];
@@ -115,6 +110,7 @@ int readReportRequest(const PktMessage *request, ReportRequest *fields) {
     int result = readPath(request, opt_resdir, fields->results, &position);
     if (result == SRV_OK) result = readPath(request, opt_tpldir, fields->templateFile, &position);
     if (result == SRV_OK) result = readPath(request, opt_rptdir, fields->report, &position);
+    // The next start would take such a file for one that was left over.
     if (result == SRV_OK && isPartName(fields->report)) result = SRV_BAD_FIELD;
     return result;
 }
@@ -122,8 +118,7 @@ int readReportRequest(const PktMessage *request, ReportRequest *fields) {
 // Takes the report's name for templates from its path: the last part up to ".res". Others may set
 // the variable again before the report is made.
 void setReportName(std::string_view path, char (&text)[REPORT_NAME_MAX + 1]) {
-    std::string_view name = path.substr(path.rfind('/') + 1);
-    name = name.substr(0, REPORT_NAME_MAX);
+    const std::string_view name = fileNameOf(path).substr(0, REPORT_NAME_MAX);
     copyPiece(text, name.substr(0, name.find(".res")));
     setUserVar(&kv_urv, "report-name", text);
 }

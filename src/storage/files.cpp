@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include "base/whole_file.h"
+#include "base/words.h"
 #include "dmon/dmon.h"
 
 namespace {
@@ -23,9 +24,8 @@ int exists(const char *path) {
 
 // Where the extension of the path's file name begins: its last dot, or its end.
 std::size_t extensionStart(std::string_view path) {
-    const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
     const std::size_t dot = path.rfind('.');
-    return dot == std::string_view::npos || dot < name ? path.size() : dot;
+    return dot == std::string_view::npos || dot < folderOf(path).size() ? path.size() : dot;
 }
 
 // Passes on whether snprintf's text of `length` characters fits the path `out`.
