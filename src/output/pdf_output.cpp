@@ -11,6 +11,7 @@
 #include "output/c_format.h"
 #include "output/c_format_piece.h"
 #include "output/dump_backend.h"
+#include "output/row_format.h"
 #include "output/text_output.h"
 #include "pdf/pdf_writer.h"
 #include "pdf/win_ansi.h"
@@ -18,6 +19,7 @@
 namespace {
 
 constexpr std::size_t LINE_TEXT_MAX = 254;
+constexpr std::size_t FORMATTED_SIZE = VALUE_TEXT_SIZE + 4;  // of a value, before it is cut
 
 // Bytes that the fonts' encoding leaves undefined stand for what it does not have, until it is
 // known which of that is shown, as "?".
@@ -83,9 +85,10 @@ void showLosses(char *text, std::size_t length, const EncodedValue *encoded, Win
     }
 }
 
-// Formats one value by one piece of the cstyle. Returns the number of characters, at most `room`.
-std::size_t formatValue(PdfReport *report, char *out, std::size_t room, const char *piece,
-                        const ItemValue *value) {
+// Formats one value by one piece of the cstyle, both turned into the fonts' encoding. Returns the
+// number of characters, at most `room`.
+std::size_t formatEncoded(PdfReport *report, char *out, std::size_t room, std::string_view piece,
+                          const ItemValue *value) {
     char pieceText[CFORMAT_SIZE];
     EncodedValue encoded;
     encoded.value = *value;
@@ -99,7 +102,7 @@ std::size_t formatValue(PdfReport *report, char *out, std::size_t room, const ch
         encodeCharacter(&encoded);
 
     // The formatting cuts between UTF-8 characters. Here a byte is a character: cut afterwards.
-    char formatted[VALUE_TEXT_SIZE + 4];
+    char formatted[FORMATTED_SIZE];
     if (value->type == VORN_TYPE_NONE)
         dumpTextFormatVal(formatted, sizeof formatted, pieceText, value);
     else
@@ -110,6 +113,26 @@ std::size_t formatValue(PdfReport *report, char *out, std::size_t room, const ch
     if (encoded.pieceLoss.count + encoded.valueLoss.count > 0)
         showLosses(out, length, &encoded, &report->loss);
     return length;
+}
+
+// Whether piece and value are in the fonts' encoding as they stand; most are.
+bool needNoEncoding(const RowPiece *piece, const ItemValue *value) {
+    if (!piece->isSameInWinAnsi || value->data == nullptr) return false;
+    if (value->type == VORN_TYPE_STRING) {
+        const std::string_view text = static_cast<const char *>(value->data);
+        return text.size() < VALUE_TEXT_SIZE && isSameInWinAnsi(text);
+    }
+    return value->type != VORN_TYPE_NONE && !piece->piece.conversion.printsCharacter();
+}
+
+// Formats one value by one piece of the cstyle. Returns the number of characters, at most `room`.
+//   out  has FORMATTED_SIZE bytes
+std::size_t formatValue(PdfReport *report, char *out, std::size_t room, const RowPiece *piece,
+                        const ItemValue *value) {
+    if (!needNoEncoding(piece, value)) return formatEncoded(report, out, room, piece->text, value);
+    const std::size_t length =
+        printCFormatPiece(out, FORMATTED_SIZE - 1, CFORMAT_BYTES, &piece->piece, value);
+    return std::min({length, room, VALUE_TEXT_SIZE - 1});
 }
 
 // A document that has failed takes no line, which ends the loop of a section with many.
@@ -157,20 +180,18 @@ int dumpPDFFree(void *state) {
 }
 
 int dumpPDFRow(void *state, const ReportRow *row) {
-    if (countCFormatFields(row->cstyle) != row->count) {
+    RowFormat unkept;
+    const RowFormat *format = readRowFormat(row, &unkept);
+    if (format->count != row->count) {
         dmon_log(1, "Error: number of values in row doesn't match 'cstyle' arguments.\n");
         return DUMP_ROW_MISMATCH;
     }
     PdfReport *report = reportOf(state);
-    char line[LINE_TEXT_MAX + 1];
+    char line[LINE_TEXT_MAX + FORMATTED_SIZE];
     std::size_t length = 0;
-    const char *cursor = row->cstyle;
-    for (std::int32_t i = 0; i < row->count; ++i) {
-        char piece[CFORMAT_SIZE];
-        cursor = getNextCFormat(piece, sizeof piece, cursor);
-        length +=
-            formatValue(report, line + length, LINE_TEXT_MAX - length, piece, &row->values[i]);
-    }
+    for (std::int32_t i = 0; i < row->count; ++i)
+        length += formatValue(report, line + length, LINE_TEXT_MAX - length, &format->pieces[i],
+                              &row->values[i]);
     line[length++] = '\n';
     const int result = pdf_add_text_line(&report->document, {line, length});
     if (result == PDF_OK) return DUMP_OK;

@@ -4,11 +4,18 @@
 #include <algorithm>
 #include <cstring>
 
+#include "pdf/win_ansi.h"
 #include "storage/strings.h"
 
-void readRowFormat(RowFormat *format, const char *cstyle) {
-    if (std::strcmp(format->cstyle, cstyle) == 0) return;
-    copyPiece(format->cstyle, cstyle);
+const RowFormat *readRowFormat(const ReportRow *row, RowFormat *unkept) {
+    RowFormat *format = row->format;
+    if (format == nullptr) {
+        format = unkept;
+        format->cstyle[0] = '\0';
+        format->count = 0;
+    }
+    if (std::strcmp(format->cstyle, row->cstyle) == 0) return format;
+    copyPiece(format->cstyle, row->cstyle);
     format->count = countCFormatFields(format->cstyle);
     const char *cursor = format->cstyle;
     for (std::int32_t i = 0; i < std::min(format->count, ROW_MAX_VALUES); ++i) {
@@ -16,5 +23,7 @@ void readRowFormat(RowFormat *format, const char *cstyle) {
         piece->text = takeCFormatPiece(&cursor);
         piece->piece = readCFormatPiece(piece->text);
         piece->isText = isTextPiece(piece->text, &piece->piece);
+        piece->isSameInWinAnsi = isSameInWinAnsi(piece->text);
     }
+    return format;
 }

@@ -13,7 +13,8 @@
 struct RowPiece {
     std::string_view text;  // of RowFormat.cstyle
     CFormatPiece piece;
-    bool isText;  // a "%s": prints texts as it stands
+    bool isText;           // a "%s": prints texts as it stands
+    bool isSameInWinAnsi;  // of pdf/win_ansi.h
 };
 
 // All zero, it is that of the empty cstyle.
@@ -23,5 +24,6 @@ struct RowFormat {
     RowPiece pieces[ROW_MAX_VALUES];  // of the first conversions
 };
 
-// Takes a cstyle apart, unless the record holds it already.
-void readRowFormat(RowFormat *format, const char *cstyle);
+// Takes a row's cstyle apart, unless the row's own record holds it already. `unkept` is used for a
+// row that has none.
+const RowFormat *readRowFormat(const ReportRow *row, RowFormat *unkept);

@@ -75,10 +75,7 @@ int dumpTextSectionFooter(void *stream, const TemplateSection *section) {
 
 int dumpTextRow(void *stream, const ReportRow *row) {
     RowFormat unkept;
-    unkept.cstyle[0] = '\0';
-    unkept.count = 0;
-    RowFormat *format = row->format != nullptr ? row->format : &unkept;
-    readRowFormat(format, row->cstyle);
+    const RowFormat *format = readRowFormat(row, &unkept);
     if (format->count != row->count) {
         dmon_log(1, "Error: number of values in row doesn't match 'cstyle' arguments.\n");
         return DUMP_ROW_MISMATCH;

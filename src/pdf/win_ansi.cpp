@@ -4,6 +4,7 @@
 #include "pdf/win_ansi.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 
 #include "base/utf8_text.h"
@@ -42,6 +43,18 @@ std::size_t readCharacter(std::string_view text, std::uint32_t *character) {
     return length;
 }
 
+// Whether eight bytes are printable ASCII: such a byte has its top bit in none of the three.
+bool arePrintable(const char *bytes) {
+    std::uint64_t eight = 0;
+    std::memcpy(&eight, bytes, sizeof eight);
+    constexpr std::uint64_t ones = 0x0101010101010101u;
+    return ((eight | (eight + ones) | (eight - ones * ' ')) & ones * 0x80) == 0;
+}
+
+constexpr bool isPrintable(char byte) {
+    return byte >= ' ' && byte < 0x7F;
+}
+
 void noteLoss(WinAnsiLoss *loss, std::uint32_t what, bool isByte) {
     if (loss->count++ > 0) return;
     loss->first = what;
@@ -49,6 +62,14 @@ void noteLoss(WinAnsiLoss *loss, std::uint32_t what, bool isByte) {
 }
 
 }  // namespace
+
+bool isSameInWinAnsi(std::string_view text) {
+    if (text.size() < 8) return std::all_of(text.begin(), text.end(), isPrintable);
+    // What is left behind the last eight whole is looked at once more, as the end of eight.
+    for (std::size_t at = 0; at + 8 < text.size(); at += 8)
+        if (!arePrintable(text.data() + at)) return false;
+    return arePrintable(text.data() + text.size() - 8);
+}
 
 char toWinAnsi(std::uint32_t character) {
     if (character < 0x20 || character == 0x7F) return ' ';
@@ -63,6 +84,12 @@ std::size_t utf8ToWinAnsi(char *out, std::size_t size, std::string_view text, ch
                           WinAnsiLoss *loss) {
     std::size_t used = 0;
     while (used + 1 < size && !text.empty()) {
+        if (used + 8 < size && text.size() >= 8 && arePrintable(text.data())) {
+            text.copy(out + used, 8);
+            used += 8;
+            text.remove_prefix(8);
+            continue;
+        }
         std::uint32_t character = 0;
         const std::size_t length = readCharacter(text, &character);
         const char byte = length == 0 ? '\0' : toWinAnsi(character);

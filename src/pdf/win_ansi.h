@@ -11,6 +11,9 @@
 // one of the bytes 0x81, 0x8D, 0x8F, 0x90 and 0x9D, which the code page leaves undefined.
 char toWinAnsi(std::uint32_t character);
 
+// True for printable ASCII alone, which the code page holds as it stands.
+bool isSameInWinAnsi(std::string_view text);
+
 // What could not be turned.
 struct WinAnsiLoss {
     std::uint32_t count;  // characters outside the encoding, and bytes that are no UTF-8
