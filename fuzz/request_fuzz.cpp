@@ -24,10 +24,11 @@ int initReports() {
 }
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t /*flags*/, std::uint32_t /*format*/, KvStore * /*userVars*/,
-                   const char *dictName, const char *name) {
-    // All are whole texts, read to their ends.
-    return -static_cast<int>(std::strlen(resultsPath) + std::strlen(templatePath) +
-                             std::strlen(reportPath) + std::strlen(dictName) + std::strlen(name));
+                   const char *dictName, const char *name, const char *folder) {
+    std::size_t length = 0;  // all are whole texts, read to their ends
+    for (const char *text : {resultsPath, templatePath, reportPath, dictName, name, folder})
+        if (text != nullptr) length += std::strlen(text);
+    return -static_cast<int>(length);
 }
 int deleteAllReports() {
     return REPORT_OK;

@@ -26,6 +26,7 @@ TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
     EXPECT_EQ(pdfAllocObjectByID(doc, PDF_PAGE, 9), 9);
     EXPECT_EQ(pdfAllocObject(doc, PDF_CONTENT), 2);
     pdfPut(&doc->out, "x");
+    doc->objects[doc->objectCount] = {77, 10, PDF_INFO};  // behind the last: nobody may see it
     EXPECT_EQ(pdfMarkObjectOffs(doc, 9), PDF_OK);
     EXPECT_EQ(pdfMarkObjectOffs(doc, 8), PDF_NOT_FOUND);
     EXPECT_EQ(pdfMarkObjectOffs(doc, 10), PDF_NOT_FOUND);
@@ -46,7 +47,8 @@ TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
               "9 1\n0000000011 00000 n \n");
 
     // The gaps fill up, and the next number is again behind the last.
-    for (const std::int32_t number : {3, 7, 8, 10, 11})
+    EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 10), 10);
+    for (const std::int32_t number : {3, 7, 8, 11})
         EXPECT_EQ(pdfAllocObject(doc, PDF_CONTENT), number);
     EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 65535), 65535);
     EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 65535), PDF_TOO_MANY_OBJECTS);

@@ -15,12 +15,12 @@ TEST(WinAnsi, TurnsCharactersIntoBytesAndCountsWhatItCannotTurn) {
         {"\u00A0\u00E9\u00FF\u20AC\u0178\u2019\u2122", "\xA0\xE9\xFF\x80\x9F\x92\x99", 0, 0, false},
         {"a\tb\nc\x7F\x01", "a b c  ", 0, 0, false},
         {"\u0081\u0100", "??", 2, 0x81, false},  // the byte 0x81 has no character
-        {"x\U0001F600y", "x?y", 1, 0x1F600, false},
+        {"\u0800\U0001F600y", "??y", 2, 0x800, false},
+        {"\U00010000\U0010FFFF\x9F", "???", 3, 0x10000, false},
         {"\xC3(\xE9\x80 ", "?(?? ", 3, 0xC3, true},
-        {"\xC0\xAF", "??", 2, 0xC0, true},       // "/" in two bytes
+        {"\xC1\xBF\xE0\x9F\xBF\xF0\x8F\xBF\xBF", "?????????", 9, 0xC1, true},  // too many bytes
         {"\xED\xA0\x80", "???", 3, 0xED, true},  // half of a surrogate pair
         {"\xF4\x90\x80\x80\xFF", "?????", 5, 0xF4, true},
-        {"\x80\u20BF", "??", 2, 0x80, true},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.text);

@@ -4,10 +4,12 @@
 
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "support/case_runner.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
 
@@ -18,11 +20,23 @@ struct ResultsFreer {
 };
 using ResultsOwner = std::unique_ptr<Results, ResultsFreer>;
 
-ResultsOwner load(const std::string &content) {
+// Loads a file of this content. With `error` it may fail, and what is said of it is left there.
+ResultsOwner load(const std::string &content, std::string *error = nullptr) {
     const TempDir dir;
-    Results *results = nullptr;
-    EXPECT_EQ(loadResultsFile(dir.write("a.res", content).c_str(), &results), RESULTS_OK);
-    return ResultsOwner(results);
+    const std::string path = dir.write("a.res", content);
+    Results untouched{};
+    Results *results = &untouched;
+    std::optional<LogCapture> log;
+    if (error != nullptr) log.emplace();
+    if (loadResultsFile(path.c_str(), &results) == RESULTS_OK) return ResultsOwner(results);
+    EXPECT_EQ(results, nullptr);
+    const std::string said = log ? log->text() : "an error";
+    const std::string start = "Error loading results file '" + path + "': ";
+    const std::string end = " (-5)\n";
+    EXPECT_TRUE(said.starts_with(start) && said.ends_with(end)) << said;
+    if (error != nullptr)
+        *error = said.substr(start.size(), said.size() - start.size() - end.size());
+    return nullptr;
 }
 
 // Shows what a register holds, its kind's fields in their order.
@@ -80,91 +94,54 @@ std::string find(const Results *results, std::string spec) {
 
 }  // namespace
 
-TEST(ResultsLoader, TurnsEachRegisterTypeIntoItsKind) {
-    const std::pair<const char *, const char *> cases[] = {
-        {"u8 r value=200 min=1 max=255", "u32 r 200 1 255"},
-        {"i8 r value=-1 min=-128 max=127", "i32 r 255 128 127"},  // not extended
-        {"u16 r value=60000 min=1 max=2", "u32 r 60000 1 2"},
-        {"i16 r value=-0x8000 min=1 max=2", "i32 r 32768 1 2"},
-        {"u32 r value=4294967295 min=1 max=2", "u32 r 4294967295 1 2"},
-        {"i32 r value=-2147483648 min=-7 max=2", "i32 r -2147483648 -7 2"},
-        {"f32 r value=0.5", "f32 r 0.500000"},
-        {"f64 r value=-0.25", "f64 r -0.250000"},
-        {"sel r value=1 labels=down|up", "sel r 1 up"},
-        {"sel-b r value=2 labels=down|up", "sel r 2 -"},
-        {"sel-c r value=1 labels=down||up", "sel r 1 -"},
-        {"counter r value=100 time=8 mult=4 div=5 secs=6", "counter r 100 10.000000 6"},
-        {"counter r value=100 time=8 mult=4 secs=6", "counter r 100 0.000000 6"},
-        {"counter r value=0x8000000000000001 time=1 mult=2 div=1",
-         "counter r 9223372036854775809 2.000000 0"},  // the product wraps at 64 bits
-        {"u8-secs r value=9 secs=70000", "secs r 9 70000"},
-        {"a8 r data=1,2,255", "array r 3 1 2 255"},
-        {"a16 r data=1,0x203", "array r 2 1 0 3 2"},
-        {"a8-b r data=", "array r 0"},
-        {"a16-b r data=5", "array r 1 5 0"},
-        {"u64 r value=0xFFFFFFFFFFFFFFFF min=1 max=2", "u64 r 18446744073709551615 1 2"},
-        {"u32-b r value=3 min=1 max=2", "u32 r 3 1 2"},
-        {"i32-b r value=-3 min=1 max=2", "i32 r -3 1 2"},
-        {"a32 r data=0x04030201", "array r 1 1 2 3 4"},
-        {"a32-b r data=1 invalid", "array r invalid 1 1 0 0 0"},
-        {"bits r value=0x80000005 labels=LOS|AIS|RDI", "bits r 2147483653 LOS RDI -"},
-        {"bits r value=0 labels=LOS", "bits r 0 null"},
-    };
-    for (const auto &[line, shown] : cases) {
-        SCOPED_TRACE(line);
-        const ResultsOwner results = load("okra 1\napp a\nreg " + std::string(line));
-        ASSERT_EQ(results->regCount, 1);
-        EXPECT_EQ(show(results->regs[0]), shown);
-    }
+TEST(ResultsLoader, TurnsEachRegisterIntoItsKindOrNamesLineAndReason) {
+    runCases("results/cases/results_files.txt", 1, [](const CaseFields &row) -> CaseFields {
+        const std::string start = row[0].starts_with("reg") ? "okra 1\napp a\n" : "";
+        std::string error;
+        const ResultsOwner results = load(start + row[0], &error);
+        return {results == nullptr ? error : show(results->regs[0])};
+    });
 }
 
-TEST(ResultsLoader, KeepsTheApplicationsInOrderWithTheirTimes) {
+TEST(ResultsLoader, KeepsTheApplicationsInOrderWithTheirTimesAndBelievesNoCount) {
+    const LogCapture log;
     const ResultsOwner results = load(
         "okra 1\n"
-        "app one start=100 stop=350 restart=3 powerfail=4 status=255\n"
-        "app a-longer-name-than-fits start=2 stop=1\n");
-    ASSERT_NE(results, nullptr);
+        "app one start=100 stop=350 restart=3 powerfail=4 status=255 regs=1\nreg u8 a\nreg u8 b\n"
+        "app a-longer-name-than-fits start=2 stop=1 regs=-1\nreg u8 a\n"
+        "app huge regs=2147483647\nreg u8 a\n");
     std::string shown;
     for (const Results *app = results.get(); app != nullptr; app = app->next) {
         shown += app->name;
         for (const std::uint32_t word :
              {app->startTime, app->stopTime, app->restartTime, std::uint32_t{app->status},
-              app->powerfailTime, app->elapsedTime})
+              app->powerfailTime, app->elapsedTime, static_cast<std::uint32_t>(app->regCount)})
             shown += " " + std::to_string(word);
         shown += "\n";
     }
-    EXPECT_EQ(shown, "one 100 350 3 255 4 250\na-longer-name-t 2 1 0 0 0 4294967295\n");
+    EXPECT_EQ(shown,
+              "one 100 350 3 255 4 250 1\na-longer-name-t 2 1 0 0 0 4294967295 0\n"
+              "huge 0 0 0 0 0 0 1\n");
+    const std::string tooMany = "Error: too many registers in results file.\n";
+    EXPECT_EQ(log.text(), tooMany + tooMany);
     EXPECT_EQ(load("okra 1\n"), nullptr);
 }
 
-TEST(ResultsLoader, BelievesADeclaredCountOnlyAsALimit) {
-    const LogCapture log;
-    const ResultsOwner results = load(
-        "okra 1\n"
-        "app few regs=1\nreg u8 a value=1\nreg u8 b value=2\n"
-        "app negative regs=-1\nreg u8 a\n"
-        "app huge regs=2147483647\nreg u8 a value=3\n");
-    EXPECT_EQ(log.text(),
-              "Error: too many registers in results file.\n"
-              "Error: too many registers in results file.\n");
-    ASSERT_EQ(results->regCount, 1);
-    EXPECT_EQ(show(results->regs[0]), "u32 a 1 0 0");
-    EXPECT_EQ(results->next->regCount, 0);
-    EXPECT_EQ(results->next->next->regCount, 1);
-}
-
-TEST(ResultsLoader, LeavesNothingOfAFileThatCannotBeLoaded) {
-    const TempDir dir;
-    const LogCapture log;
-    Results untouched{};
-    Results *results = &untouched;
-    const std::string path =
-        dir.write("a.res", "okra 1\napp a\nreg a8 x data=1\nreg a8 y data=z\n");
-    EXPECT_EQ(loadResultsFile(path.c_str(), &results), RESULTS_NOT_LOADED);
-    EXPECT_EQ(results, nullptr);
-    EXPECT_EQ(log.text(), "Error loading results file '" + path +
-                              "': line 4: 'z' of attribute 'data' is no number (-5)\n");
-    EXPECT_EQ(initResultsLoader(), RESULTS_OK);
+TEST(ResultsLoader, BoundsArraysAndLinesAndCountsRegistersAcrossThePiecesItReads) {
+    const std::string head = "okra 1\napp a\n";
+    std::string array = head + "reg a32 x data=0xFFFFFFFF";
+    for (int i = 1; i < 65535; ++i) array += ",4294967295";
+    EXPECT_EQ(load(array)->regs[0].as.array.length, 65535);
+    std::string error;
+    load(array + ",1", &error);
+    EXPECT_EQ(error, "line 3: more than 65535 elements in attribute 'data'");
+    load(head + "#" + std::string(1100000, '#'), &error);
+    EXPECT_EQ(error, "line 3: longer than 1048576 bytes");
+    std::string most = head;
+    for (int reg = 0; reg < 65536; ++reg) most += "reg u8 x\n";
+    EXPECT_EQ(load(most)->regCount, 65536);
+    load(most + "reg u8 x", &error);
+    EXPECT_EQ(error, "line 65539: more than 65536 registers in an application");
 }
 
 TEST(ItemLookUp, FindsItemsByTheirText) {
@@ -174,36 +151,11 @@ TEST(ItemLookUp, FindsItemsByTheirText) {
         "reg u8 \"a@b\"\n"
         "app second\nreg u8 \"\xC3\xA4 b\"\nreg u8 only\n"
         "app ifstats\nreg u8 only\n");
-    struct Case {
-        const char *spec, *found, *log;
-    };
-    const Case cases[] = {
-        {"ifstats@rxBytes:rate", "ifstats.rxBytes 2 -1", ""},
-        {"rxBytes", "ifstats.rxBytes 0 -1", ""},
-        {"rxBytes:secs", "ifstats.rxBytes 1 -1", ""},
-        {"rxBytes:min", "ifstats.rxBytes 3 -1", ""},
-        {"rxBytes:max", "ifstats.rxBytes 4 -1", ""},
-        {"hist[3]", "ifstats.hist 0 3", ""},
-        {"hist[ -2x", "ifstats.hist 0 -2", ""},
-        {"hist[]", "ifstats.hist 0 0", ""},
-        {"hist[99999999999]", "ifstats.hist 0 2147483647", ""},
-        {"hist[3]:max", "ifstats.hist[3] 4 -1", ""},
-        {"second@\xC3\xA4 b", "second.\xC3\xA4 b 0 -1", ""},
-        {"rxBytes:avg", "null", "Error: unknown field 'avg' in 'link' argument.\n"},
-        {"rxBytes:", "null", "Error: unknown field '' in 'link' argument.\n"},
-        {"only", "null", "Error: item 'only' not found in application 'ifstats'.\n"},
-        {"ifstats@only[1]", "null", "Error: item 'only' not found in application 'ifstats'.\n"},
-        {"@rxBytes", "null", "Error: application '' not found in result file.\n"},
-        {"ifstatsifstatsifstats@x:avg", "null",
-         "Error: application 'ifstatsifstatsifstats' not found in result file.\n"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.spec);
+    runCases("results/cases/items.txt", 1, [&](const CaseFields &row) -> CaseFields {
         const LogCapture log;
-        EXPECT_EQ(find(results.get(), c.spec), c.found);
-        EXPECT_EQ(log.text(), c.log);
-    }
-
+        const std::string found = find(results.get(), row[0]);
+        return {found, log.text()};
+    });
     const LogCapture log;
     EXPECT_EQ(find(nullptr, "item:avg"), "null");
     EXPECT_EQ(log.text(), "Error: No applications found in result file.\n");
@@ -230,17 +182,14 @@ TEST(ItemLookUp, FindsEachOfManyNames) {
     for (int app = 0; app < 300; ++app) {
         content += "app app" + std::to_string(app) + "\n";
         for (int reg = 0; reg < app; ++reg)
-            content += "reg u32 aRegisterName" + std::to_string(reg) +
-                       " value=" + std::to_string(1000 * app + reg) + "\n";
+            content += "reg u32 aRegisterName" + std::to_string(reg) + "\n";
     }
     const ResultsOwner results = load(content);
-    for (int app = 0; app < 300; ++app) {
-        for (int reg = 0; reg < app; ++reg) {
-            std::string spec = "app" + std::to_string(app) + "@aRegisterName" + std::to_string(reg);
-            const RegisterRecord *found =
-                getAppItemResult(spec.data(), results.get(), nullptr, nullptr);
-            ASSERT_NE(found, nullptr);
-            ASSERT_EQ(found->as.u32.value, static_cast<std::uint32_t>(1000 * app + reg));
+    for (const Results *app = results.get(); app != nullptr; app = app->next) {
+        for (std::int32_t reg = 0; reg < app->regCount; ++reg) {
+            std::string spec = std::string(app->name) + "@aRegisterName" + std::to_string(reg);
+            ASSERT_EQ(getAppItemResult(spec.data(), results.get(), nullptr, nullptr),
+                      &app->regs[reg]);
         }
     }
 }
