@@ -115,7 +115,7 @@ std::int32_t APX_Get_Handle(const char *name) {
         place = findSlot("");
     }
     if (place < 0) return okraFail(OKRA_NO_MEMORY, "too many applications");
-    std::snprintf(slots[place].name, sizeof(slots[place].name), "%s", name);
+    std::snprintf(slots[place].name, sizeof slots[place].name, "%s", name);
     return slots[place].round * SLOTS + place;
 }
 

@@ -52,34 +52,34 @@ constexpr std::size_t OPTION_PATH_SIZE = 64;
 enum NameFormat : std::int16_t { NAME_BY_TIME = 0, NAME_BY_SEQUENCE = 1 };
 
 // Set before the first thread starts.
-extern std::int32_t opt_fgnd;
-extern std::int32_t opt_debug;
-extern char opt_cfgfile[OPTION_PATH_SIZE];
-extern char opt_resdir[OPTION_PATH_SIZE];   // results files, a directory a subscription
-extern char opt_tpldir[OPTION_PATH_SIZE];   // templates
-extern char opt_rptdir[OPTION_PATH_SIZE];   // report files
-extern char opt_cfgdir[OPTION_PATH_SIZE];   // configurations
-extern char opt_dictdir[OPTION_PATH_SIZE];  // dictionaries
-extern char opt_dflt_lang_id[4];            // fallback language of reports
-extern std::int32_t opt_fullerr;            // error code for refused measurements
-extern std::int32_t opt_auto_flags;         // report flags of automatic reports
+inline std::int32_t opt_fgnd;
+inline std::int32_t opt_debug;
+inline char opt_cfgfile[OPTION_PATH_SIZE];
+inline char opt_resdir[OPTION_PATH_SIZE];   // results files, a directory a subscription
+inline char opt_tpldir[OPTION_PATH_SIZE];   // templates
+inline char opt_rptdir[OPTION_PATH_SIZE];   // report files
+inline char opt_cfgdir[OPTION_PATH_SIZE];   // configurations
+inline char opt_dictdir[OPTION_PATH_SIZE];  // dictionaries
+inline char opt_dflt_lang_id[4];            // fallback language of reports
+inline std::int32_t opt_fullerr;            // error code for refused measurements
+inline std::int32_t opt_auto_flags;         // report flags of automatic reports
 
 // The subscriptions of the subscription files; not changed after the start.
-extern std::int32_t opt_num_subs;  // entries used in opt_subs
-extern Subscription opt_subs[MAX_INITIAL_SUBSCRIPTIONS];
+inline std::int32_t opt_num_subs;  // entries used in opt_subs
+inline Subscription opt_subs[MAX_INITIAL_SUBSCRIPTIONS];
 
 // Changed by clients while other threads read them.
-extern OptionText<4> opt_lang_id;                  // language of reports
-extern std::atomic<std::int32_t> opt_max_res;      // results files a subscription
-extern std::atomic<std::int32_t> opt_max_rpt;      // report files
-extern std::atomic<std::int32_t> opt_fullact_res;  // FullAction
-extern std::atomic<std::int32_t> opt_fullact_rpt;  // FullAction
-extern std::atomic<std::int32_t> opt_autosave;     // save results on synchronisation
-extern std::atomic<std::int32_t> opt_autorpt;      // make a report of each results file
-extern std::atomic<std::int32_t> opt_auto_fmt;     // ReportFormat of automatic reports
-extern std::atomic<std::int16_t> opt_autoname;     // NameFormat
-extern OptionText<32> opt_refname;                 // reference of sequence names
-extern std::atomic<std::int32_t> opt_autoseq;      // next sequence number
+inline OptionText<4> opt_lang_id;                  // language of reports
+inline std::atomic<std::int32_t> opt_max_res;      // results files a subscription
+inline std::atomic<std::int32_t> opt_max_rpt;      // report files
+inline std::atomic<std::int32_t> opt_fullact_res;  // FullAction
+inline std::atomic<std::int32_t> opt_fullact_rpt;  // FullAction
+inline std::atomic<std::int32_t> opt_autosave;     // save results on synchronisation
+inline std::atomic<std::int32_t> opt_autorpt;      // make a report of each results file
+inline std::atomic<std::int32_t> opt_auto_fmt;     // ReportFormat of automatic reports
+inline std::atomic<std::int16_t> opt_autoname;     // NameFormat
+inline OptionText<32> opt_refname;                 // reference of sequence names
+inline std::atomic<std::int32_t> opt_autoseq;      // next sequence number
 
 // Sets every option to its default and makes the quota table; quotaInit's result.
 int setDefaults();
