@@ -165,6 +165,7 @@ int dumpPDFInit(void **state, std::FILE *stream) {
         logReason(report.get(), result);
         return DUMP_NO_DOCUMENT;
     }
+    report->document.out.limit = REPORT_MAX_BYTES;
     *state = report.release();
     return DUMP_OK;
 }

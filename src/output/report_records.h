@@ -9,6 +9,10 @@
 
 constexpr std::int32_t ROW_MAX_VALUES = 16;
 
+// The longest report. Nobody reads one of the kind, and a template of four lines must not fill the
+// disk.
+constexpr std::int32_t REPORT_MAX_BYTES = 256 * 1024 * 1024;
+
 struct RowFormat;  // output/row_format.h
 
 // One line of the report.

@@ -20,7 +20,15 @@ std::FILE *streamOf(void *state) {
     return static_cast<std::FILE *>(state);
 }
 
+// Of the report that this thread makes; a stream may be a pipe, which does not know.
+thread_local std::size_t written;
+
 int writeAll(std::FILE *stream, const char *bytes, std::size_t length) {
+    if (length > REPORT_MAX_BYTES - written) {
+        dmon_log(1, "Error writing text report: more than %d MiB.\n", REPORT_MAX_BYTES >> 20);
+        return DUMP_WRITE_FAILED;
+    }
+    written += length;
     if (std::fwrite(bytes, 1, length, stream) == length) return DUMP_OK;
     dmon_log(1, "Error writing text report: %s\n", std::strerror(errno));
     return DUMP_WRITE_FAILED;
@@ -52,6 +60,7 @@ std::size_t printRowValue(char *out, const RowPiece *piece, const ItemValue *val
 
 int dumpTextInit(void **state, std::FILE *stream) {
     *state = stream;
+    written = 0;
     if (utf8_fencode(stream, U'\uFEFF') == 0) return DUMP_OK;
     dmon_log(1, "Error writing text report: %s\n", std::strerror(errno));
     return DUMP_WRITE_FAILED;

@@ -17,11 +17,10 @@ constexpr std::size_t PIECE_SIZE = 1024;
 constexpr std::size_t ESCAPED_SIZE = 4;
 static_assert(PIECE_SIZE * ESCAPED_SIZE <= PDF_BLOCK_SIZE);
 
-// The block never holds bytes that would lie beyond the largest offset.
-std::uint32_t roomAfter(std::int32_t flushed) {
-    const std::uint32_t left =
-        static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max() - flushed);
-    return std::min(left, PDF_BLOCK_SIZE);
+// The block never holds bytes that would lie beyond the limit.
+std::uint32_t roomLeft(const PdfSink *sink) {
+    const std::int32_t left = std::max(sink->limit - sink->flushed, 0);
+    return std::min(static_cast<std::uint32_t>(left), PDF_BLOCK_SIZE);
 }
 
 // Makes `size` bytes of room (at most a block); false when the document has failed.
@@ -103,7 +102,8 @@ void pdfOpenSink(PdfSink *sink, std::FILE *stream) {
     sink->systemError = 0;
     sink->flushed = 0;
     sink->used = 0;
-    sink->room = roomAfter(0);
+    sink->limit = std::numeric_limits<std::int32_t>::max();
+    sink->room = roomLeft(sink);
 }
 
 std::int32_t pdfOffset(const PdfSink *sink) {
@@ -119,8 +119,8 @@ int pdfFail(PdfSink *sink, int error) {
 const char *pdfReason(const PdfSink *sink, int error) {
     // By the code's distance from 0.
     static constexpr const char *texts[] = {
-        "no failure",      "no such object",     "not all was written", "no memory",
-        "more than 2 GiB", "more than 14 fonts", "a stream is open",    "too many objects",
+        "no failure", "no such object",     "not all was written", "no memory",
+        "too long",   "more than 14 fonts", "a stream is open",    "too many objects",
     };
     static_assert(std::size(texts) == 1 - PDF_TOO_MANY_OBJECTS);
     if (error == PDF_WRITE_FAILED && sink->systemError != 0)
@@ -134,7 +134,7 @@ int pdfFlush(PdfSink *sink) {
         return pdfFail(sink, PDF_WRITE_FAILED);
     sink->flushed += static_cast<std::int32_t>(sink->used);
     sink->used = 0;
-    sink->room = roomAfter(sink->flushed);
+    sink->room = roomLeft(sink);
     return PDF_OK;
 }
 

@@ -14,7 +14,7 @@ enum PdfResult : int {
     PDF_NOT_FOUND = -1,         // no such object or font
     PDF_WRITE_FAILED = -2,      // the stream took less than it was given
     PDF_NO_MEMORY = -3,         // the object table could not grow
-    PDF_TOO_LONG = -4,          // an offset beyond 2 GiB, the most that the tables hold
+    PDF_TOO_LONG = -4,          // longer than the sink's limit
     PDF_TOO_MANY_FONTS = -5,    // a fifteenth font; the current one stays
     PDF_STREAM_OPEN = -6,       // a content stream was begun while another was open
     PDF_TOO_MANY_OBJECTS = -7,  // an object number above 65535
@@ -26,13 +26,14 @@ struct PdfSink {
     std::FILE *stream;
     int error;             // the first failure, PDF_OK: none; after one the stream gets nothing
     int systemError;       // the errno of PDF_WRITE_FAILED
+    std::int32_t limit;    // of bytes in all; 2 GiB is the most that the tables hold
     std::int32_t flushed;  // bytes handed to the stream
     std::uint32_t used;    // bytes in the block
-    std::uint32_t room;    // bytes that fit into it; fewer near the largest offset
+    std::uint32_t room;    // bytes that fit into it; fewer near the limit
     char block[PDF_BLOCK_SIZE];
 };
 
-// Starts at offset 0 of an empty stream, which stays the caller's.
+// Starts at offset 0 of an empty stream, which stays the caller's. The limit is the largest.
 void pdfOpenSink(PdfSink *sink, std::FILE *stream);
 
 // Bytes written so far: the offset of the next one.

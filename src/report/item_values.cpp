@@ -69,6 +69,7 @@ void ownText(ItemValue *value, std::string_view text) {
 // The label, or the entry's number when it has none.
 void takeSelection(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     if (reg->as.selection.label != nullptr) {
+        countLookup(ctx);
         ownText(value, dictResolvGet(&ctx->dict, reg->as.selection.label));
         return;
     }
@@ -92,6 +93,7 @@ void takeBitSet(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *valu
             std::snprintf(number, sizeof number, "%d", std::countr_zero(bits));
             label = number;
         } else {
+            countLookup(ctx);
             label = dictResolvGet(&ctx->dict, label);
         }
         const std::size_t length = std::strlen(label);

@@ -39,7 +39,12 @@ bool isSkipped(const TemplateIteration *iteration) {
 
 void setIterationVar(TemplateContext *ctx, const TemplateIteration *iteration) {
     TemplateParam **params = currentParams(ctx);
-    if (params != nullptr) setTemplateParamInt(params, iteration->var, iteration->counter);
+    if (params == nullptr) return;
+    setTemplateParamInt(params, iteration->var, iteration->counter);
+    // Each pass may have named another variable.
+    std::int64_t count = 0;
+    for (const TemplateParam *param = *params; param != nullptr; param = param->next) ++count;
+    ctx->steps += count / STEPS_PARAMETERS;
 }
 
 }  // namespace

@@ -215,6 +215,9 @@ int interpretTemplate(Merge *merge) {
         else
             popTemplateFile(ctx);
         if (result == MERGE_OK && ctx->readFailed) result = MERGE_TEMPLATE_ERROR;
+        ctx->steps += STEPS_TAG;
+        if (result == MERGE_OK && ctx->steps > TEMPLATE_MAX_STEPS)
+            result = templateError(ctx, MERGE_TEMPLATE_ERROR, "the template takes too many steps.");
     }
     return result;
 }

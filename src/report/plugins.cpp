@@ -170,6 +170,7 @@ int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::s
 }
 
 int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value) {
+    ctx->steps += STEPS_PLUGIN_CALL;
     const std::string_view whole = text;
     const std::size_t dot = whole.find('.');
     if (dot >= TEMPLATE_NAME_SIZE)

@@ -68,6 +68,7 @@ int reportRefusal(TemplateContext *ctx, std::string_view refusal) {
 int translatePluginText(TemplateContext *ctx, ItemValue *value) {
     const std::string_view text = expandTemplateString(ctx, static_cast<const char *>(value->data));
     if (text.data() == nullptr) return MERGE_TEMPLATE_ERROR;
+    countLookup(ctx);
     char *translation = dictResolvGetCopy(&ctx->dict, text.data());
     releaseItemValue(value);
     // The size, if any, was that of the old bytes.
@@ -92,6 +93,7 @@ int fillPluginValue(TemplateContext *ctx, const ValueClause *clause, ItemValue *
 int applyDataConversions(TemplateContext *ctx, const ValueClause *clause, ItemValue *value) {
     if (clause->convType == CONV_NONE || value->type == VORN_TYPE_NONE) return CONV_OK;
     DictResolver *dict = (clause->flags & VALUE_USE_DICT) != 0 ? &ctx->dict : nullptr;
+    if (dict != nullptr) countLookup(ctx);
     const char *refusal = convertValue(clause->convType, clause->convArg, dict, value);
     return refusal == nullptr ? CONV_OK : reportRefusal(ctx, refusal);
 }
@@ -108,9 +110,10 @@ int addTextValue(TemplateContext *ctx, ReportRow *row, const char *text,
     value->flags = VORN_VALUE_OWNED;
     const std::string_view expanded = expandTemplateString(ctx, text);
     if (expanded.data() == nullptr) return MERGE_TEMPLATE_ERROR;
-    value->data = (clause->flags & VALUE_USE_DICT) != 0
-                      ? dictResolvGetCopy(&ctx->dict, expanded.data())
-                      : strdup(expanded.data());
+    const bool translated = (clause->flags & VALUE_USE_DICT) != 0;
+    if (translated) countLookup(ctx);
+    value->data =
+        translated ? dictResolvGetCopy(&ctx->dict, expanded.data()) : strdup(expanded.data());
     return MERGE_OK;
 }
 

@@ -18,9 +18,22 @@ constexpr std::int32_t TEMPLATE_MAX_ITERATIONS = 8;  // open at once
 constexpr std::int32_t TEMPLATE_MAX_PLUGINS = 4;     // declared in one merge
 constexpr std::size_t TEMPLATE_PATH_SIZE = 64;
 
-// Passes of all loops of one merge together. No report that is read has as many; without a limit a
-// template of a few lines could keep a thread busy for years.
-constexpr std::int32_t TEMPLATE_MAX_PASSES = 100'000'000;
+// Passes of all loops of one merge together, and its steps: a tag is one, what takes longer than a
+// tag is several. No report that is read has as many; without a limit a template of a few lines
+// could keep a thread busy for years. Counted, not timed, so that every machine ends alike.
+constexpr std::int32_t TEMPLATE_MAX_PASSES = 10'000'000;
+constexpr std::int64_t TEMPLATE_MAX_STEPS = 40'000'000;
+enum TemplateSteps : std::int32_t {
+    STEPS_TAG = 1,
+    STEPS_PARAMETERS = 4,    // so many that a search passes are one
+    STEPS_EXPANSION = 1,     // for each 8 characters that are searched for references
+    STEPS_LOOKUP = 10,       // of a dictionary key, and
+    STEPS_LOOKUP_ENTRY = 4,  // for each entry of the dictionary stack
+    STEPS_PLUGIN_CALL = 5,
+    STEPS_FINDING = 20,  // a line of the log
+    STEPS_WINDOW = 40,   // a window's bytes, read anew
+    STEPS_FILE = 250,    // opened
+};
 constexpr std::size_t TEMPLATE_LINE_SIZE = 1024;
 constexpr std::size_t TEMPLATE_TEXT_SIZE = 512;  // argument values, literals, expansions
 constexpr std::size_t TEMPLATE_NAME_SIZE = 16;   // arguments, parameters, variables
@@ -125,12 +138,18 @@ struct TemplateContext {
 
     bool readFailed;                          // a template file could not be read to its end
     std::int32_t passes;                      // of loop bodies, so far
+    std::int64_t steps;                       // so far
     char location[TEMPLATE_WHOLE_PATH_SIZE];  // what getTemplateLine returns
     char expansion[TEMPLATE_TEXT_SIZE];       // what expandTemplateString returns
     TemplatePlace sectionPlaces[TEMPLATE_MAX_SECTIONS];
     TemplatePlace iterationPlaces[TEMPLATE_MAX_ITERATIONS];
     TemplatePlace rowPlace;
 };
+
+// Counts the look-up of a key.
+inline void countLookup(TemplateContext *ctx) {
+    ctx->steps += STEPS_LOOKUP + STEPS_LOOKUP_ENTRY * ctx->dict.depth;
+}
 
 // The file that is read, or null when none is open.
 inline TemplateFile *currentFile(TemplateContext *ctx) {

@@ -33,6 +33,7 @@ static_assert(std::size(forms) == FINDING_KIND_COUNT);
 
 [[gnu::format(printf, 3, 0)]] void report(TemplateContext *ctx, FindingKind kind,
                                           const char *format, va_list arguments) {
+    ctx->steps += STEPS_FINDING;
     const FindingForm *form = &forms[kind];
     if (form->level > dmon_level()) return;  // nobody reads the text
     char text[FINDING_SIZE];

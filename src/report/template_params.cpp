@@ -11,14 +11,18 @@
 
 namespace {
 
-// The node of a name, or null. Names in lists are trimmed and at most 15 characters long.
-TemplateParam *findParam(TemplateParam *first, std::string_view name) {
+// The node of a name, or null. Names in lists are trimmed and at most 15 characters long. Counts
+// the steps of a long way.
+TemplateParam *findParam(TemplateParam *first, std::string_view name, std::int64_t *steps) {
     if (name.size() >= TEMPLATE_NAME_SIZE) return nullptr;
-    for (TemplateParam *param = first; param != nullptr; param = param->next)
+    std::int64_t passed = 0;
+    TemplateParam *param = first;
+    for (; param != nullptr; param = param->next, ++passed)
         if (std::memcmp(param->name, name.data(), name.size()) == 0 &&
             param->name[name.size()] == '\0')
-            return param;
-    return nullptr;
+            break;
+    *steps += passed / STEPS_PARAMETERS;
+    return param;
 }
 
 // A text being expanded, with a byte kept for the NUL.
@@ -49,7 +53,8 @@ bool appendReference(TemplateContext *ctx, Expansion *expansion, std::string_vie
     const std::string_view name = rest->substr(2, end - 2);
     rest->remove_prefix(end + 1);
     TemplateParam **params = currentParams(ctx);
-    const TemplateParam *param = params != nullptr ? findParam(*params, name) : nullptr;
+    const TemplateParam *param =
+        params != nullptr ? findParam(*params, name, &ctx->steps) : nullptr;
     if (param != nullptr) return appendPiece(ctx, expansion, param->value);
     templateError(ctx, MERGE_TEMPLATE_ERROR, "Parameter '%.*s' not defined.",
                   static_cast<int>(name.size()), name.data());
@@ -76,7 +81,8 @@ std::string_view expandInto(TemplateContext *ctx, std::string_view text,
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value) {
     name = withoutBlanks(withoutBlanks(name).substr(0, TEMPLATE_NAME_SIZE - 1));
     if (name.empty()) return 0;
-    TemplateParam *param = findParam(*list, name);
+    std::int64_t steps = 0;
+    TemplateParam *param = findParam(*list, name, &steps);
     if (param == nullptr) {
         param = static_cast<TemplateParam *>(std::calloc(1, sizeof *param));
         if (param == nullptr) return 0;  // a reference to it will say that it is not defined
@@ -129,6 +135,7 @@ int parseClauseArg(TemplateContext *ctx, std::string_view text, char separator,
 std::string_view expandTemplateString(TemplateContext *ctx, std::string_view text) {
     if (text.size() < sizeof ctx->expansion && text.find("${") == std::string_view::npos)
         return text;
+    ctx->steps += STEPS_EXPANSION * static_cast<std::int64_t>(text.size() / 8);
     return expandInto(ctx, text, ctx->expansion);
 }
 

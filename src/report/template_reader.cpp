@@ -33,6 +33,7 @@ void moveWindow(TemplateContext *ctx, TemplateFile *file, std::int64_t position)
 // it cannot be read.
 bool fillWindow(TemplateContext *ctx, TemplateFile *file) {
     moveWindow(ctx, file, nextPosition(file));
+    ctx->steps += STEPS_WINDOW;
     const bool placed = ftello(file->stream) == file->windowStart ||
                         fseeko(file->stream, file->windowStart, SEEK_SET) == 0;
     if (placed) file->windowLength = std::fread(file->window, 1, sizeof file->window, file->stream);
@@ -46,7 +47,8 @@ bool fillWindow(TemplateContext *ctx, TemplateFile *file) {
 }
 
 // Opens a template file, below the merge's folder when its path is relative.
-FileGuard openTemplate(const TemplateContext *ctx, const char *path) {
+FileGuard openTemplate(TemplateContext *ctx, const char *path) {
+    ctx->steps += STEPS_FILE;
     char whole[TEMPLATE_WHOLE_PATH_SIZE];
     std::snprintf(whole, sizeof whole, "%s%s", templateFolder(ctx, path), path);
     return openForReading(whole);
