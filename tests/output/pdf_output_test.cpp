@@ -78,76 +78,52 @@ TEST(PdfOutput, WritesRowsWhoseWidthsCountCharacters) {
                                         "    ----|\xE9\xE8|", "", "\\(a\\\\b\\) c d\\)"}));
 }
 
-TEST(PdfOutput, PrintsCharactersAsATextReportDoes) {
-    // Each as %c and as %lc, with what is said of it.
-    struct Case {
+TEST(PdfOutput, ShowsWhatTheFontsDoNotHaveAsMarksAndSaysOnceHowMany) {
+    const struct {
         std::uint32_t code;
-        const char *narrow, *wide, *log;
+        const char *text, *line, *log;
+    } cases[] = {
+        {0xE9, "\u00E9", "\xE9|\xE9 |\xE9", ""},
+        {0x20AC, "\u0800\u20AC", "\xAC|\x80 |?\x80", "1, the first is U+0800"},
+        {0x2009, "", "\t|? |", "1, the first is U+2009"},
+        {0x18D, "\u0100\U0001F600 \xC3", "?|? |?? ?", "5, the first is U+008D"},
+        {0x0A, "\xFF", " |  |?", "1, the first is byte 0xFF"},
     };
-    const Case cases[] = {
-        {0xE9, " \xE9|", "\xE9 |", ""},
-        {0x20AC, " \xAC|", "\x80 |", ""},
-        {0x2009, "  |", "? |", "1, the first is U+2009"},
-        {0x18D, " ?|", "? |", "2, the first is U+008D"},
-        {0x0A, "  |", "  |", ""},
-    };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.code);
         LogCapture log(2);
         std::uint32_t code = c.code;
         const ItemValue value{VORN_TYPE_UINT32, &code, 0, 0};
         PdfReportFile report;
-        EXPECT_EQ(report.row("%2c|", {value}), DUMP_OK);
-        EXPECT_EQ(report.row("%-2lc|", {value}), DUMP_OK);
-        EXPECT_EQ(linesOf(report.finish()), (std::vector<std::string>{c.narrow, c.wide}));
+        EXPECT_EQ(report.row("%c|%-2lc|%s", {value, value, text(c.text)}), DUMP_OK);
+        std::string line(c.line);
+        if (line[0] == '\t') line[0] = ' ';
+        EXPECT_EQ(linesOf(report.finish()), std::vector{line});
         const std::string said(c.log);
         EXPECT_EQ(log.text(),
                   said.empty() ? "" : "PDF report: characters shown as '?': " + said + ".\n");
     }
-}
-
-TEST(PdfOutput, SaysOnceHowManyCharactersTheFontsDoNotHave) {
-    LogCapture log(2);
-    {
-        PdfReportFile report;
-        report.row("%s \u20BF", {text("\u0100\U0001F600 \xC3")});
-        report.row("%s", {text("fine \u20AC")});
-        EXPECT_EQ(linesOf(report.finish()), (std::vector<std::string>{"?? ? ?", "fine \x80"}));
-        PdfReportFile cut;  // by a precision and at the line's end
-        const std::string fill(126, 'x');
-        cut.row("%.1s%.2s\u0102", {text("y\u0100"), text("z\u0101\u0100")});
-        cut.row("%s%s\u0103\u0104", {text(fill.c_str()), text((fill + "x\u0105").c_str())});
-        cut.row("\u0106", {});
-        EXPECT_EQ(linesOf(cut.finish()), (std::vector<std::string>{"yz??", fill + fill + "x", ""}));
-        PdfReportFile bytes;
-        bytes.row("%s", {text("\xFF")});
-        bytes.finish();
-        PdfReportFile nothing;
-        nothing.row("%s", {text("\u00E9")});
-        nothing.finish();
-    }
-    EXPECT_EQ(log.text(),
-              "PDF report: characters shown as '?': 4, the first is U+0100.\n"
-              "PDF report: characters shown as '?': 2, the first is U+0101.\n"
-              "PDF report: characters shown as '?': 1, the first is byte 0xFF.\n");
+    LogCapture log(2);  // what a precision or the line's end cuts off is not lost
+    PdfReportFile cut;
+    const std::string fill(126, 'x');
+    cut.row("%.1s%.2s\u0102", {text("y\u0100"), text("z\u0101\u0100")});
+    cut.row("%s%s\u0103\u0104", {text(fill.c_str()), text((fill + "x\u0105").c_str())});
+    EXPECT_EQ(linesOf(cut.finish()), (std::vector<std::string>{"yz??", fill + fill + "x"}));
+    EXPECT_EQ(log.text(), "PDF report: characters shown as '?': 2, the first is U+0101.\n");
 }
 
 TEST(PdfOutput, CutsAFieldTo127AndALineTo254CharactersBeforeTheyAreEscaped) {
     std::string many;  // whose bytes in the report are a character of UTF-8 in pairs
-    for (int i = 0; i < 100; i++) many += "\u00E9\u20AC";
-    const std::string brackets(200, '(');
-    PdfReportFile report;
-    EXPECT_EQ(report.row("ab%s", {text(many.c_str())}), DUMP_OK);
-    EXPECT_EQ(report.row("%s%sa%sb", {text(brackets.c_str()), text(many.c_str()), text("c")}),
-              DUMP_OK);
-    EXPECT_EQ(report.row("%300s", {text("x")}), DUMP_OK);
-
     std::string escaped;
+    for (int i = 0; i < 127; i++) many += "\u00E9\u20AC";
+    for (int i = 0; i < 127; i++) escaped += "\\(";
     std::string accents;
-    for (int i = 0; i < 127; i++) {
-        escaped += "\\(";
-        accents += i % 2 == 0 ? '\xE9' : '\x80';
-    }
+    for (int i = 0; i < 64; i++) accents += "\xE9\x80";
+    accents.resize(127);
+    PdfReportFile report;
+    report.row("ab%s", {text(many.c_str())});
+    report.row("%s%sa%sb", {text(std::string(200, '(').c_str()), text(many.c_str()), text("c")});
+    report.row("%300s", {text("x")});
     EXPECT_EQ(linesOf(report.finish()),
               (std::vector<std::string>{"ab" + accents.substr(0, 125), escaped + accents,
                                         std::string(127, ' ')}));
@@ -157,14 +133,13 @@ TEST(PdfOutput, AddsBlankLinesOfEnabledSectionsAndFollowsStyles) {
     PdfReportFile report;
     const TemplateSection enabled{"s", 1, 3, 1, -1};
     const TemplateSection disabled{"d", 2, 3, 1, -1};
-    EXPECT_EQ(dumpSectionHeader(&report.backend, &enabled), DUMP_OK);
-    EXPECT_EQ(dumpSectionHeader(&report.backend, &disabled), DUMP_OK);
-    EXPECT_EQ(dumpSectionFooter(&report.backend, &disabled), DUMP_OK);
-    const OutputStyle styles[] = {{"Helvetica", 12}, {"", 0}, {"", -1}};
-    for (const OutputStyle &style : styles)
+    for (const TemplateSection *section : {&enabled, &disabled})
+        EXPECT_EQ(dumpSectionHeader(&report.backend, section), DUMP_OK);
+    for (const OutputStyle &style : {OutputStyle{"Helvetica", 12}, {"", 0}, {"", -1}})
         EXPECT_EQ(dumpOutputStyle(&report.backend, &style), DUMP_OK);
     report.row("%s", {text("x")});
-    EXPECT_EQ(dumpSectionFooter(&report.backend, &enabled), DUMP_OK);
+    for (const TemplateSection *section : {&disabled, &enabled})
+        EXPECT_EQ(dumpSectionFooter(&report.backend, section), DUMP_OK);
 
     const std::string pdf = report.finish();
     EXPECT_NE(pdf.find("/F0 10 Tf\n(\n)'\n(\n)'\n(\n)'\n12 TL\n/F1 12 Tf\n(x\n)'\n(\n)'\n8 TL\n"),
@@ -177,12 +152,8 @@ TEST(PdfOutput, AddsBlankLinesOfEnabledSectionsAndFollowsStyles) {
 TEST(PdfOutput, EndsWithAnErrorWhenTheStreamFails) {
     LogCapture log;
     DumpBackend backend{};
-    const FileGuard readOnly(std::fopen("/dev/null", "r"));
-    EXPECT_EQ(dumpInit(&backend, readOnly.get(), RPT_FMT_PDF), DUMP_NO_DOCUMENT);
-
     const FileGuard full(std::fopen("/dev/full", "w"));
     EXPECT_EQ(dumpInit(&backend, full.get(), RPT_FMT_PDF), DUMP_NO_DOCUMENT);
-
     const FileGuard small(fmemopen(nullptr, 40, "w"));  // takes the header only
     EXPECT_EQ(dumpInit(&backend, small.get(), RPT_FMT_PDF), DUMP_OK);
     // As many lines as a template may ask for: they end with the first failure.
@@ -191,9 +162,7 @@ TEST(PdfOutput, EndsWithAnErrorWhenTheStreamFails) {
     ReportRow row{};
     EXPECT_EQ(dumpRow(&backend, &row), DUMP_WRITE_FAILED);
     EXPECT_EQ(dumpFree(&backend), DUMP_NO_DOCUMENT);
-    EXPECT_EQ(log.text(),
-              "Error creating PDF output (err=-2).\nPDF report: Bad file descriptor.\n"
-              "Error creating PDF output (err=-2).\nPDF report: No space left on device.\n"
-              "Error writing to PDF stream (err=-2).\nPDF report: No space left on device.\n"
-              "Error closing PDF output (err=-2).\nPDF report: No space left on device.\n");
+    const std::string reason = " (err=-2).\nPDF report: No space left on device.\n";
+    EXPECT_EQ(log.text(), "Error creating PDF output" + reason + "Error writing to PDF stream" +
+                              reason + "Error closing PDF output" + reason);
 }

@@ -6,9 +6,6 @@
 #include <gtest/gtest.h>
 
 #include "base/guards.h"
-#include "pdf/pdf_pages.h"
-#include "pdf/pdf_text.h"
-#include "pdf/pdf_writer.h"
 #include "support/temp_dir.h"
 
 TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
@@ -53,18 +50,4 @@ TEST(PdfObjects, GetTheLowestFreeNumberAndStandInAscendingOrder) {
     EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 65535), 65535);
     EXPECT_EQ(pdfAllocObjectByID(doc, PDF_FONT, 65535), PDF_TOO_MANY_OBJECTS);
     pdfFreeObjects(doc);
-}
-
-TEST(PdfPages, RefuseAStreamWhileOneIsOpenAndAFontOutsideTheTable) {
-    const FileGuard file(std::fopen("/dev/null", "w"));
-    auto doc = std::make_unique<PdfDocument>();
-    const PdfDocInfo info{};
-    ASSERT_EQ(pdf_begin(doc.get(), &info, file.get()), PDF_OK);
-    EXPECT_EQ(pdfSetCurrentFont(doc.get(), 1, 8), PDF_NOT_FOUND);
-    EXPECT_EQ(pdfSetCurrentFont(doc.get(), -1, 8), PDF_NOT_FOUND);
-    EXPECT_EQ(doc->fontSize, 10);
-    EXPECT_EQ(pdfRequestPageArea(doc.get(), 10), 808);
-
-    EXPECT_EQ(pdfBeginStream(doc.get()), PDF_STREAM_OPEN);
-    EXPECT_EQ(pdf_end(doc.get()), PDF_STREAM_OPEN);
 }
