@@ -25,18 +25,13 @@ std::int64_t now;                     // milliseconds, as the server sees them
 std::vector<std::int32_t> served;     // param1 of each request, in order
 std::function<void()> duringRequest;  // happens once, while a request is handled
 
-constexpr std::uint16_t ECHO = 1;    // the reply is the request
-constexpr std::uint16_t REFUSE = 2;  // the callback returns 5
-constexpr std::uint16_t LARGE = 3;   // the reply has param2 bytes of items
+constexpr std::uint16_t ECHO = 1;   // the reply is the request
+constexpr std::uint16_t LARGE = 3;  // the reply has param2 bytes of items
 
 int callback(void *, void *, const PktMessage *request, PktMessage *reply) {
     served.push_back(request->param1);
     if (duringRequest) std::exchange(duringRequest, nullptr)();
     pktInitFull(reply, request->type, request->param1, request->param2);
-    if (request->type == REFUSE) {
-        pktPut16(reply, 1);
-        return 5;
-    }
     if (request->type == LARGE) {
         while (reply->length < static_cast<std::uint32_t>(request->param2)) pktPut16(reply, 1);
         return 0;
