@@ -19,6 +19,7 @@
 #include "storage/quota.h"
 #include "vornctl_check.h"
 #include "vornctl_client.h"
+#include "vornctl_stats.h"
 #include "vornctl_texts.h"
 
 namespace {
@@ -66,8 +67,10 @@ struct Words {
     std::string format;
     std::string reference;
     std::int64_t number = 0;
+    std::string config;
     std::uint32_t flags = 0;
     bool force = false;
+    bool prometheus = false;
 };
 
 // ---- doing it ----
@@ -132,17 +135,43 @@ int exchangeRequest(const Common &common, const std::string &command, const Mess
     return CTL_DONE;
 }
 
-// Sends a line to the control socket and tells the answer; `status` splits off its code.
-int control(const Common &common, const std::string &command, const std::string &line) {
+// Sends a line to the control socket and gets its answer; CTL_DONE, or another status after a
+// message.
+int askSocket(const Common &common, const std::string &line, std::string *answer) {
     const std::string path = common.root + "/run/tarix/vorn.ctl";
-    std::string answer;
-    const Exchange exchange = exchangeLines(path, deadlineAfter(common, TIMEOUT_S), line, &answer);
-    if (exchange.status != CTL_DONE) {
+    const Exchange exchange = exchangeLines(path, deadlineAfter(common, TIMEOUT_S), line, answer);
+    if (exchange.status != CTL_DONE)
         complain(exchange.status == CTL_NO_CONNECTION
                      ? "no connection to " + path + ": " + exchange.trouble
                      : exchange.trouble);
-        return exchange.status;
+    return exchange.status;
+}
+
+// Tells what the service did so far.
+int stats(const Common &common, bool prometheus) {
+    std::string answer;
+    const int status = askSocket(common, "stats", &answer);
+    if (status != CTL_DONE) return status;
+    try {
+        const Json told = Json::parse(answer);
+        if (common.json) {
+            Json json = {{"command", "stats"}, {"ok", true}};
+            json.update(told);
+            printJson(json);
+        } else {
+            std::printf("%s", (prometheus ? statsPrometheus(told) : statsText(told)).c_str());
+        }
+        return CTL_DONE;
+    } catch (const Json::exception &) {
+        return complain("stats refused: " + answer);
     }
+}
+
+// Sends a line to the control socket and tells the answer; `status` splits off its code.
+int control(const Common &common, const std::string &command, const std::string &line) {
+    std::string answer;
+    const int status = askSocket(common, line, &answer);
+    if (status != CTL_DONE) return status;
     const bool ok = answer.rfind("error", 0) != 0;
     Json json = {{"command", command}, {"ok", ok}};
     if (ok && command == "status") {
@@ -319,14 +348,23 @@ int makeRequest(const Common &common, const Request &row, const Words &words) {
 
 // ---- the control socket and the check ----
 
-int check(const Common &common) {
-    const std::vector<std::string> findings = checkConfig(common.root);
-    if (common.json) {
-        printJson({{"command", "check-config"}, {"ok", findings.empty()}, {"findings", findings}});
-    } else {
-        for (const std::string &finding : findings) std::printf("%s\n", finding.c_str());
+int check(const Common &common, const std::string &configFile) {
+    bool ok = true;
+    Json list = Json::array();
+    for (const CheckFinding &finding : checkConfig(common.root, configFile)) {
+        const char *kind = finding.error ? "error" : "hint";
+        const std::string line = std::to_string(finding.line);
+        ok = ok && !finding.error;
+        list.push_back({{"kind", kind},
+                        {"file", finding.file},
+                        {"line", finding.line == 0 ? Json() : Json(finding.line)},
+                        {"text", finding.text}});
+        if (!common.json)
+            std::printf("%s: %s%s: %s\n", kind, finding.file.c_str(),
+                        finding.line == 0 ? "" : (":" + line).c_str(), finding.text.c_str());
     }
-    return findings.empty() ? CTL_DONE : CTL_REFUSED;
+    if (common.json) printJson({{"command", "check-config"}, {"ok", ok}, {"findings", list}});
+    return ok ? CTL_DONE : CTL_REFUSED;
 }
 
 // ---- the command line ----
@@ -411,10 +449,15 @@ private:
             ->check(CLI::Range(INT32_MIN, INT32_MAX));
         add(
             "stop", [this] { return control(common_, "stop", "stop"); }, "stop the service", "");
-        add(
-            "check-config", [this] { return check(common_); },
-            "read the configuration and report all findings; the service need not run",
+        command = add(
+            "stats", [this] { return stats(common_, words_.prometheus); },
+            "tell what the service has done since it started", "");
+        command->add_flag("--prometheus", words_.prometheus, "as Prometheus reads it");
+        command = add(
+            "check-config", [this] { return check(common_, words_.config); },
+            "read the configuration and tell errors and hints; the service need not run",
             "--root /tmp/demo");
+        command->add_option("-c", words_.config, "configuration file (default: the service's)");
     }
 
     CLI::App app_;

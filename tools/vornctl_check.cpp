@@ -29,42 +29,52 @@ namespace {
 constexpr int QUOTAS_FOR_SUBSCRIPTIONS = QUOTA_SLOTS - 1;  // the report quota takes one
 constexpr std::size_t PATH_LENGTH = OPTION_PATH_SIZE - 1;
 constexpr std::size_t APP_NAME_LENGTH = 8;  // the application manager is asked for no more
+constexpr std::size_t DICTIONARY_ENDING = std::string_view("/_eng.lxc").size();
 constexpr std::size_t TIME_NAME_LENGTH = std::string_view("2026-05-01-101500.res").size();
 constexpr std::size_t NUMBER_NAME_LENGTH = std::string_view("00001.res").size();
 
-struct Findings {
-    std::vector<std::string> lines;
-    std::string lastPlace;                    // of the readers' latest finding
-    std::map<std::string, std::string> keys;  // the line that a key was last set by
-    std::vector<std::string> subscriptions;   // the line of each entry of opt_subs
+enum Kind { HINT, ERROR };
 
-    void add(const std::string &place, const std::string &text) {
-        lines.push_back(place + ": " + text);
+// Where something stands: a line of a file, or with line 0 the file or folder itself.
+struct At {
+    std::string file;
+    int line;
+};
+
+struct Findings {
+    std::vector<CheckFinding> list;
+    std::map<std::string, At> keys;  // where a key was last set
+    std::vector<At> subscriptions;   // where each entry of opt_subs stands
+
+    void add(Kind kind, const At &at, std::string text) {
+        if (text.ends_with('.')) text.pop_back();
+        list.push_back({kind == ERROR, at.file, at.line, std::move(text)});
     }
-    // Where a key of the configuration file stands, else the file.
-    [[nodiscard]] std::string placeOf(const std::string &key) const {
+    // Where a key of the configuration file stands, else the file or folder that is meant.
+    [[nodiscard]] At placeOf(const std::string &key, const std::string &otherwise) const {
         const auto found = keys.find(key);
-        return found == keys.end() ? opt_cfgfile : found->second;
+        return found == keys.end() ? At{otherwise, 0} : found->second;
     }
 };
 
-// Takes what the readers find. Of several findings about one line, or about a file that has some on
+// Takes what the readers find. Of several errors about one line, or about a file that has some on
 // lines, the first says what is wrong.
 void collect(void *user, const Finding &finding) {
     auto *findings = static_cast<Findings *>(user);
-    const std::string path = finding.place.path;
-    const std::string line = std::to_string(finding.place.line);
-    const std::string place = finding.place.line == 0 ? path : path + ":" + line;
+    const At at = {finding.place.path, finding.place.line};
     if (finding.severity == LINE_APPLIED) {
-        if (path == opt_cfgfile)
-            findings->keys[finding.text] = place;
+        if (at.file == opt_cfgfile)
+            findings->keys[finding.text] = at;
         else
-            findings->subscriptions.push_back(place);
+            findings->subscriptions.push_back(at);
         return;
     }
-    if (findings->lastPlace != place && findings->lastPlace.rfind(place + ":", 0) != 0)
-        findings->add(place, finding.text);
-    findings->lastPlace = place;
+    const bool error = finding.severity == LINE_ERROR;
+    for (const CheckFinding &known : findings->list)
+        if (error && known.error && known.file == at.file &&
+            (known.line == at.line || at.line == 0))
+            return;
+    findings->add(error ? ERROR : HINT, at, finding.text);
 }
 
 std::string fixedPath(const char *path) {
@@ -83,38 +93,63 @@ std::string faultOfDirectory(const std::string &path, Use use) {
     if (stat(path.c_str(), &status) != 0) return "does not exist";
     if (!S_ISDIR(status.st_mode)) return "is no directory";
     if (access(path.c_str(), (use == USE_WRITE ? W_OK : R_OK) | X_OK) == 0) return "";
-    return use == USE_WRITE ? "is not writable" : "is not readable";
+    return std::string("is not ") + (use == USE_WRITE ? "writable" : "readable") + " for this user";
 }
 
-// Where a directory is set: the line of its key, or the directory itself when it has its default.
-std::string placeOfDirectory(const Findings &findings, const std::string &key,
-                             const std::string &path) {
-    const auto found = findings.keys.find(key);
-    return found == findings.keys.end() ? path : found->second;
-}
-
-void checkDirectory(Findings *findings, const std::string &key, const std::string &path, Use use) {
+void checkDirectory(Findings *findings, Kind kind, const std::string &key, const std::string &path,
+                    Use use) {
     const std::string fault = faultOfDirectory(path, use);
-    if (fault.empty()) return;
-    const std::string place = placeOfDirectory(*findings, key, path);
-    findings->add(place, (place == path ? "the directory " : "'" + path + "' ") + fault);
+    if (!fault.empty())
+        findings->add(kind, findings->placeOf(key, path), "'" + path + "' " + fault);
+}
+
+// One that the service makes at its start, when it can.
+void checkMadeDirectory(Findings *findings, Kind kind, const std::string &key,
+                        const std::string &path) {
+    if (access(path.c_str(), F_OK) == 0) {
+        checkDirectory(findings, kind, key, path, USE_WRITE);
+        return;
+    }
+    const std::string parent = path.substr(0, path.rfind('/'));
+    const std::string fault = faultOfDirectory(parent.empty() ? "/" : parent, USE_WRITE);
+    if (!fault.empty())
+        findings->add(kind, findings->placeOf(key, path),
+                      "'" + path + "' cannot be made: '" + parent + "' " + fault);
 }
 
 void checkDirectories(Findings *findings) {
-    checkDirectory(findings, "results-dir", opt_resdir, USE_WRITE);
-    checkDirectory(findings, "reports-dir", opt_rptdir, USE_WRITE);
-    checkDirectory(findings, "configs-dir", opt_cfgdir, USE_WRITE);
-    checkDirectory(findings, "templates-dir", opt_tpldir, USE_READ);
-    if (opt_dictdir[0] != '\0') checkDirectory(findings, "dict-dir", opt_dictdir, USE_READ);
+    checkMadeDirectory(findings, ERROR, "results-dir", opt_resdir);
+    checkMadeDirectory(findings, ERROR, "reports-dir", opt_rptdir);
+    checkMadeDirectory(findings, HINT, "configs-dir", opt_cfgdir);
+    checkDirectory(findings, HINT, "templates-dir", opt_tpldir, USE_READ);
+    if (opt_dictdir[0] != '\0') checkDirectory(findings, HINT, "dict-dir", opt_dictdir, USE_READ);
+}
+
+int isDictionary(const struct dirent *entry) {
+    return isFileEndingIn(entry, ".lxc") ? 1 : 0;
+}
+
+void checkLanguage(Findings *findings, const std::string &key, const std::string &language) {
+    const bool letters =
+        language.find_first_not_of("abcdefghijklmnopqrstuvwxyz") == std::string::npos;
+    if (!letters || language.size() < 2)
+        findings->add(HINT, findings->placeOf(key, opt_cfgfile),
+                      "'" + language + "' is no language: two or three small letters");
+    const DirListing files(opt_dictdir, isDictionary, nullptr);
+    for (int i = 0; i < files.count(); ++i)
+        if (std::string(files.name(i)).ends_with("_" + language + ".lxc")) return;
+    if (opt_dictdir[0] != '\0' && files.error() == 0)
+        findings->add(
+            HINT, findings->placeOf(key, opt_cfgfile),
+            "'" + std::string(opt_dictdir) + "' has no dictionary of language '" + language + "'");
 }
 
 // The file has one maximum and one full action for results and reports.
 void checkQuota(Findings *findings) {
-    const std::string place = findings->placeOf("max-files");
     const int kept = static_cast<std::uint16_t>(opt_max_res);
-    if (kept == 0 && opt_fullact_res == FULL_PURGE) {
-        findings->add(place, "purging with a maximum of 0 deletes every file as it is made");
-    }
+    if (kept == 0 && opt_fullact_res == FULL_PURGE)
+        findings->add(HINT, findings->placeOf("max-files", opt_cfgfile),
+                      "purging with a maximum of 0 deletes every file as it is made");
 }
 
 // The longest name of a results file, and of a report made from it.
@@ -124,25 +159,26 @@ std::size_t longestFileName() {
     return opt_autoname == NAME_BY_SEQUENCE ? byNumber : TIME_NAME_LENGTH;
 }
 
-void checkLength(Findings *findings, const std::string &place, const std::string &what,
-                 std::size_t length) {
+void checkLength(Findings *findings, const At &place, const std::string &what, std::size_t length) {
     if (length <= PATH_LENGTH) return;
-    findings->add(place, what + " needs " + std::to_string(length) +
-                             " characters and will be cut at " + std::to_string(PATH_LENGTH));
+    findings->add(HINT, place,
+                  what + " needs " + std::to_string(length) + " characters and will be cut at " +
+                      std::to_string(PATH_LENGTH));
 }
 
-void checkTemplate(Findings *findings, const std::string &place, const Subscription &subs) {
+void checkTemplate(Findings *findings, const At &place, const Subscription &subs) {
     const std::string name = subs.templateName;
     if (name.empty()) {
         if (opt_autorpt == 0) return;
-        findings->add(place, "automatic reports are on, but subscription '" +
-                                 std::string(subs.name) + "' has no template: nothing is saved");
+        findings->add(HINT, place,
+                      "automatic reports are on, but subscription '" + std::string(subs.name) +
+                          "' has no template: nothing is saved");
         return;
     }
     const std::string path = name[0] == '/' ? name : opt_tpldir + ("/" + name);
     checkLength(findings, place, "the template's path", path.size());
     if (!openForReading(path.c_str())) {
-        findings->add(place, "template '" + path + "' cannot be read");
+        findings->add(HINT, place, "template '" + path + "' cannot be read");
     }
 }
 
@@ -172,34 +208,52 @@ void checkOrder(Findings *findings, const Subscription &subs) {
     const std::string next = nextFileName();
     const std::string last = files.count() == 0 ? "" : files.name(files.count() - 1);
     if (next >= last) return;
-    findings->add(findings->placeOf("reference"),
+    findings->add(HINT, findings->placeOf("reference", opt_cfgfile),
                   "the next results file of subscription '" + std::string(subs.name) + "', '" +
                       next + "', sorts before '" + last + "': purging deletes it first");
+}
+
+// The applications of a subscription, and who else saves them.
+void checkApps(Findings *findings, const At &place, const Subscription &subs,
+               std::map<std::string, std::string> *savers) {
+    for (int app = 0; app < subs.numApps; ++app) {
+        const std::string name = subs.apps[app].appName;
+        if (name.size() > APP_NAME_LENGTH)
+            findings->add(
+                HINT, place,
+                "application '" + name + "' has more than 8 characters and never matches");
+        const auto [saver, first] = savers->emplace(name, subs.name);
+        if (!first)
+            findings->add(HINT, place,
+                          "application '" + name + "' is in subscription '" + saver->second +
+                              "' too: both save it");
+    }
 }
 
 void checkSubscriptions(Findings *findings) {
     int slots = 0;
     std::set<std::string> names;
+    std::map<std::string, std::string> savers;
     for (int i = 0; i < opt_num_subs; ++i) {
         const Subscription &subs = opt_subs[i];
-        const std::string &place = findings->subscriptions.at(static_cast<std::size_t>(i));
+        const At &place = findings->subscriptions.at(static_cast<std::size_t>(i));
         const std::string name = subs.name;
         if (!names.insert(name).second) {
-            findings->add(place, "a second subscription '" + name + "' will not be installed");
+            findings->add(HINT, place,
+                          "a second subscription '" + name + "' will not be installed");
             continue;
         }
         if (++slots > QUOTAS_FOR_SUBSCRIPTIONS) {
-            findings->add(place, "no quota slot is left for subscription '" + name +
-                                     "': it saves without limit");
+            findings->add(
+                HINT, place,
+                "no quota slot is left for subscription '" + name + "': it saves without limit");
         }
-        for (int app = 0; app < subs.numApps; ++app) {
-            const std::string appName = subs.apps[app].appName;
-            if (appName.size() <= APP_NAME_LENGTH) continue;
-            findings->add(place, "application '" + appName +
-                                     "' has more than 8 characters and never matches");
-        }
+        checkApps(findings, place, subs, &savers);
         checkLength(findings, place, "a results file's path",
                     std::string_view(opt_resdir).size() + name.size() + 2 + longestFileName());
+        if (opt_dictdir[0] != '\0')
+            checkLength(findings, place, "a dictionary's path",
+                        std::string_view(opt_dictdir).size() + name.size() + DICTIONARY_ENDING);
         checkTemplate(findings, place, subs);
         checkOrder(findings, subs);
     }
@@ -211,25 +265,33 @@ void checkState(Findings *findings) {
     const FileGuard file = openForReading(path.c_str());
     const bool foreign = file ? readPersistentData(file.get()) != PERSISTENT_OK
                               : errno == EISDIR || errno == ENOTSUP;
-    if (foreign) findings->add(path, "this is no state file; the service will not start");
+    if (foreign)
+        findings->add(ERROR, {path, 0}, "this is no state file; the service will not start");
     const std::string directory = path.substr(0, path.rfind('/'));
-    if (access(directory.c_str(), F_OK) == 0) checkDirectory(findings, "", directory, USE_WRITE);
+    if (access(directory.c_str(), F_OK) == 0)
+        checkDirectory(findings, ERROR, "", directory, USE_WRITE);
 }
 
 }  // namespace
 
-std::vector<std::string> checkConfig(const std::string &root) {
+std::vector<CheckFinding> checkConfig(const std::string &root, const std::string &configFile) {
     setenv("VORN_ROOT", root.c_str(), 1);
     setDefaults();
     Findings findings;
     const FindingSink sink = {collect, &findings, GO_ON_AFTER_ERRORS};
+    if (!configFile.empty())
+        takePath(sink, {configFile.c_str(), 0}, opt_cfgfile, sizeof opt_cfgfile,
+                 configFile.c_str());
     loadConfigFile(opt_cfgfile, sink);
     checkState(&findings);
     loadSubscriptionFiles(sink);
     checkDirectories(&findings);
+    checkLanguage(&findings, "lang-id", opt_lang_id.get().text);
+    if (std::string_view(opt_dflt_lang_id) != opt_lang_id.get().text)
+        checkLanguage(&findings, "def-lang-id", opt_dflt_lang_id);
     checkQuota(&findings);
-    checkLength(&findings, placeOfDirectory(findings, "reports-dir", opt_rptdir), "a report's path",
+    checkLength(&findings, findings.placeOf("reports-dir", opt_rptdir), "a report's path",
                 std::string_view(opt_rptdir).size() + 1 + longestFileName());
     checkSubscriptions(&findings);
-    return findings.lines;
+    return std::move(findings.list);
 }

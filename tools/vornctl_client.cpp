@@ -20,7 +20,7 @@
 
 namespace {
 
-constexpr std::size_t ANSWER_MAX = 4096;
+constexpr std::size_t ANSWER_MAX = 8192;
 
 const Exchange DONE = {CTL_DONE, ""};
 

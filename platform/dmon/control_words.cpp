@@ -73,7 +73,42 @@ constexpr Word words[] = {
     {"stop", answerStop},
 };
 
+// The service's own.
+struct AddedWord {
+    const char *name;
+    DmonWordFn answer;
+};
+constexpr std::size_t ADDED_WORDS_MAX = 4;
+AddedWord addedWords[ADDED_WORDS_MAX];
+std::size_t addedCount = 0;
+
+// Whether the line is a word that the service has added; then it is answered.
+bool answerAdded(std::string_view line, Reply *reply) {
+    for (std::size_t i = 0; i < addedCount; ++i) {
+        if (line != addedWords[i].name) continue;
+        addedWords[i].answer(reply->text, sizeof reply->text - 1);
+        std::strcat(reply->text, "\n");
+        return true;
+    }
+    return false;
+}
+
+void answerUnknown(Reply *reply) {
+    int length = std::snprintf(reply->text, sizeof reply->text, "%s",
+                               "error: the words are status, describe, debug N, stop");
+    for (std::size_t i = 0; i < addedCount; ++i) {
+        const auto used = static_cast<std::size_t>(length);
+        length += std::snprintf(reply->text + used, sizeof reply->text - used, ", %s",
+                                addedWords[i].name);
+    }
+    std::strcat(reply->text, "\n");
+}
+
 }  // namespace
+
+void dmon_add_word(const char *word, DmonWordFn answer) {
+    if (addedCount < ADDED_WORDS_MAX) addedWords[addedCount++] = {word, answer};
+}
 
 void dmon::answerControlLine(const DmonOps *ops, std::string_view line, Reply *reply) {
     reply->stop = false;
@@ -86,8 +121,8 @@ void dmon::answerControlLine(const DmonOps *ops, std::string_view line, Reply *r
         word->answer(ops, reply);
     else if (name == "debug")
         answerDebug(ops, trim(line.substr(name.size())), reply);
-    else
-        setReply(reply, "error: the words are status, describe, debug N, stop");
+    else if (!answerAdded(line, reply))
+        answerUnknown(reply);
     // The service's texts are its own business, the one line is ours.
     const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20; };
     std::replace_if(reply->text, std::strchr(reply->text, '\0') - 1, isControl, ' ');

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The words of the control socket: status, describe, debug N, stop.
+// The words of the control socket: status, describe, debug N, stop, and those that the
+// service adds.
 #pragma once
 
 #include <string_view>
@@ -9,8 +10,8 @@
 namespace dmon {
 
 struct Reply {
-    char text[320];  // one line, with its end
-    bool stop;       // the process is to end once the client has the text
+    char text[4096];  // one line, with its end
+    bool stop;        // the process is to end once the client has the text
 };
 
 // Answers a line, which comes without its end. A word that is unknown or lacks its number gets a

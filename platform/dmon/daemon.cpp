@@ -11,6 +11,7 @@
 #include "dmon/control_server.h"
 #include "dmon/control_socket.h"
 #include "dmon/dmon.h"
+#include "dmon/log_end.h"
 #include "dmon/notify.h"
 
 namespace {
@@ -37,7 +38,8 @@ CommandLine readCommandLine(int argc, char **argv) {
 
 // The service has no way to be asked to end, and may wait for its peers without limit: what it must
 // not leave half done it writes so that it can be interrupted. Called by signals too.
-void endProcess() {
+void endProcess(const char *why) {
+    dmon::logEnd(why);
     dmon::notifyStopping();
     dmon::removeControlSocket();
     _exit(0);
@@ -48,7 +50,9 @@ void handleSignals() {
     action.sa_handler = SIG_IGN;
     // SIGXFSZ: a file above the size limit is a write that fails.
     for (const int ignored : {SIGPIPE, SIGHUP, SIGXFSZ}) sigaction(ignored, &action, nullptr);
-    action.sa_handler = [](int) { endProcess(); };
+    action.sa_handler = [](int signal) {
+        endProcess(signal == SIGTERM ? "Stopped by SIGTERM." : "Stopped by SIGINT.");
+    };
     for (const int ending : {SIGTERM, SIGINT}) sigaction(ending, &action, nullptr);
     // They end the process also when whoever started it had them blocked.
     sigset_t endings;
@@ -71,7 +75,8 @@ int dmon_run_daemon(DmonBody body, int argc, char **argv, const DmonOps *ops) {
     const int listener = dmon::openControlSocket();
     if (listener < 0) return -1;
     dmon::ControlServer server;
-    const int error = dmon::startControlServer(&server, ops, listener, endProcess);
+    const int error =
+        dmon::startControlServer(&server, ops, listener, [] { endProcess("Stopped on request."); });
     if (error != 0) {
         dmon_log(1, "Error: cannot serve the control socket: %s\n", std::strerror(error));
         dmon::removeControlSocket();

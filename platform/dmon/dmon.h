@@ -2,6 +2,7 @@
 // The daemon framework: runs the service's body, keeps its log, asks it for its status.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // Runs the service's body on the calling thread and returns what it returns.
@@ -34,6 +35,20 @@ int dmon_run_daemon(DmonBody body, int argc, char **argv, const DmonOps *ops);
 
 // Sets the level up to which dmon_log prints; 0 is silent. Any thread.
 void dmon_set_level(int level);
+
+// ---- what the host's framework has besides; null where the instrument's takes its place ----
+
+// Answers a word of the control socket with a line of at most size - 1 characters, at once: from
+// the thread that serves the socket.
+using DmonWordFn = void (*)(char *buffer, std::size_t size);
+
+// Adds a word to those of the control socket, before the daemon runs; at most four. The word stays
+// the caller's.
+[[gnu::weak]] void dmon_add_word(const char *word, DmonWordFn answer);
+
+// The latest line of level 1 that told an error, cut to fit, and when it was written, in seconds
+// since 1970; 0 and "" when there was none. Any thread.
+[[gnu::weak]] void dmon_last_error(char *text, std::size_t size, std::int64_t *seconds);
 
 // The level that is set; lets a caller skip the making of a text that nobody reads. Any thread.
 int dmon_level();

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -19,10 +20,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "base/numbers.h"
 #include "base/utf8_text.h"
 #include "base/words.h"
 #include "dmon/dmon.h"
+#include "dmon/log_end.h"
 
 namespace {
 
@@ -54,26 +57,78 @@ bool goesToJournal() {
     return fstat(STDERR_FILENO, &status) == 0 && status.st_dev == device && status.st_ino == inode;
 }
 
+bool tellsError(int level, std::string_view text) {
+    return level == 1 && (text.starts_with("Error") || text.starts_with("Could not"));
+}
+
 // The journal's priorities, which are those of syslog.
 void putPriority(Line *line, int level, std::string_view text) {
     char priority = level >= 3 ? '7' : level == 2 ? '6' : '5';
     if (level == 1 && text.starts_with("Warning")) priority = '4';
-    if (level == 1 && (text.starts_with("Error") || text.starts_with("Could not"))) priority = '3';
+    if (tellsError(level, text)) priority = '3';
     const char mark[] = {'<', priority, '>'};
     std::copy(std::begin(mark), std::end(mark), line->text);
     line->length = sizeof mark;
+}
+
+// A number with zeros in front, and the character behind it.
+void putNumber(Line *line, std::int64_t number, int digits, char after) {
+    for (int i = digits - 1; i >= 0; --i, number /= 10)
+        line->text[line->length + static_cast<std::size_t>(i)] =
+            static_cast<char>('0' + number % 10);
+    line->length += static_cast<std::size_t>(digits);
+    line->text[line->length++] = after;
+}
+
+// Date of a day since 1970, worked out here: the C library takes a lock for it, which a signal
+// handler must not. Years are counted from March on, so that the leap day is the last one.
+void putDate(Line *line, std::int64_t day) {
+    day += 719468;  // since the first of March of the year 0
+    const std::int64_t era = day / 146097;
+    const std::int64_t ofEra = day % 146097;
+    const std::int64_t year = (ofEra - ofEra / 1460 + ofEra / 36524 - ofEra / 146096) / 365;
+    const std::int64_t ofYear = ofEra - (365 * year + year / 4 - year / 100);
+    const std::int64_t month = (5 * ofYear + 2) / 153;  // 0: March
+    putNumber(line, year + era * 400 + (month >= 10 ? 1 : 0), 4, '-');
+    putNumber(line, month < 10 ? month + 3 : month - 9, 2, '-');
+    putNumber(line, ofYear - (153 * month + 2) / 5 + 1, 2, 'T');
 }
 
 // "2026-05-01T10:15:00.123Z 2 "
 void putStamp(Line *line, int level) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    std::tm utc{};
-    gmtime_r(&now.tv_sec, &utc);
-    line->length = std::strftime(line->text, LINE_SIZE, "%Y-%m-%dT%H:%M:%S", &utc);
-    const int length = std::snprintf(line->text + line->length, LINE_SIZE - line->length,
-                                     ".%03dZ %d ", static_cast<int>(now.tv_nsec / 1000000), level);
-    line->length += static_cast<std::size_t>(length);
+    const std::int64_t seconds = now.tv_sec;
+    line->length = 0;
+    putDate(line, seconds / 86400);
+    putNumber(line, seconds / 3600 % 24, 2, ':');
+    putNumber(line, seconds / 60 % 60, 2, ':');
+    putNumber(line, seconds % 60, 2, '.');
+    putNumber(line, now.tv_nsec / 1000000, 3, 'Z');
+    line->text[line->length++] = ' ';
+    *std::to_chars(line->text + line->length, line->text + LINE_SIZE, level).ptr = '\0';
+    line->length += std::strlen(line->text + line->length);
+    line->text[line->length++] = ' ';
+}
+
+void putHead(Line *line, int level, std::string_view text) {
+    if (goesToJournal())
+        putPriority(line, level, text);
+    else
+        putStamp(line, level);
+}
+
+// The latest error.
+pthread_mutex_t errorLock = PTHREAD_MUTEX_INITIALIZER;
+char errorText[200];
+std::int64_t errorTime = 0;
+
+void keepError(std::string_view text) {
+    if (text.ends_with('\n')) text.remove_suffix(1);
+    const MutexGuard lock = lockMutex(&errorLock);
+    text = cutAtCharacter(text, sizeof errorText - 1);
+    errorText[text.copy(errorText, text.size())] = '\0';
+    errorTime = std::time(nullptr);
 }
 
 // The length of the control character at the front of `text`, 0 when there is none there. Beside
@@ -167,10 +222,9 @@ void dmon_log(int level, const char *format, ...) {
     va_end(arguments);
 
     Line line;
-    if (goesToJournal())
-        putPriority(&line, level, length < 0 ? format : message);
-    else
-        putStamp(&line, level);
+    const char *text = length < 0 ? format : message;
+    putHead(&line, level, text);
+    if (tellsError(level, text)) keepError(text);
     if (length < 0) {  // an argument that cannot be printed: the format still tells most
         putMessage(&line, format, false);
     } else {
@@ -179,4 +233,21 @@ void dmon_log(int level, const char *format, ...) {
         putMessage(&line, {message, kept}, kept < static_cast<std::size_t>(length));
     }
     writeLine(&line);
+}
+
+void dmon::logEnd(const char *text) {
+    const int limit = dmon_level();
+    pollfd ready = {STDERR_FILENO, POLLOUT, 0};
+    if (limit < 1 || poll(&ready, 1, 0) != 1) return;
+    Line line;
+    putHead(&line, 1, text);
+    putMessage(&line, text, false);
+    static_cast<void>(!write(STDERR_FILENO, line.text, line.length));
+}
+
+void dmon_last_error(char *text, std::size_t size, std::int64_t *seconds) {
+    const MutexGuard lock = lockMutex(&errorLock);
+    const std::string_view kept = cutAtCharacter(errorText, size - 1);
+    text[kept.copy(text, kept.size())] = '\0';
+    *seconds = errorTime;
 }

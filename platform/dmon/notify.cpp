@@ -93,7 +93,8 @@ void dmon::notifyStopping() {
 }
 
 int dmon::notifyStatus(const DmonOps *ops) {
-    static char last[sizeof Reply::text];
+    constexpr std::size_t STATUS_SIZE = 320;
+    static char last[STATUS_SIZE];
     if (notifySocket < 0) return -1;
     Reply reply;
     answerControlLine(ops, "status", &reply);

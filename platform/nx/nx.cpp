@@ -109,6 +109,10 @@ int nx_run_server(NxServer *server) {
     }
 }
 
+int nx_server_port(const NxServer *server) {
+    return loopPort(static_cast<const NxLoop *>(server->implementation));
+}
+
 const char *nx_strerror(int code) {
     thread_local char text[128];
     switch (code) {

@@ -49,5 +49,8 @@ int nx_create_server(NxServer *server, const NxConfig *config);
 // end it; it returns an error code, after a second's pause, when the server itself is broken.
 int nx_run_server(NxServer *server);
 
+// The port that a server listens on. Null where the instrument's library takes the host's place.
+[[gnu::weak]] int nx_server_port(const NxServer *server);
+
 // The text of an error code; valid until the calling thread's next call.
 const char *nx_strerror(int code);

@@ -30,6 +30,7 @@ bool applyLine(const FindingSink &sink, const Place &at, const ConfigLine &line)
         return false;
     }
     tell(sink, {LINE_APPLIED, at, line.key, nullptr});
+    tellIgnored(sink, at, line);
     return true;
 }
 

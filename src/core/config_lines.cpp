@@ -7,11 +7,23 @@ bool readConfigLine(std::FILE *file, ConfigLine *line) {
     while (std::fgets(line->text, sizeof line->text, file) != nullptr) {
         ++line->number;
         if (line->text[0] == '#') continue;
-        line->text[std::strcspn(line->text, "\n")] = '\0';
+        const std::size_t length = std::strcspn(line->text, "\n");
+        line->cut = length == sizeof line->text - 1;
+        line->text[length] = '\0';
         char *rest = nullptr;
         line->key = strtok_r(line->text, " \t", &rest);
         line->value = strtok_r(nullptr, " \t", &rest);
+        line->extra = strtok_r(nullptr, " \t", &rest);
         if (line->key != nullptr) return true;
     }
     return false;
+}
+
+void tellIgnored(const FindingSink &sink, const Place &at, const ConfigLine &line) {
+    if (line.extra != nullptr)
+        tellText(sink, LINE_HINT, at, "'%s' and what follows it are ignored.", line.extra);
+    if (line.cut)
+        tellText(sink, LINE_HINT, at,
+                 "only %d characters belong to this line, the rest is the next.",
+                 CONFIG_LINE_SIZE - 1);
 }

@@ -18,7 +18,7 @@ const char *severityName(Severity severity) {
 }
 
 void logFinding(void * /*user*/, const Finding &finding) {
-    if (finding.severity == LINE_APPLIED) return;
+    if (finding.severity == LINE_APPLIED || finding.severity == LINE_HINT) return;
     if (finding.logged != nullptr)
         dmon_log(1, "%s\n", finding.logged);
     else

@@ -5,6 +5,7 @@
 
 enum Severity {
     LINE_APPLIED,  // nothing is wrong: the text is the line's key, which has taken effect
+    LINE_HINT,     // for who checks the file; the log does not tell it
     LINE_WARNING,
     LINE_ERROR,
 };

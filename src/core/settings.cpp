@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 #include <iterator>
 
 #include "base/root_path.h"
@@ -23,20 +24,35 @@ bool setPath(const FindingSink &sink, const Place &at, const char *word) {
     return true;
 }
 
+void hintWhenCut(const FindingSink &sink, const Place &at, const char *word, std::size_t size) {
+    if (std::strlen(word) >= size)
+        tellText(sink, LINE_HINT, at, "'%s' was cut at %zu characters.", word, size - 1);
+}
+
 template <auto &option>
-bool setText(const FindingSink & /*sink*/, const Place & /*at*/, const char *word) {
+bool setText(const FindingSink &sink, const Place &at, const char *word) {
+    hintWhenCut(sink, at, word, sizeof option.get().text);
     option.set(word);
     return true;
 }
 
 template <char (&option)[4]>
-bool setLanguage(const FindingSink & /*sink*/, const Place & /*at*/, const char *word) {
+bool setLanguage(const FindingSink &sink, const Place &at, const char *word) {
+    hintWhenCut(sink, at, word, sizeof option);
     copyPiece(option, word);
     return true;
 }
 
+void hintWhenNoNumber(const FindingSink &sink, const Place &at, const char *word) {
+    std::int64_t number = 0;
+    if (parseSigned(word, INT32_MIN, INT32_MAX, &number) != NUMBER_OK)
+        tellText(sink, LINE_HINT, at, "'%s' is no number and counts as %d.", word,
+                 int{toInt32(word)});
+}
+
 template <std::int32_t &option>
-bool setNumber(const FindingSink & /*sink*/, const Place & /*at*/, const char *word) {
+bool setNumber(const FindingSink &sink, const Place &at, const char *word) {
+    hintWhenNoNumber(sink, at, word);
     option = toInt32(word);
     return true;
 }
@@ -45,8 +61,17 @@ bool isYes(const char *word) {
     return *word == 'y' || *word == 'Y' || *word == '1';
 }
 
+// Words that look like a yes, or like a slip, are a no.
+void hintWhenNoIsMeant(const FindingSink &sink, const Place &at, const char *word) {
+    constexpr std::string_view noWords[] = {"", "no", "No", "NO", "n", "N", "0", "off", "false"};
+    if (isYes(word) || std::find(std::begin(noWords), std::end(noWords), word) != std::end(noWords))
+        return;
+    tellText(sink, LINE_HINT, at, "'%s' means no: yes begins with y, Y or 1.", word);
+}
+
 template <auto &option>
-bool setSwitch(const FindingSink & /*sink*/, const Place & /*at*/, const char *word) {
+bool setSwitch(const FindingSink &sink, const Place &at, const char *word) {
+    hintWhenNoIsMeant(sink, at, word);
     option = isYes(word) ? 1 : 0;
     return true;
 }
@@ -65,6 +90,8 @@ bool setMaxFiles(const FindingSink &sink, const Place &at, const char *word) {
     if (files < 1 || files > MAX_FILES_LIMIT)
         tellText(sink, LINE_WARNING, at, "number of files '%s' is not in 1 to %d.", word,
                  MAX_FILES_LIMIT);
+    else
+        hintWhenNoNumber(sink, at, word);
     opt_max_res = files;
     opt_max_rpt = files;
     return true;
@@ -75,7 +102,8 @@ void setBothActions(std::int32_t action) {
     opt_fullact_rpt = action;
 }
 
-bool setPurge(const FindingSink & /*sink*/, const Place & /*at*/, const char *word) {
+bool setPurge(const FindingSink &sink, const Place &at, const char *word) {
+    hintWhenNoIsMeant(sink, at, word);
     setBothActions(isYes(word) ? FULL_PURGE : FULL_STOP);
     return true;
 }

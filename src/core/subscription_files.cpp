@@ -20,6 +20,14 @@ namespace {
 constexpr std::string_view PIECE_SEPARATORS = " :";
 constexpr std::string_view APP_SEPARATOR = ",";
 
+// A name of a line in its field, with a hint when it is cut.
+template <std::size_t N>
+void takeName(const FindingSink &sink, const Place &at, char (&out)[N], std::string_view name) {
+    copyPiece(out, name);
+    if (name.size() >= N)
+        tellText(sink, LINE_HINT, at, "name '%s' was cut at %zu characters.", out, N - 1);
+}
+
 void addApp(Subscription *record, std::string_view name) {
     SubscriptionApp *app = &record->apps[record->numApps++];
     copyPiece(app->appName, name);
@@ -37,6 +45,7 @@ int parseApps(std::string_view list, Subscription *record, const FindingSink &si
             return SUBSCRIPTION_FAILED;
         }
         addApp(record, name);
+        takeName(sink, at, record->apps[record->numApps - 1].appName, name);
     }
 }
 
@@ -56,6 +65,7 @@ int applyLine(const FindingSink &sink, const Place &at, const ConfigLine &line) 
     }
     ++opt_num_subs;
     tell(sink, {LINE_APPLIED, at, line.key, nullptr});
+    tellIgnored(sink, at, line);
     return SUBSCRIPTION_OK;
 }
 
@@ -119,12 +129,15 @@ int parseSubscription(const char *text, Subscription *record, const FindingSink 
         tellPlain(sink, LINE_ERROR, at, "missing subscription name.");
         return SUBSCRIPTION_FAILED;
     }
-    copyPiece(record->name, name);
+    takeName(sink, at, record->name, name);
     if (parseApps(takeWord(&rest, PIECE_SEPARATORS), record, sink, at) != SUBSCRIPTION_OK)
         return SUBSCRIPTION_FAILED;
     if (record->numApps == 0) addApp(record, record->name);
     char path[CONFIG_LINE_SIZE];
     copyPiece(path, takeWord(&rest, PIECE_SEPARATORS));
     takePath(sink, at, record->templateName, sizeof record->templateName, path);
+    if (const std::string_view more = takeWord(&rest, PIECE_SEPARATORS); !more.empty())
+        tellText(sink, LINE_HINT, at, "'%.*s' behind the template is ignored.",
+                 static_cast<int>(more.size()), more.data());
     return SUBSCRIPTION_OK;
 }

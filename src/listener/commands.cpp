@@ -5,6 +5,7 @@
 
 #include "base/guards.h"
 #include "dmon/dmon.h"
+#include "storage/statistics.h"
 #include "storage/strings.h"
 #include "util/waiting.h"
 
@@ -28,6 +29,7 @@ std::int32_t putCommand(MeasCommand *command, const Posting &posting) {
     do {
         result = mqPut(&commandQueue, command, COMMAND_TYPE, COMMAND_KEY, posting.poster);
     } while (result == MQ_FULL && waitOnce(&placeFreed, &placeLock, limit));
+    statHighest(STAT_QUEUE_MAX, static_cast<std::uint32_t>(mqNumElems(&commandQueue)));
     return result;
 }
 

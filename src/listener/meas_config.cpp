@@ -62,6 +62,9 @@ void onSetTemplate(MeasCommand *command) {
     Subscription *subscription = findSubscription(command->setTemplate.name);
     if (subscription != nullptr)
         copyPiece(subscription->templateName, command->setTemplate.templateName);
+    else
+        dmon_log(2, "There is no subscription '%s': no template is set.\n",
+                 command->setTemplate.name);
 }
 
 void onUpdateQuotas(MeasCommand *command) {

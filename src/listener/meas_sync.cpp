@@ -15,6 +15,7 @@
 #include "listener/event_queue.h"
 #include "listener/listener.h"
 #include "okra/okra.h"
+#include "storage/statistics.h"
 #include "storage/strings.h"
 
 namespace {
@@ -46,7 +47,7 @@ void postAppCommand(CommandCode code, const char *name, std::int32_t startTime) 
         copyPiece(command->app.name, name);
         command->app.startTime = startTime;
     }
-    postCommand(command, POST_EVENT);
+    if (postCommand(command, POST_EVENT) != POST_OK) statCount(STAT_EVENTS_DROPPED);
 }
 
 // The start time of a running application's measurement, or 0 after a message.
@@ -120,6 +121,7 @@ void *measSyncThread(void *) {
             if (errno != EINTR) recoverQueue(errno);
             continue;
         }
+        statCount(STAT_EVENTS);
         const std::string_view text(event.text, static_cast<std::size_t>(size));
         if (event.type == EVENT_APP)
             onAppEvent(text);

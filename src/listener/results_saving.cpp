@@ -18,6 +18,7 @@
 #include "storage/files.h"
 #include "storage/quota.h"
 #include "storage/state_file.h"
+#include "storage/statistics.h"
 #include "storage/strings.h"
 
 namespace {
@@ -132,10 +133,12 @@ int saveSubscriptionResults(const Subscription *subscription) {
     quotaRefreshCount(subscription->quotaId);
     if (quotaCheckBefore(subscription->quotaId, 1) == QUOTA_REFUSED) {
         dmon_log(1, "Error: too many result files.\n");
+        statCount(STAT_SAVES_REFUSED);
         return SAVE_QUOTA_FULL;
     }
     int result = makeRoom(&save);
     if (result == SAVE_OK) result = saveResultsFile(&save);
+    statCount(result == SAVE_OK ? STAT_SAVES : STAT_SAVES_FAILED);
     if (result == SAVE_OK && save.settings.autoReport) result = replaceByReport(&save);
     if (result == SAVE_OK && save.settings.nameFormat == NAME_BY_SEQUENCE)
         advanceSequence(save.settings.sequence);

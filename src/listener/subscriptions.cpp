@@ -56,7 +56,10 @@ Subscription *findSubscription(const char *name) {
 int installSubscription(Subscription *subscription) {
     const std::int32_t added = kvAdd(&subscriptionTable, subscription->name, subscription);
     if (added != KV_OK) {
-        if (added != KV_EXISTS)
+        if (added == KV_EXISTS)
+            dmon_log(2, "Subscription '%s' is there already: nothing is added.\n",
+                     subscription->name);
+        else
             dmon_log(1, "Error: no memory for subscription '%s'.\n", subscription->name);
         return INSTALL_REFUSED;
     }
@@ -68,12 +71,16 @@ int installSubscription(Subscription *subscription) {
                                          purgeResultsFiles, countResultsFiles, subscription);
     if (subscription->quotaId == QUOTA_NONE)
         dmon_log(1, "Warning: no quota left for subscription '%s'.\n", subscription->name);
+    quotaSetName(subscription->quotaId, subscription->name);
     return INSTALL_OK;
 }
 
 void uninstallSubscription(const char *name) {
     const Subscription *subscription = findSubscription(name);
-    if (subscription == nullptr) return;
+    if (subscription == nullptr) {
+        dmon_log(2, "There is no subscription '%s': nothing is removed.\n", name);
+        return;
+    }
     for (int i = 0; i < subscription->numApps; ++i) releaseApp(subscription->apps[i].appName);
     quotaRemove(subscription->quotaId);
     kvDel(&subscriptionTable, name);

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "report/report.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 #include <dirent.h>
@@ -19,6 +21,7 @@
 #include "results/results.h"
 #include "storage/files.h"
 #include "storage/quota.h"
+#include "storage/statistics.h"
 
 namespace {
 
@@ -90,11 +93,29 @@ int fillReport(std::FILE *report, const char *resultsPath, std::FILE *templateFi
                          dictName, name, folder);
 }
 
+// Counts a report that was tried.
+int counted(int result) {
+    struct Kind {
+        int result;
+        Statistic statistic;
+    };
+    constexpr Kind kinds[] = {{REPORT_OK, STAT_REPORTS},
+                              {REPORT_QUOTA_FULL, STAT_REPORTS_REFUSED},
+                              {REPORT_NO_INPUT, STAT_REPORTS_NO_INPUT},
+                              {REPORT_NOT_CREATED, STAT_REPORTS_NOT_CREATED},
+                              {REPORT_NOT_WRITTEN, STAT_REPORTS_NOT_WRITTEN}};
+    const Kind *kind = std::find_if(std::begin(kinds), std::end(kinds),
+                                    [result](const Kind &k) { return k.result == result; });
+    statCount(kind != std::end(kinds) ? kind->statistic : STAT_REPORTS_NOT_MERGED);
+    return result;
+}
+
 }  // namespace
 
 int initReports() {
     reportQuotaId =
         quotaInstall(reportMax(), reportAction(), purgeReportFiles, countReportFiles, nullptr);
+    quotaSetName(reportQuotaId, "reports");
     removeLeftParts(opt_rptdir);
     quotaRefreshCount(reportQuotaId);
     return initResultsLoader();
@@ -106,7 +127,7 @@ int generateReport(const char *resultsPath, const char *templatePath, const char
     quotaRefreshCount(reportQuotaId);
     if (quotaCheckBefore(reportQuotaId, 1) == QUOTA_REFUSED) {
         dmon_log(1, "Error: too many report files.\n");
-        return REPORT_QUOTA_FULL;
+        return counted(REPORT_QUOTA_FULL);
     }
     char wholePath[PATH_MAX + NAME_MAX];
     std::snprintf(wholePath, sizeof wholePath, "%s%s", folder != nullptr ? folder : "",
@@ -114,19 +135,19 @@ int generateReport(const char *resultsPath, const char *templatePath, const char
     const FileGuard templateFile = openForReading(wholePath);
     if (!templateFile) {
         dmon_log(1, "Error opening template file '%s': %s\n", wholePath, std::strerror(errno));
-        return REPORT_NO_INPUT;
+        return counted(REPORT_NO_INPUT);
     }
     WholeFile report;
     int error = beginReport(&report, reportPath);
     if (error != 0) {
         dmon_log(1, "Error creating report file '%s': %s\n", reportPath, std::strerror(error));
-        return REPORT_NOT_CREATED;
+        return counted(REPORT_NOT_CREATED);
     }
     int result = fillReport(report.stream(), resultsPath, templateFile.get(), templatePath, format,
                             userVars, dictName, name, folder);
     if (result != REPORT_OK) {
         report.drop();
-        if (result == REPORT_NO_INPUT) return result;
+        if (result == REPORT_NO_INPUT) return counted(result);
     } else if (error = report.commit(TARGET_KEPT); error != 0) {
         dmon_log(1, "Error writing report file '%s': %s\n", reportPath, std::strerror(error));
         result = REPORT_NOT_WRITTEN;
@@ -134,7 +155,7 @@ int generateReport(const char *resultsPath, const char *templatePath, const char
         quotaAddCount(reportQuotaId, 1);
     }
     sync();
-    return result;
+    return counted(result);
 }
 
 int deleteAllReports() {

@@ -2,6 +2,7 @@
 // Set-up and run loop of the client command server.
 #include "server/server.h"
 
+#include "core/options.h"
 #include "dmon/dmon.h"
 #include "nx/nx.h"
 #include "report/user_vars.h"
@@ -36,6 +37,8 @@ int runVornServer() {
         dmon_log(1, "Error creating client listener: %s\n", nx_strerror(code));
         return NOT_CREATED;
     }
+    dmon_log(1, "vorn " VORN_VERSION " takes clients on port %d; configuration file '%s'.\n",
+             nx_server_port != nullptr ? nx_server_port(&server) : PORT, opt_cfgfile);
     dmon_log(2, "Listening to clients on port %d...\n", PORT);
     for (;;) {
         code = nx_run_server(&server);

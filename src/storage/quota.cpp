@@ -7,6 +7,7 @@
 #include "base/guards.h"
 #include "dmon/dmon.h"
 #include "storage/meas_control.h"
+#include "storage/strings.h"
 
 namespace {
 
@@ -19,6 +20,7 @@ struct QuotaSlot {
     QuotaPurgeFn purgeFiles;
     QuotaCountFn countFiles;
     void *user;
+    char name[QUOTA_NAME_SIZE]{};
 };
 
 // Guards the table and the measurement control's last value. Held while files are counted and
@@ -63,17 +65,40 @@ void quotaEvaluate() {
     enableNewMeas(full == 0 ? 1 : 0);
 }
 
+// What may be looked at while the table is locked for long.
+pthread_mutex_t viewLock = PTHREAD_MUTEX_INITIALIZER;
+QuotaView views[QUOTA_SLOTS];
+
+// Holds the table, and shows at the end what has become of it.
+class TableGuard {
+public:
+    TableGuard() : lock_(lockMutex(&tableLock)) {}
+    TableGuard(const TableGuard &) = delete;
+    TableGuard &operator=(const TableGuard &) = delete;
+    ~TableGuard() {
+        const MutexGuard lock = lockMutex(&viewLock);
+        for (int handle = 0; handle < QUOTA_SLOTS; ++handle) {
+            const QuotaSlot &slot = table[handle];
+            views[handle] = {slot.inUse != 0, slot.action, slot.count, slot.max, ""};
+            copyPiece(views[handle].name, slot.name);
+        }
+    }
+
+private:
+    MutexGuard lock_;
+};
+
 }  // namespace
 
 int quotaInit() {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     std::fill(std::begin(table), std::end(table), QuotaSlot{});
     return QUOTA_OK;
 }
 
 int quotaInstall(std::uint16_t max, std::uint8_t action, QuotaPurgeFn purge, QuotaCountFn count,
                  void *user) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     QuotaSlot *slot = std::find_if(std::begin(table), std::end(table),
                                    [](const QuotaSlot &s) { return s.inUse == 0; });
     if (slot == std::end(table)) return QUOTA_NONE;
@@ -86,7 +111,7 @@ int quotaInstall(std::uint16_t max, std::uint8_t action, QuotaPurgeFn purge, Quo
 }
 
 int quotaRemove(int handle) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr) return QUOTA_NONE;
     slot->inUse = 0;
@@ -95,7 +120,7 @@ int quotaRemove(int handle) {
 }
 
 int quotaSetMax(int handle, std::uint16_t max) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr) return QUOTA_NONE;
     slot->max = max;
@@ -104,7 +129,7 @@ int quotaSetMax(int handle, std::uint16_t max) {
 }
 
 int quotaSetAction(int handle, std::uint8_t action) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr) return QUOTA_NONE;
     slot->action = action;
@@ -113,7 +138,7 @@ int quotaSetAction(int handle, std::uint8_t action) {
 }
 
 int quotaSetLimits(int handle, std::uint16_t max, std::uint8_t action) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr) return QUOTA_NONE;
     slot->max = max;
@@ -123,14 +148,14 @@ int quotaSetLimits(int handle, std::uint16_t max, std::uint8_t action) {
 }
 
 int quotaGetCount(int handle) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     const QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr) return QUOTA_NONE;
     return slot->count;
 }
 
 int quotaRefreshCount(int handle) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr) return QUOTA_NONE;
     if (slot->countFiles != nullptr) {
@@ -141,7 +166,7 @@ int quotaRefreshCount(int handle) {
 }
 
 int quotaAddCount(int handle, int delta) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr) return QUOTA_NONE;
     slot->count = toCount(std::int64_t{slot->count} + delta);
@@ -150,7 +175,7 @@ int quotaAddCount(int handle, int delta) {
 }
 
 int quotaCheckBefore(int handle, int files) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     const QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr) return QUOTA_NONE;
     const bool tooMany = std::int64_t{slot->count} + files > slot->max;
@@ -158,7 +183,7 @@ int quotaCheckBefore(int handle, int files) {
 }
 
 int quotaDeleteAll(int handle) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     QuotaSlot *slot = findSlot(handle);
     if (slot == nullptr || slot->purgeFiles == nullptr) return QUOTA_NONE;
     slot->count = toCount(slot->purgeFiles(slot->user, 0));
@@ -171,8 +196,21 @@ int quotaDeleteAll(int handle) {
 }
 
 int quotaEnableAll(int flag) {
-    const MutexGuard lock = lockMutex(&tableLock);
+    const TableGuard lock;
     for (QuotaSlot &slot : table) slot.enabled = flag != 0 ? 1 : 0;
     quotaEvaluate();
     return QUOTA_OK;
+}
+
+int quotaSetName(int handle, const char *name) {
+    const TableGuard lock;
+    QuotaSlot *slot = findSlot(handle);
+    if (slot == nullptr) return QUOTA_NONE;
+    copyPiece(slot->name, name);
+    return QUOTA_OK;
+}
+
+QuotaView quotaView(int handle) {
+    const MutexGuard lock = lockMutex(&viewLock);
+    return views[handle];
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 constexpr int QUOTA_SLOTS = 8;
+constexpr int QUOTA_NAME_SIZE = 16;
 
 // What a full quota does. The numbers are those of the request protocol.
 enum FullAction : std::uint8_t {
@@ -69,3 +70,19 @@ int quotaDeleteAll(int handle);
 
 // Switches evaluation (blocking and purging) of all eight slots on or off. QUOTA_OK.
 int quotaEnableAll(int flag);
+
+// Gives a quota the name by which people are told of it, cut to 15 characters.
+int quotaSetName(int handle, const char *name);
+
+// A slot as its last finished operation left it.
+struct QuotaView {
+    bool inUse;
+    std::uint8_t action;  // FullAction
+    std::uint16_t count;
+    std::uint16_t max;
+    char name[QUOTA_NAME_SIZE];
+};
+
+// Never waits for a quota that is being counted or purged.
+//   handle  0 to 7
+QuotaView quotaView(int handle);

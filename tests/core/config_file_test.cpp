@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "core/config_file.h"
 
+#include <cctype>
 #include <fstream>
+#include <set>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -63,7 +66,7 @@ TEST(ConfigFile, AppliesItsLinesUntilAnErrorAndNamesThePlace) {
     EXPECT_EQ(log.text(), "Error loading config from " + pipe + ": Operation not supported\n");
 }
 
-TEST(Settings, StandInTheGuideInOrderWithTheirDefaults) {
+TEST(Settings, StandInTheGuideAndTheExampleWithTheirDefaults) {
     testRoot();
     setDefaults();
     EXPECT_EQ(opt_resdir, testRoot().path() + "/tarix/data/results");
@@ -84,4 +87,20 @@ TEST(Settings, StandInTheGuideInOrderWithTheirDefaults) {
     }
     std::getline(guide, line);
     EXPECT_EQ(line, "");
+
+    // The example has each key once, behind a '#' without a blank.
+    std::set<std::string_view> shown;
+    std::ifstream example(sourceDir() + "/etc/vorn.cfg");
+    while (std::getline(example, line)) {
+        std::istringstream words(line);
+        std::string key, word, more;
+        if (line.size() < 2 || std::islower(line[1]) == 0) continue;
+        words >> key >> word >> more;
+        const Setting *setting = findSetting(key.substr(1));
+        ASSERT_NE(setting, nullptr) << line;
+        EXPECT_TRUE(shown.insert(setting->key).second) << line;
+        EXPECT_EQ(word == "\"\"" ? "" : word, setting->preset == nullptr ? "no" : setting->preset);
+        EXPECT_EQ(more, "");
+    }
+    EXPECT_EQ(shown.size(), settingsCount);
 }

@@ -58,6 +58,19 @@ TEST_F(Clients, SubscribeSaveAndReportInTheirLanguage) {
     sync(2);
     ASSERT_TRUE(run.waitForLog("Template merged (ret: 0).\n", 4));
     EXPECT_EQ(ctl({"num-files"}).status, 0);
+    const std::string stats = ctl({"--root", run.root.path(), "stats"}).out;
+    EXPECT_EQ(
+        stats.substr(stats.find("saves")).substr(0, stats.rfind("UTC") - stats.find("saves") - 20),
+        "saves: done 2, refused 0, failed 0\n"
+        "reports: done 4, refused 0, no_input 1, not_created 0, not_written 0, not_merged 0\n"
+        "events: received 2, dropped 0\n"
+        "queue: highest 1, size 50\n"
+        "quota \"reports\": 4 of 50, stop\n"
+        "quota \"d\": 1 of 50, stop\n"
+        "last error: ");
+    EXPECT_TRUE(stats.ends_with("none.tpl': No such file or directory\n")) << stats;
+    const std::string metrics = ctl({"--root", run.root.path(), "stats", "--prometheus"}).out;
+    EXPECT_NE(metrics.find("\nvorn_reports_total{result=\"no_input\"} 1\n"), std::string::npos);
     done({"remove-subs", "d"});
     ASSERT_TRUE(run.waitForLog("Command: stop subs 'd'.\n"));
     EXPECT_TRUE(run.root.exists("tarix/data/reports/2023-11-14-221320.txt"));
