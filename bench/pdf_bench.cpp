@@ -35,7 +35,7 @@ Measured writeDocument(std::FILE *file, std::int64_t lines) {
     auto doc = std::make_unique<PdfDocument>();
     const PdfDocInfo info{};
     pdf_begin(doc.get(), &info, file);
-    for (std::int64_t i = 0; i < lines; i++) pdf_add_text_line(doc.get(), line);
+    for (std::int64_t i = 0; i < lines; ++i) pdf_add_text_line(doc.get(), line);
     measured.heap = heapInUse() - before;
     if (pdf_end(doc.get()) == PDF_OK) measured.bytes = pdfOffset(&doc->out);
     return measured;
@@ -68,7 +68,7 @@ void BM_PlainFwrite(benchmark::State &state) {
     const std::string perLine(static_cast<std::size_t>(bytes / state.range(0)), 'x');
     for (auto _ : state) {
         const FileGuard file(std::tmpfile());
-        for (std::int64_t i = 0; i < state.range(0); i++)
+        for (std::int64_t i = 0; i < state.range(0); ++i)
             std::fwrite(perLine.data(), 1, perLine.size(), file.get());
         std::fflush(file.get());
     }
