@@ -214,11 +214,11 @@ enum Naming : std::uint8_t {
 
 struct Conversion {
     std::string_view name;
-    Naming naming;
-    unsigned accepts;   // bit n: values of type n
-    std::uint8_t size;  // the `size` that the value must have, or 0
     const char *(*convert)(const Job *job);
     const char *refusal;  // message on another type
+    unsigned accepts;     // bit n: values of type n
+    Naming naming;
+    std::uint8_t size = 0;  // the `size` that the value must have, or 0
 };
 
 constexpr unsigned UINT32 = typeBit(VORN_TYPE_UINT32);
@@ -227,19 +227,19 @@ constexpr unsigned NUMBERS =
 
 // A row's number, counted from 1, is its kind.
 constexpr Conversion conversions[] = {
-    {"dateTime", NAME_WHOLE, UINT32, 0, toDateTime,
-     "'dateTime' conversion is only supported for UINT32 type."},
-    {"time", NAME_WHOLE, UINT32, 0, toTime, "'time' conversion is only supported for UINT32 type."},
-    {"bitmap", NAME_WITH_ARGUMENT, UINT32, 0, toBitmapText,
-     "'bitmap' conversion is only supported for UINT32 type."},
-    {"arrayFloat", NAME_WHOLE, typeBit(VORN_TYPE_STRING), 4, toArrayFloat,
-     "'arrayFloat' conversion is only supported for ARRAY8x4 types."},
-    {"mac-addr", NAME_IN_FRONT, typeBit(VORN_TYPE_UINT64), 0, toMacAddress,
-     "'mac-addr' conversion is only supported for UINT64 type."},
-    {"ipv4-addr", NAME_IN_FRONT, UINT32, 0, toIpv4Address,
-     "'ipv4-addr' conversion is only supported for UINT32 type."},
-    {"units", NAME_WITH_ARGUMENT, NUMBERS, 0, toUnits,
-     "incompatible data type for 'units' conversion."},
+    {"dateTime", toDateTime, "'dateTime' conversion is only supported for UINT32 type.", UINT32,
+     NAME_WHOLE},
+    {"time", toTime, "'time' conversion is only supported for UINT32 type.", UINT32, NAME_WHOLE},
+    {"bitmap", toBitmapText, "'bitmap' conversion is only supported for UINT32 type.", UINT32,
+     NAME_WITH_ARGUMENT},
+    {"arrayFloat", toArrayFloat, "'arrayFloat' conversion is only supported for ARRAY8x4 types.",
+     typeBit(VORN_TYPE_STRING), NAME_WHOLE, 4},
+    {"mac-addr", toMacAddress, "'mac-addr' conversion is only supported for UINT64 type.",
+     typeBit(VORN_TYPE_UINT64), NAME_IN_FRONT},
+    {"ipv4-addr", toIpv4Address, "'ipv4-addr' conversion is only supported for UINT32 type.",
+     UINT32, NAME_IN_FRONT},
+    {"units", toUnits, "incompatible data type for 'units' conversion.", NUMBERS,
+     NAME_WITH_ARGUMENT},
 };
 
 bool accepts(const Conversion *conversion, const ItemValue *value) {
