@@ -148,21 +148,3 @@ TEST(PdfOutput, AddsBlankLinesOfEnabledSectionsAndFollowsStyles) {
                        "/Producer (pdflib)\n/Subject (Measurement report)\n>>\n"),
               std::string::npos);
 }
-
-TEST(PdfOutput, EndsWithAnErrorWhenTheStreamFails) {
-    LogCapture log;
-    DumpBackend backend{};
-    const FileGuard full(std::fopen("/dev/full", "w"));
-    EXPECT_EQ(dumpInit(&backend, full.get(), RPT_FMT_PDF), DUMP_NO_DOCUMENT);
-    const FileGuard small(fmemopen(nullptr, 40, "w"));  // takes the header only
-    EXPECT_EQ(dumpInit(&backend, small.get(), RPT_FMT_PDF), DUMP_OK);
-    // As many lines as a template may ask for: they end with the first failure.
-    const TemplateSection section{"s", 1, 2'000'000'000, 0, -1};
-    EXPECT_EQ(dumpSectionHeader(&backend, &section), DUMP_OK);
-    ReportRow row{};
-    EXPECT_EQ(dumpRow(&backend, &row), DUMP_WRITE_FAILED);
-    EXPECT_EQ(dumpFree(&backend), DUMP_NO_DOCUMENT);
-    const std::string reason = " (err=-2).\nPDF report: No space left on device.\n";
-    EXPECT_EQ(log.text(), "Error creating PDF output" + reason + "Error writing to PDF stream" +
-                              reason + "Error closing PDF output" + reason);
-}

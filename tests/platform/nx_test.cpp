@@ -88,14 +88,6 @@ public:
     ssize_t write(const std::string &bytes) const {
         return send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     }
-    void writeAll(const std::string &bytes) const {
-        std::size_t sent = 0;
-        ASSERT_TRUE(server_->runUntil([&] {
-            const ssize_t more = write(bytes.substr(sent));
-            if (more > 0) sent += static_cast<std::size_t>(more);
-            return sent == bytes.size();
-        }));
-    }
     void endSending() const { shutdown(fd_, SHUT_WR); }
     // Makes the end of this object reset the connection.
     void die() const {
@@ -140,7 +132,7 @@ TEST(NxServer, ClosesAClientThatBreaksTheRulesAndNoOther) {
     for (const std::string &bytes : {third, tooLong, std::string("GET / HTTP/1.1\r\n\r\n")}) {
         SCOPED_TRACE(bytes);
         Peer peer(&server);
-        peer.writeAll(message(ECHO, 7) + bytes);
+        peer.write(message(ECHO, 7) + bytes);
         EXPECT_EQ(peer.read(16), message(ECHO, 7));  // owed from before
         EXPECT_TRUE(peer.isClosed());
         EXPECT_TRUE(other.works());
@@ -157,8 +149,8 @@ TEST(NxServer, GivesAMessageThirtySecondsToArriveButNeverEndsASilentClient) {
     const std::int64_t begun = now;
     for (std::int64_t second = 0; second <= 30; ++second) {  // a byte a second
         now = begun + second * 1000;
-        slow.writeAll(request.substr(static_cast<std::size_t>(second), 1));
-        if (second == 0) lucky.writeAll(request.substr(0, 1));
+        slow.write(request.substr(static_cast<std::size_t>(second), 1));
+        if (second == 0) lucky.write(request.substr(0, 1));
         ASSERT_TRUE(silent.works());
     }
     EXPECT_EQ(server.clients(), 3);
@@ -224,7 +216,7 @@ TEST(NxServer, OutlivesClientsThatDieAtAnyPoint) {
     for (const bool reset : {false, true}) {
         for (std::size_t length = 0; length <= request.size(); length += 4) {
             Peer peer(&server);
-            peer.writeAll(request.substr(0, length));
+            peer.write(request.substr(0, length));
             ASSERT_TRUE(server.runUntil([&] { return server.clients() == 2; }));
             if (reset) peer.die();
         }

@@ -73,13 +73,6 @@ TEST_F(OkraManager, SavesTheStatesOfWhatRunsIntoOneWholeFile) {
     EXPECT_EQ(root_.read("data/x.res"), before);
     EXPECT_EQ(files("data"), 1);
 
-    char request[4000] = {2};
-    EXPECT_STREQ(APX_Error(APX_Save_Mult_Config(request)), "unknown kind of save request");
-    request[0] = 1;
-    EXPECT_STREQ(APX_Error(APX_Save_Mult_Config(request)), "no path to save to");
-    std::memset(request + 4, 'x', 68);
-    request[67] = '\0';
-    EXPECT_STREQ(APX_Error(APX_Save_Mult_Config(request)), "bad number of applications to save");
     std::filesystem::remove_all(root_.path("run/tarix/okra"));
     EXPECT_EQ(save("data/x.res", {"a"}), "the application manager is not ready");
 }

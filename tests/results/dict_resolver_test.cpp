@@ -63,33 +63,10 @@ TEST_F(DictResolverTest, SearchesNewestFirstInTheReportLanguageAndThenInTheDefau
               "  Key 'big' found in B[-1].\n");
 }
 
-TEST_F(DictResolverTest, ChoosesItsLanguages) {
-    dir_.write("A_fr.lxc", "[1]\nk = french\n");
-    dir_.write("A_en.lxc", "[1]\nk = english\nonly = english\n");
-    dir_.write("A_eng.lxc", "[1]\nk = three letters\n");
-    opt_lang_id.set("fr");
-    const struct {
-        const char *lang, *dfltLang, *text, *only;
-    } cases[] = {
-        {"fr", nullptr, "french", "only"},
-        {nullptr, "en", "french", "english"},  // the configured one
-        {"en", "en", "english", "english"},
-        {"english", "english", "three letters", "only"},  // cut, and equal
-    };
-    for (const auto &c : cases) {
-        EXPECT_EQ(dictResolvCreate(&resolver_, "A", c.lang, c.dfltLang), DICT_OK);
-        ASSERT_EQ(dictResolvAddDict(&resolver_, "", 1, 0), DICT_OK);
-        EXPECT_EQ(get("k"), c.text);
-        EXPECT_EQ(get("only"), c.only);
-        dictResolvFree(&resolver_);
-        EXPECT_EQ(get("k"), "k");
-    }
-}
-
 TEST_F(DictResolverTest, RefusesAFifthDictionaryAndAThirtyThirdEntryAndChangesNothing) {
     for (const char *name : {"A", "B", "C", "D", "E"})
-        dir_.write(std::string(name) + "_en.lxc", "[1]\nk = " + std::string(name) + "\n");
-    dictResolvCreate(&resolver_, "A", "en", nullptr);
+        dir_.write(std::string(name) + "_eng.lxc", "[1]\nk = " + std::string(name) + "\n");
+    dictResolvCreate(&resolver_, "A", "english", "english");  // cut, and equal
     for (std::uint32_t i = 0; i < 32; ++i)
         EXPECT_EQ(dictResolvAddDict(&resolver_, "A", 1, i), DICT_OK);
     EXPECT_EQ(dictResolvPush(&resolver_, "A", 1, 32), DICT_FULL);

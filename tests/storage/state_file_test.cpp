@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 
 #include "core/options.h"
-#include "support/log_capture.h"
 #include "support/test_root.h"
 
 namespace {
@@ -47,17 +46,4 @@ TEST_F(StateFile, HoldsTheNumberInEightBytes) {
     root_.write(NAME, MAGIC + std::string("\0\0\0\7more", 8));
     EXPECT_EQ(loadPersistentData(), PERSISTENT_OK);
     EXPECT_EQ(opt_autoseq, 7);
-}
-
-TEST_F(StateFile, ThatIsMissingIsToldAndAForeignOneFails) {
-    const LogCapture log;
-    EXPECT_EQ(loadPersistentData(), PERSISTENT_OK);
-    EXPECT_EQ(log.text(), "Warning: no persistent data found.\n");
-    opt_autoseq = 5;
-    for (const std::string &content : {std::string(), std::string("\xCB\xEA\x01\x11\0\0\1", 7),
-                                       std::string("\xCB\xEA\x01\x10\0\0\0\1", 8)}) {
-        root_.write(NAME, content);
-        EXPECT_EQ(loadPersistentData(), PERSISTENT_FOREIGN);
-    }
-    EXPECT_EQ(opt_autoseq, 5);
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -34,8 +35,6 @@ public:
         EXPECT_EQ(kvInitFlags(&kv, maxElems, countAndFree, flags), KV_OK);
         freed = 0;
     }
-    Store(const Store &) = delete;
-    Store &operator=(const Store &) = delete;
     ~Store() { kvFree(&kv); }
 
     // Adds a value, or calls `put` with it; one that the store refuses is freed.
@@ -45,26 +44,22 @@ public:
         if (result != KV_OK) std::free(made);
         return result;
     }
-    int replace(const char *key, int value) { return add(key, value, kvReplace); }
 
     // "key=value " of each element, walked forwards; the walk backwards must agree.
     [[nodiscard]] std::string text() const {
         std::string forwards;
         std::string backwards;
-        int elements = 0;
-        for (const KvElem *e = kv.first; e != nullptr; e = e->next, ++elements) forwards += word(e);
+        const auto word = [](const KvElem *e) {
+            return std::string(e->key) + "=" + std::to_string(valueOf(e->value)) + " ";
+        };
+        for (const KvElem *e = kv.first; e != nullptr; e = e->next) forwards += word(e);
         for (const KvElem *e = kv.last; e != nullptr; e = e->prev) backwards = word(e) + backwards;
         EXPECT_EQ(forwards, backwards);
-        EXPECT_EQ(elements, kv.count);
+        EXPECT_EQ(std::count(forwards.begin(), forwards.end(), '='), kv.count);
         return forwards;
     }
 
     KvStore kv;
-
-private:
-    static std::string word(const KvElem *e) {
-        return std::string(e->key) + "=" + std::to_string(valueOf(e->value)) + " ";
-    }
 };
 
 std::int32_t byNumber(const void *a, const void *b, void *) {
@@ -86,9 +81,9 @@ TEST(KvStore, KeepsOneValueAKeyInOrderUpToItsCapacity) {
     EXPECT_EQ(s.add("b", 2), KV_OK);
     EXPECT_EQ(s.add("a", 3), KV_EXISTS);  // also when full
     EXPECT_EQ(s.add("c", 3), KV_FULL);
-    EXPECT_EQ(s.replace("c", 3), KV_FULL);
+    EXPECT_EQ(s.add("c", 3, kvReplace), KV_FULL);
     EXPECT_EQ(freed, 0);
-    EXPECT_EQ(s.replace("a", 4), KV_OK);
+    EXPECT_EQ(s.add("a", 4, kvReplace), KV_OK);
     EXPECT_EQ(freed, 1);
     EXPECT_EQ(kvReplace(&s.kv, "a", kvGet(&s.kv, "a")), KV_OK);  // the same value stays alive
     EXPECT_EQ(s.text(), "a=4 b=2 ");
@@ -164,7 +159,8 @@ TEST(KvStore, SurvivesWhatItsCallbacksDoToItWhenRecursive) {
         store = &s;
         doomed = c.doomed;
         const auto fill = [&s] {
-            for (const int n : {1, 2, 3, 4}) s.replace(std::string(1, "_abcd"[n]).c_str(), n);
+            for (const int n : {1, 2, 3, 4})
+                s.add(std::string(1, "_abcd"[n]).c_str(), n, kvReplace);
         };
         fill();
         EXPECT_EQ(kvIterate(&s.kv, change, nullptr), c.visited);
