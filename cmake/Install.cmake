@@ -28,7 +28,7 @@ configure_file(cmake/vorn-plugin.pc.in vorn-plugin.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vorn-plugin.pc DESTINATION ${pkgconfig_dir})
 
 install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs examples contrib DESTINATION ${CMAKE_INSTALL_DOCDIR})
 # The service's fixed place for it is /etc/tarix, where the administrator's own may lie already.
 install(FILES etc/vorn.cfg DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 

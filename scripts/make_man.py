@@ -160,9 +160,12 @@ def table_block(lines):
     for row in map(cells, lines[2:]):
         said = [(f"{head}: " if head and len(heads) > 2 else "") + text
                 for head, text in zip(heads[1:], row[1:]) if text]
-        out += [".TP", safe_start(inline(row[0]) or "\\ ")]
+        head = safe_start(inline(row[0]) or "\\ ")
+        long = len(head) > WIDTH  # too much for a tag, which is one line
+        out += [".PP", *filled(inline(row[0])), ".RS 4"] if long else [".TP", head]
         for i, text in enumerate(said or ["\\&"]):
             out += [".br"] * (i > 0) + filled(inline(text) if said else text)
+        out += [".RE"] * long
     return out
 
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Keeps docs/protocol.md true: sends its example bytes and runs its Python client, as they stand on
-// the page, against the request server with the service's own callback.
+// the page, the C client and the test vectors, against the request server with the service's own
+// callback.
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -49,10 +51,40 @@ TEST(ProtocolPage, ShowsTheBytesAndAPythonClientThatWork) {
     EXPECT_EQ(fromPage("python", "exec(block, {'__name__': '__main__'})"),
               "add subscription: (256, 0, 0)\nset variables: (256, 0, 0)\n"
               "names by reference: (256, 0, 0)\nnext number: 1 by sequence\n");
+    const std::string client = testing::TempDir() + "vorn_client" + std::to_string(getpid());
+    const Outcome made = runProgram({"cc", "-std=c99", "-Wall", "-Wextra", "-Werror", "-o", client,
+                                     sourceDir() + "/examples/client/vorn_client.c"});
+    EXPECT_EQ(made.err, "");
+    EXPECT_EQ(runProgram({client}).out,
+              "add subscription: (256, 0, 0)\nset variables: (256, 0, 0)\n"
+              "names by reference: (256, 0, 0)\nnext number: 1 by sequence\n");
+    unlink(client.c_str());
     EXPECT_STREQ(opt_refname.get().text, "run");
     char site[20];
     copyUserVar(&kv_urv, "site", site, sizeof site);
     EXPECT_STREQ(site, "Lab 2");
+}
+
+TEST(ProtocolPage, VectorsAreWhatTheServiceAnswers) {
+    setDefaults();
+    initUserVars();
+    RequestServer server(10, serverRequestCallback);
+    server.serveInBackground();
+    const Outcome outcome = runProgram({"python3", "-c",
+                                        R"(import os, socket, sys
+service = socket.create_connection(("127.0.0.1", int(os.environ["NX_PORT"])), 10)
+for line in open(sys.argv[1], encoding="utf-8"):
+    if line[:1] == ">":
+        service.sendall(bytes.fromhex(line[1:]))
+    elif line[:1] == "<":
+        wanted = bytes.fromhex(line[1:])
+        got = service.recv(len(wanted), socket.MSG_WAITALL)
+        if got != wanted: print(name, got.hex(), "not", wanted.hex())
+    else:
+        name = line.strip()
+)",
+                                        sourceDir() + "/docs/protocol-vectors.txt"});
+    EXPECT_EQ(outcome.out + outcome.err, "");
 }
 
 std::string contentOf(const std::string &name) {
@@ -64,6 +96,7 @@ std::string contentOf(const std::string &name) {
 TEST(ProtocolPage, HasEachRequest) {
     std::string page = contentOf("docs/protocol.md");
     std::erase(page, '\\');  // in front of "|" within a table
+    const std::string vectors = contentOf("docs/protocol-vectors.txt");
     for (std::size_t i = 0; i < requestCount; ++i) {
         const Request &row = requestTable[i];
         std::string words = row.name;
@@ -75,6 +108,9 @@ TEST(ProtocolPage, HasEachRequest) {
         EXPECT_NE(page.find("\n| " + std::to_string(row.code) + " | `" + words + "` |"),
                   std::string::npos)
             << words;
+        char code[8];
+        std::snprintf(code, sizeof code, " %04x ", row.code);
+        EXPECT_NE(vectors.find(code), std::string::npos) << words;
     }
 }
 
