@@ -54,10 +54,7 @@ TEST(ConfigFile, AppliesItsLinesUntilAnErrorAndNamesThePlace) {
         const std::string path = dir.write("vorn.cfg", row[0]);
         const LogCapture log;
         const int result = loadConfigFile(path.c_str());
-        std::string text = log.text();
-        for (std::size_t at; (at = text.find(path)) != std::string::npos;)
-            text.replace(at, path.size(), "cfg");
-        return {std::to_string(result) + " " + changedOptions(), text};
+        return {std::to_string(result) + " " + changedOptions(), replaced(log.text(), path, "cfg")};
     });
     const std::string pipe = dir.path("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);

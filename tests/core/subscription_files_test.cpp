@@ -28,14 +28,6 @@ std::string table() {
     return text;
 }
 
-// A log with a text in place of another.
-std::string logWith(const LogCapture &log, const std::string &path, const std::string &shown) {
-    std::string text = log.text();
-    for (std::size_t at; (at = text.find(path)) != std::string::npos;)
-        text.replace(at, path.size(), shown);
-    return text;
-}
-
 }  // namespace
 
 TEST(SubscriptionFile, IsReadLineByLineUntilAnErrorWithItsPlace) {
@@ -46,7 +38,7 @@ TEST(SubscriptionFile, IsReadLineByLineUntilAnErrorWithItsPlace) {
         const LogCapture log;
         const bool failed = loadSubscriptionFile(path.c_str()) != SUBSCRIPTION_OK;
         EXPECT_EQ(failed, log.text().find("Error") != std::string::npos);
-        return {table(), logWith(log, path, "file")};
+        return {table(), replaced(log.text(), path, "file")};
     });
     EXPECT_EQ(loadSubscriptionFile(dir.path().c_str()), SUBSCRIPTION_FAILED);
 }
@@ -55,27 +47,21 @@ TEST(SubscriptionFiles, AreAllReadThoughOneFails) {
     const TempDir &root = testRoot();
     setDefaults();
     const std::string folder = root.path("etc/tarix/vorn");
-    {
-        const LogCapture log;
-        EXPECT_EQ(loadSubscriptionFiles(), SUBSCRIPTION_OK);  // no directory
-        root.write("etc/tarix/vorn", "");                     // one that cannot be read
-        EXPECT_EQ(loadSubscriptionFiles(), SUBSCRIPTION_OK);
-        EXPECT_EQ(log.text(),
-                  "Error reading subscription folder '" + folder + "': Not a directory\n");
-    }
+    const LogCapture log(2);
+    EXPECT_EQ(loadSubscriptionFiles(), SUBSCRIPTION_OK);  // no directory
+    root.write("etc/tarix/vorn", "");                     // one that cannot be read
+    EXPECT_EQ(loadSubscriptionFiles(), SUBSCRIPTION_OK);
     std::filesystem::remove(folder);
-    root.write("etc/tarix/vorn/.subs", "subscribe p\n");
-    root.write("etc/tarix/vorn/x.txt", "subscribe q\n");
-    root.makeDir("etc/tarix/vorn/y.subs");
+    for (const char *other : {".subs", "x.txt", "y.subs/file"})
+        root.write(std::string("etc/tarix/vorn/") + other, "subscribe p\n");
     root.write("etc/tarix/vorn/a.subs", "subscribe a\n");
     root.write("etc/tarix/vorn/bad.subs", "subscribe\n");
-    const LogCapture log(2);
     EXPECT_EQ(loadSubscriptionFiles(), SUBSCRIPTION_FAILED);
     EXPECT_EQ(table(), "a:a: ");
-    const std::string text = logWith(log, folder, "@");
-    EXPECT_NE(text.find("Loaded subscription file '@/a.subs'.\n"), std::string::npos) << text;
-    EXPECT_NE(text.find("Error in [@/bad.subs:1]: Could not load subscription.\n"
-                        "Error: could not load subscriptions file '@/bad.subs'.\n"),
-              std::string::npos)
-        << text;
+    const std::string text = replaced(log.text(), folder, "@");
+    for (const char *line : {"Error reading subscription folder '@': Not a directory\n",
+                             "Loaded subscription file '@/a.subs'.\n",
+                             "Error in [@/bad.subs:1]: Could not load subscription.\n"
+                             "Error: could not load subscriptions file '@/bad.subs'.\n"})
+        EXPECT_NE(text.find(line), std::string::npos) << text;
 }

@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include "support/case_runner.h"
 #include "support/service_run.h"
 
 namespace {
@@ -93,30 +94,19 @@ TEST(ServiceStart, FailsWhenAThreadCannotBeMade) {
 #endif
 
 TEST(ServiceStart, FailsWithItsStepsCodeAndOneReason) {
-    const std::string config = "etc/tarix/vorn.cfg";
-    const std::string state = "tarix/data/vorn/vorn.sav";
-    const std::string subscriptions = "etc/tarix/vorn/test.subs";
     const struct {
-        std::vector<std::string> arguments;
-        std::string file, content;
+        const char *argument, *file, *content;
         int status;
         std::string said;  // the end of it; @ stands for the root
     } cases[] = {
-        {{"--help"},
-         config,
-         "full-action x\n",
-         1,
+        {"--help", "etc/tarix/vorn.cfg", "full-action x\n", 1,
          "Use this config file (default: @/etc/tarix/vorn.cfg)\n"},
-        {{"-x"}, config, "", 255, "Error: unknown option '-x'.\n"},
-        {{"-c"}, config, "", 255, "Error: missing config file after '-c' option.\n"},
-        {{"-c", "/no"}, config, "", 255, "config from /no: No such file or directory\n"},
-        {{}, config, "\nfull-action x\n", 255, "[@/etc/tarix/vorn.cfg:2]: incorrect value 'x'.\n"},
-        {{}, state, "\xCB\xEA\x01\x11", 236, ""},
-        {{}, state, "foreign file", 236, ""},
-        {{},
-         subscriptions,
-         "subscribe a\nsubscribe\n",
-         255,
+        {"-c/no", "etc/tarix/vorn.cfg", "", 255, "Error: unknown option '-c/no'.\n"},
+        {"-f", "etc/tarix/vorn.cfg", "\nfull-action x\n", 255,
+         "[@/etc/tarix/vorn.cfg:2]: incorrect value 'x'.\n"},
+        {"-f", "tarix/data/vorn/vorn.sav", "\xCB\xEA\x01\x11", 236, ""},
+        {"-f", "tarix/data/vorn/vorn.sav", "foreign file", 236, ""},
+        {"-f", "etc/tarix/vorn/test.subs", "subscribe a\nsubscribe\n", 255,
          "Error: missing subscription name.\n"
          "Error in [@/etc/tarix/vorn/test.subs:2]: Could not load subscription.\n"
          "Error: could not load subscriptions file '@/etc/tarix/vorn/test.subs'.\n"},
@@ -126,15 +116,13 @@ TEST(ServiceStart, FailsWithItsStepsCodeAndOneReason) {
         ServiceRun run;
         run.sim({"up"});
         run.root.write(c.file, c.content);
-        run.start(c.arguments);
+        run.start({c.argument});
         EXPECT_EQ(run.wait(), c.status);
-        std::string said = c.said;
-        for (std::size_t at = said.find('@'); at != std::string::npos; at = said.find('@'))
-            said.replace(at, 1, run.root.path());
         const std::string all = run.root.read("stdout") + run.log();
+        const std::string said = replaced(c.said, "@", run.root.path());
         EXPECT_TRUE(said.empty() ? all.empty() : all.ends_with(said)) << all;
         EXPECT_FALSE(run.root.exists("run/tarix/vorn.ctl"));
-        EXPECT_EQ(run.files("tarix/data"), c.file == state ? "templates vorn" : "templates");
+        EXPECT_EQ(run.files("tarix/data"), c.status == 236 ? "templates vorn" : "templates");
     }
 }
 

@@ -4,7 +4,6 @@
 // replaced here by ones that write down how they were called.
 #include "server/requests.h"
 
-#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <sstream>
@@ -110,11 +109,8 @@ CaseFields make(const std::string &text) {
     std::string reply = std::to_string(made.param1);
     if (made.type != REPLY_RESULT)
         reply = std::to_string(made.type) + " " + reply + " " + std::to_string(made.param2);
-    std::string logged = log.text();
-    std::replace(logged.begin(), logged.end(), '\n', ';');
-    for (std::size_t at = 0; (at = logged.find("Server: ")) != std::string::npos;)
-        logged.erase(at, 8);
-    return {code != 0 ? "code " + std::to_string(code) : reply, calls, logged};
+    return {code != 0 ? "code " + std::to_string(code) : reply, calls,
+            replaced(replaced(log.text(), "\n", ";"), "Server: ", "")};
 }
 
 std::string optionsNow() {

@@ -102,3 +102,9 @@ void runCases(const std::string &file, std::size_t inputs,
         EXPECT_EQ(actual, expected);
     }
 }
+
+std::string replaced(std::string text, const std::string &what, const std::string &with) {
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size())
+        text.replace(at, what.size(), with);
+    return text;
+}

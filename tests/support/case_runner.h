@@ -27,3 +27,6 @@ using CaseFields = std::vector<std::string>;
 //   file  under tests/, as "output/cases/c_format.txt"
 void runCases(const std::string &file, std::size_t inputs,
               const std::function<CaseFields(const CaseFields &)> &run);
+
+// A text with another one in the place of each that it holds.
+std::string replaced(std::string text, const std::string &what, const std::string &with);

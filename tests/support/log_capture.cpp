@@ -9,6 +9,12 @@
 
 #include "dmon/dmon.h"
 
+std::string wholeFile(int file) {
+    std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), '\0');
+    if (pread(file, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) return {};
+    return text;
+}
+
 std::string withoutStamps(const std::string &log) {
     std::istringstream lines(log);
     std::string messages;
@@ -38,7 +44,5 @@ LogCapture::~LogCapture() {
 }
 
 std::string LogCapture::text() const {
-    std::string raw(static_cast<std::size_t>(lseek(file_, 0, SEEK_END)), '\0');
-    if (pread(file_, raw.data(), raw.size(), 0) != static_cast<ssize_t>(raw.size())) return {};
-    return withoutStamps(raw);
+    return withoutStamps(wholeFile(file_));
 }

@@ -4,6 +4,9 @@
 
 #include <string>
 
+// What an open file holds.
+std::string wholeFile(int file);
+
 // The messages of a log, without what dmon_log puts in front of each.
 std::string withoutStamps(const std::string &log);
 

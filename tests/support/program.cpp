@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "support/log_capture.h"
 
 namespace {
@@ -27,10 +28,8 @@ namespace {
 }
 
 std::string takeFile(int file) {
-    std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), '\0');
-    if (pread(file, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) text.clear();
-    close(file);
-    return text;
+    const DescriptorGuard guard(file);
+    return wholeFile(file);
 }
 
 }  // namespace

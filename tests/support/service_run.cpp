@@ -7,10 +7,8 @@
 #include <cstring>
 #include <thread>
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/msg.h>
@@ -23,14 +21,9 @@
 #include "pktio/wire.h"
 #include "support/build_paths.h"
 #include "support/log_capture.h"
+#include "support/request_server.h"
 
 namespace {
-
-std::string readDescriptor(int file) {
-    std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), '\0');
-    if (pread(file, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) return {};
-    return text;
-}
 
 // Receives exactly `size` bytes, or fewer when the other side closes.
 std::string receive(int fd, std::size_t size) {
@@ -131,7 +124,7 @@ int ServiceRun::stop() {
 }
 
 std::string ServiceRun::log() const {
-    return withoutStamps(readDescriptor(log_));
+    return withoutStamps(wholeFile(log_));
 }
 
 int ServiceRun::countInLog(const std::string &text) const {
@@ -194,12 +187,7 @@ Answer ServiceRun::request(std::uint16_t type, std::int32_t param1, std::int32_t
     pktEncodeHeader(&message, bytes.data());
     bytes.insert(bytes.end(), payload.begin(), payload.begin() + message.length);
 
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(static_cast<std::uint16_t>(port()));
-    EXPECT_EQ(connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0);
+    const int fd = connectLoopback(static_cast<std::uint16_t>(port()));
     EXPECT_EQ(send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL),
               static_cast<ssize_t>(bytes.size()));
     const std::string header = receive(fd, PKT_HEADER_SIZE);
@@ -212,15 +200,4 @@ Answer ServiceRun::request(std::uint16_t type, std::int32_t param1, std::int32_t
 
 int ServiceRun::queueId() const {
     return std::atoi(root.read("run/tarix/kelp/vorn_app").c_str());
-}
-
-std::string ServiceRun::files(const std::string &directory) const {
-    std::vector<std::string> names;
-    std::error_code missing;
-    for (const auto &entry : std::filesystem::directory_iterator(root.path(directory), missing))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    std::string list;
-    for (const std::string &name : names) list += (list.empty() ? "" : " ") + name;
-    return list;
 }

@@ -77,7 +77,9 @@ public:
     [[nodiscard]] int queueId() const;
 
     // The names in a directory below the root, in order, with a blank between them.
-    [[nodiscard]] std::string files(const std::string &directory) const;
+    [[nodiscard]] std::string files(const std::string &directory) const {
+        return root.files(directory);
+    }
 
     // Where it serves clients.
     [[nodiscard]] int port() const;

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -37,6 +38,16 @@ public:
         std::ostringstream content;
         content << std::ifstream(path(name), std::ios::binary).rdbuf();
         return content.str();
+    }
+    // The names in a folder, in order, with a blank between them.
+    [[nodiscard]] std::string files(std::string_view name) const {
+        std::set<std::string> names;
+        std::error_code missing;
+        for (const auto &entry : std::filesystem::directory_iterator(path(name), missing))
+            names.insert(entry.path().filename());
+        std::string list;
+        for (const std::string &entry : names) list += (list.empty() ? "" : " ") + entry;
+        return list;
     }
     [[nodiscard]] bool exists(std::string_view name) const {
         return std::filesystem::exists(path(name));
