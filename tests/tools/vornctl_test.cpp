@@ -6,14 +6,15 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
+#include "base/guards.h"
 #include "server/requests.h"
 #include "support/build_paths.h"
 #include "support/case_runner.h"
 #include "support/program.h"
 #include "support/request_server.h"
+#include "support/service_run.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -46,26 +47,6 @@ int answer(void *, void *, const PktMessage *request, PktMessage *reply) {
 std::string vornctl(const std::string &words) {
     const Outcome outcome = runProgram({"sh", "-c", binDir() + "/vornctl " + words});
     return std::to_string(outcome.status) + " " + outcome.out + outcome.err;
-}
-
-// A socket that clients will find once it listens; accepting gives up after a while.
-int boundSocket(const void *address, socklen_t size) {
-    const auto *generic = static_cast<const sockaddr *>(address);
-    const int fd = socket(generic->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    EXPECT_EQ(bind(fd, generic, size), 0);
-    const timeval limit{5, 0};
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-    return fd;
-}
-
-// Takes the next client and its line, answers it and lets it go; the line.
-std::string serve(int listener, const std::string &text) {
-    const int client = accept(listener, nullptr, nullptr);
-    char line[100] = "";
-    if (!text.empty()) recv(client, line, sizeof line - 1, 0);
-    send(client, text.data(), text.size(), MSG_NOSIGNAL);
-    close(client);
-    return line;
 }
 
 class Vornctl : public testing::Test {
@@ -125,45 +106,39 @@ TEST_F(Vornctl, TellsTheAnswerInWordsAsJsonAndInItsExitStatus) {
 TEST(VornctlConnection, TellsALostOneFromASilentService) {
     sockaddr_in address = loopbackAddress(0);
     socklen_t size = sizeof address;
-    const int listener = boundSocket(&address, size);
-    getsockname(listener, reinterpret_cast<sockaddr *>(&address), &size);
+    const DescriptorGuard listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    auto *name = reinterpret_cast<sockaddr *>(&address);
+    ASSERT_EQ(bind(listener.get(), name, size) | getsockname(listener.get(), name, &size), 0);
     const std::string port = std::to_string(ntohs(address.sin_port));
     EXPECT_EQ(vornctl("autosave on --port " + port),
               "3 vornctl: no connection to 127.0.0.1 port " + port + ": Connection refused\n");
-    listen(listener, 5);  // connects, but nobody answers
+    listen(listener.get(), 5);  // connects, but nobody answers
     EXPECT_EQ(vornctl("autosave on --timeout 0.05 --port " + port)[0], '4');
     std::thread closing([&] {
-        serve(listener, "");  // the one that gave up
-        serve(listener, "");
+        for (int i = 0; i < 2; ++i) close(accept(listener.get(), nullptr, nullptr));
     });
     EXPECT_EQ(vornctl("autosave on --port " + port)[0], '3');
     closing.join();
-    close(listener);
-    EXPECT_EQ(vornctl("status --root /tmp/nowhere")[0], '3');
 }
 
 TEST(VornctlConnection, SpeaksToTheControlSocket) {
-    const TempDir root;
-    root.makeDir("run/tarix");
-    sockaddr_un address{AF_UNIX, ""};
-    root.path("run/tarix/vorn.ctl").copy(address.sun_path, sizeof address.sun_path - 1);
-    const int listener = boundSocket(&address, sizeof address);
-    listen(listener, 5);
-    const struct {
-        const char *words, *line, *answer, *output;
-    } cases[] = {
-        {"status", "status\n", "1 Server is running OK.\n", "0 1 Server is running OK.\n"},
-        {"status --json", "status\n", "2 Waiting.\n",
-         "0 {\"command\":\"status\",\"ok\":true,\"code\":2,\"text\":\"Waiting.\"}\n"},
-        {"debug 3", "debug 3\n", "ok\n", "0 ok\n"},
-        {"stop", "stop\n", "error: no\n", "1 vornctl: stop refused: error: no\n"},
+    ServiceRun run;
+    const auto control = [&](const std::string &words) {
+        return vornctl(words + " --root " + run.root.path());
     };
-    for (const auto &c : cases) {
-        std::thread service([&] { EXPECT_EQ(serve(listener, c.answer), c.line); });
-        EXPECT_EQ(vornctl(std::string(c.words) + " --root " + root.path()), c.output);
-        service.join();
-    }
-    close(listener);
+    EXPECT_EQ(control("status")[0], '3');
+    run.start({"-D", "1"});
+    ASSERT_TRUE(waitUntil([&] { return control("status")[0] != '3'; }));
+    run.root.makeDir("run/tarix/kelp");
+    const std::string text = "Application manager is not ready. Retrying...";
+    EXPECT_TRUE(waitUntil([&] { return control("status") == "0 2 " + text + "\n"; }));
+    EXPECT_EQ(control("status --json"),
+              "0 {\"command\":\"status\",\"ok\":true,\"code\":2,\"text\":\"" + text + "\"}\n");
+    EXPECT_EQ(control("debug 2"), "0 ok\n");
+    EXPECT_EQ(control("debug -1"),
+              "1 vornctl: debug refused: error: debug takes a level, 0 or more\n");
+    EXPECT_EQ(control("stop"), "0 ok\n");
+    EXPECT_EQ(run.wait(), 0);
 }
 
 TEST(VornctlCheckConfig, TellsErrorsAndHintsWithTheirPlaceAndWritesNothing) {
@@ -174,21 +149,14 @@ TEST(VornctlCheckConfig, TellsErrorsAndHintsWithTheirPlaceAndWritesNothing) {
         root.write("tarix/data/templates/t.tpl", "");
         root.write("tarix/data/dicts/d_en.lxc", "");
         root.write("tarix/data/results/tx/z.res", "");
-        const auto replaceAll = [](std::string text, const std::string &from,
-                                   const std::string &to) {
-            for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos;
-                 at += to.size())
-                text.replace(at, from.size(), to);
-            return text;
-        };
-        root.write("etc/tarix/vorn.cfg", replaceAll(row[0], "@", root.path()));
+        root.write("etc/tarix/vorn.cfg", replaced(row[0], "@", root.path()));
         root.write("etc/tarix/vorn/a.subs", row[1]);
         if (row[0].find("foreign") != std::string::npos)
             root.write("tarix/data/vorn/vorn.sav", "short");
         const std::string before = runProgram({"find", root.path()}).out;
         const std::string said = vornctl("check-config --root " + root.path());
         EXPECT_EQ(runProgram({"find", root.path()}).out, before);
-        return {replaceAll(said, root.path(), "@") + (said.ends_with('\n') ? "" : "\n")};
+        return {replaced(said, root.path(), "@") + (said.ends_with('\n') ? "" : "\n")};
     });
     const TempDir root;
     const std::string own = root.write("own.cfg", "autosave on\n");
