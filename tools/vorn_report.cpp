@@ -6,6 +6,7 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -23,6 +24,7 @@
 #include "results/dict_resolver.h"
 #include "results/results.h"
 #include "storage/strings.h"
+#include "storage/time_format.h"
 
 namespace {
 
@@ -51,6 +53,13 @@ std::string isAssignment(const std::string &text) {
     return atMost(text.substr(0, end), 64);
 }
 
+// The parser's own check ends the program when there is no memory.
+std::string isFolder(const std::string &path) {
+    std::error_code error;
+    if (fs::is_directory(path, error)) return {};
+    return "'" + path + "' is no directory";
+}
+
 void declareArguments(CLI::App *app, Arguments *args) {
     app->add_option("RESULTS", args->results, "results file (.res)")->required()->type_name("");
     app->add_option("TEMPLATE", args->templateFile, "report template")->type_name("");
@@ -65,7 +74,7 @@ void declareArguments(CLI::App *app, Arguments *args) {
                     "folder of the dictionary files NAME_LANG.lxc,\n"
                     "as in '--dict-dir dicts'; else the template's")
         ->type_name("DIR")
-        ->check(CLI::ExistingDirectory.description(""));
+        ->check(isFolder);
     const auto langId = [](const std::string &id) { return atMost(id, 3); };
     app->add_option("--lang", args->lang,
                     "language of a text report, as in '--lang de';\nelse en, as PDF always is")
@@ -89,12 +98,13 @@ void declareArguments(CLI::App *app, Arguments *args) {
     app->add_flag("-v,--verbose", args->verbose,
                   "more messages on standard error: -v warnings\nand the outcome, -vv dictionary "
                   "look-ups and\nsections too, as in\n'vorn-report -v lab.res lab.tpl lab.txt'");
-    app->add_flag("--items", args->items,
-                  "lists what RESULTS holds, with the argument that\nshows each value, as in\n"
-                  "'vorn-report --items lab.res'");
+    CLI::Option *items =
+        app->add_flag("--items", args->items,
+                      "lists what RESULTS holds, with the argument that\nshows each value, as in\n"
+                      "'vorn-report --items lab.res'");
     app->add_flag("--json", args->json,
                   "the list of --items as JSON, as in\n'vorn-report --items --json lab.res'")
-        ->needs("--items");
+        ->needs(items);
     app->set_version_flag("--version", "vorn-report " VORN_VERSION, "prints the version");
     app->set_help_flag("-h,--help", "prints this text");
 }
@@ -166,7 +176,7 @@ int makeReport(const Arguments &args) {
     opt_lang_id.set(args.lang);
     copyPiece(opt_dflt_lang_id, args.defLang);
     if (!setVariables(args)) {
-        std::fputs("vorn-report: the user variables cannot be stored\n", stderr);
+        std::fputs("vorn-report: the user variables cannot be stored: no memory\n", stderr);
         return EXIT_FAILED;
     }
     const std::uint32_t format = args.format == "pdf" ? RPT_FMT_PDF : RPT_FMT_TXT;
@@ -212,8 +222,15 @@ int run(int argc, char **argv) {
 
 int main(int argc, char **argv) {
     std::signal(SIGXFSZ, SIG_IGN);  // a file above the size limit is a write that fails
+    if (loadLocalTime() != 0) {
+        std::fputs("vorn-report: no memory\n", stderr);
+        return EXIT_FAILED;
+    }
     try {
         return run(argc, argv);
+    } catch (const std::bad_alloc &) {
+        std::fputs("vorn-report: no memory\n", stderr);
+        return EXIT_FAILED;
     } catch (const std::exception &error) {
         std::fprintf(stderr, "vorn-report: %s\n", error.what());
         return EXIT_FAILED;

@@ -109,8 +109,11 @@ int replaceByReport(const Save *save) {
         dmon_log(1, "Error: could not generate autoreport from %s (err=%d).\n", save->path, error);
         return error;
     }
-    unlink(save->path);
-    quotaAddCount(save->subscription->quotaId, -1);
+    if (unlink(save->path) == 0)
+        quotaAddCount(save->subscription->quotaId, -1);
+    else if (errno != ENOENT)
+        dmon_log(1, "Error: could not delete %s, which has become a report: %s\n", save->path,
+                 std::strerror(errno));
     return REPORT_OK;
 }
 

@@ -42,7 +42,7 @@ Number load(const ItemValue *value) {
 // Makes the value a string of its own; `string` comes from malloc, or is null when that failed.
 // Only now does old data go that a plug-in handed over with the value.
 const char *takeString(const Job *job, char *string) {
-    if (string == nullptr) return "no memory for a converted value.";
+    if (string == nullptr) return CONVERSION_NO_MEMORY;
     releaseItemValue(job->value);
     *job->value = {VORN_TYPE_STRING, string, 0, VORN_VALUE_OWNED};
     return CONVERTED;

@@ -18,6 +18,9 @@ enum ConversionResult : int {
 //   argument  set to the text in the parentheses, empty for a conversion without one
 std::uint8_t findConversion(std::string_view text, std::string_view *argument);
 
+// What convertValue returns when it is that, and no fault of the template.
+inline constexpr char CONVERSION_NO_MEMORY[] = "no memory for a converted value.";
+
 // Converts a value in place. Returns null, also when there is nothing to do, or why the value,
 // which is as before, cannot be converted: a constant text, of which a second line tells more.
 //   kind      of findConversion

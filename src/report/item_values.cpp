@@ -54,33 +54,32 @@ static_assert(std::size(fieldNames) == FIELD_COUNT);
 
 // Gives the value a copy of a text. A short one is filled up with NULs: an iteration bound reads a
 // whole word of it.
-void ownText(ItemValue *value, std::string_view text) {
+int ownText(TemplateContext *ctx, ItemValue *value, std::string_view text) {
     const std::size_t size = std::max(text.size() + 1, sizeof(std::int32_t));
     auto *copy = static_cast<char *>(std::malloc(size));
-    if (copy != nullptr) {
-        text.copy(copy, text.size());
-        std::memset(copy + text.size(), 0, size - text.size());
-    }
+    if (copy == nullptr) return templateNoMemory(ctx);
+    text.copy(copy, text.size());
+    std::memset(copy + text.size(), 0, size - text.size());
     value->type = VORN_TYPE_STRING;
     value->data = copy;
     value->flags = VORN_VALUE_OWNED;
+    return MERGE_OK;
 }
 
 // The label, or the entry's number when it has none.
-void takeSelection(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
+int takeSelection(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     if (reg->as.selection.label != nullptr) {
         countLookup(ctx);
-        ownText(value, dictResolvGet(&ctx->dict, reg->as.selection.label));
-        return;
+        return ownText(ctx, value, dictResolvGet(&ctx->dict, reg->as.selection.label));
     }
     char number[4];
     std::snprintf(number, sizeof number, "%u", static_cast<unsigned>(reg->as.selection.selValue));
-    ownText(value, number);
+    return ownText(ctx, value, number);
 }
 
 // The labels of the set bits, joined by ",": as many as fit. A bit without a label shows its
 // number.
-void takeBitSet(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
+int takeBitSet(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     char text[LABEL_LIST_SIZE];
     char *cursor = text;
     std::size_t room = sizeof text;
@@ -101,7 +100,7 @@ void takeBitSet(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *valu
         if (i > 0) safe_strncat_size(&cursor, &room, ",", 1);
         safe_strncat_size(&cursor, &room, label, length);
     }
-    ownText(value, text);
+    return ownText(ctx, value, text);
 }
 
 int takeArrayElement(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t index,
@@ -115,24 +114,19 @@ int takeArrayElement(TemplateContext *ctx, const RegisterRecord *reg, std::int32
     return MERGE_OK;
 }
 
-void takeWholeArray(const RegisterRecord *reg, ItemValue *value) {
+int takeWholeArray(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     const auto length = std::min<std::size_t>(reg->as.array.length, resultsArrayBytes(reg));
-    ownText(value, {reinterpret_cast<const char *>(reg->as.array.data), length});
     value->size = static_cast<std::uint8_t>(reg->as.array.length);
+    return ownText(ctx, value, {reinterpret_cast<const char *>(reg->as.array.data), length});
 }
 
 // Values of the kinds whose text has to be made.
 int takeText(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t index,
              ItemValue *value) {
-    if (reg->kind == VORN_REG_SELECTION)
-        takeSelection(ctx, reg, value);
-    else if (reg->kind == VORN_REG_BITSET)
-        takeBitSet(ctx, reg, value);
-    else if (index != -1)
-        return takeArrayElement(ctx, reg, index, value);
-    else
-        takeWholeArray(reg, value);
-    return MERGE_OK;
+    if (reg->kind == VORN_REG_SELECTION) return takeSelection(ctx, reg, value);
+    if (reg->kind == VORN_REG_BITSET) return takeBitSet(ctx, reg, value);
+    if (index != -1) return takeArrayElement(ctx, reg, index, value);
+    return takeWholeArray(ctx, reg, value);
 }
 
 }  // namespace

@@ -37,14 +37,16 @@ bool isSkipped(const TemplateIteration *iteration) {
     return iteration->counter > iteration->to;
 }
 
-void setIterationVar(TemplateContext *ctx, const TemplateIteration *iteration) {
+int setIterationVar(TemplateContext *ctx, const TemplateIteration *iteration) {
     TemplateParam **params = currentParams(ctx);
-    if (params == nullptr) return;
-    setTemplateParamInt(params, iteration->var, iteration->counter);
+    if (params == nullptr) return MERGE_OK;
+    if (setTemplateParamInt(params, iteration->var, iteration->counter) != MERGE_OK)
+        return templateNoMemory(ctx);
     // Each pass may have named another variable.
     std::int64_t count = 0;
     for (const TemplateParam *param = *params; param != nullptr; param = param->next) ++count;
     ctx->steps += count / STEPS_PARAMETERS;
+    return MERGE_OK;
 }
 
 }  // namespace
@@ -63,7 +65,8 @@ int pushIteration(TemplateContext *ctx, const TemplateIteration *iteration) {
     TemplateIteration *entry = &ctx->iterations[ctx->iterDepth];
     *entry = *iteration;
     entry->counter = entry->from;
-    setIterationVar(ctx, entry);
+    const int result = setIterationVar(ctx, entry);
+    if (result != MERGE_OK) return result;
     ctx->iterationPlaces[ctx->iterDepth] = currentPlace(ctx);
     ++ctx->iterDepth;
     return MERGE_OK;
@@ -93,7 +96,8 @@ int nextIteration(TemplateContext *ctx) {
     TemplateIteration *iteration = innermost(ctx);
     if (iteration == nullptr || iteration->counter == INT32_MAX) return ITERATION_OVER;
     ++iteration->counter;
-    setIterationVar(ctx, iteration);
+    const int result = setIterationVar(ctx, iteration);
+    if (result != MERGE_OK) return result;
     if (iteration->counter > iteration->to) return ITERATION_OVER;
     if (++ctx->passes > TEMPLATE_MAX_PASSES)
         return templateError(ctx, MERGE_TEMPLATE_ERROR, "too many iterations.");

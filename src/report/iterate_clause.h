@@ -14,13 +14,13 @@ int beginIteration(TemplateContext *ctx, std::string_view args);
 // negative code after a message. Called by beginIteration.
 int parseIterateClause(TemplateContext *ctx, std::string_view args, TemplateIteration *iteration);
 
-// Opens an iteration. MERGE_OK, or MERGE_TEMPLATE_ERROR after a message when eight are open. Called
-// by beginIteration.
+// Opens an iteration. MERGE_OK, or MERGE_TEMPLATE_ERROR after a message when eight are open or
+// there is no memory. Called by beginIteration.
 int pushIteration(TemplateContext *ctx, const TemplateIteration *iteration);
 
 // Counts the innermost iteration on: ITERATION_AGAIN when its body is to run again (the file is
 // back at its start), ITERATION_OVER, or MERGE_TEMPLATE_ERROR after a message when the merge ran
-// too many.
+// too many, or without memory.
 enum : int { ITERATION_OVER = 0, ITERATION_AGAIN = 1 };
 int nextIteration(TemplateContext *ctx);
 

@@ -214,7 +214,7 @@ int interpretTemplate(Merge *merge) {
             result = interpretTag(merge, ctx->tag);
         else
             popTemplateFile(ctx);
-        if (result == MERGE_OK && ctx->readFailed) result = MERGE_TEMPLATE_ERROR;
+        if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;
         ctx->steps += STEPS_TAG;
         if (result == MERGE_OK && ctx->steps > TEMPLATE_MAX_STEPS)
             result = templateError(ctx, MERGE_TEMPLATE_ERROR, "the template takes too many steps.");
@@ -251,13 +251,14 @@ int runMerge(Merge *merge, const char *dictName) {
     const char *lang = ctx->backend.format == RPT_FMT_PDF ? "en" : nullptr;
     dictResolvCreate(&ctx->dict, dictName, lang, opt_dflt_lang_id);
 
-    const int result = interpretTemplate(merge);
+    int result = interpretTemplate(merge);
     if (result == MERGE_OK) warnUnclosed(ctx);
     dmon_log(2, "Template merged (ret: %d).\n", result);
 
     releaseRowValues(&merge->row);
     const int finished = dumpFree(&ctx->backend);
     unloadPlugins(ctx);
+    if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;  // in a plug-in's end
     dictResolvFree(&ctx->dict);
     return result != MERGE_OK ? result : finished;
 }

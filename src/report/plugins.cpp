@@ -165,7 +165,8 @@ int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::s
         return templateError(ctx, MERGE_PLUGIN_FAILED, "plugin function '%s' not found.",
                              function.name);
     CallArguments arguments;
-    parseParamPieces(ctx, argumentText, CALL_VALUE_SIZE, &arguments.first);
+    const int parsed = parseParamPieces(ctx, argumentText, CALL_VALUE_SIZE, &arguments.first);
+    if (parsed != MERGE_OK) return parsed;
     return runFunction(ctx, &function, mode, arguments.first, value);
 }
 

@@ -73,7 +73,7 @@ int translatePluginText(TemplateContext *ctx, ItemValue *value) {
     releaseItemValue(value);
     // The size, if any, was that of the old bytes.
     *value = {VORN_TYPE_STRING, translation, 0, VORN_VALUE_OWNED};
-    return MERGE_OK;
+    return translation != nullptr ? MERGE_OK : templateNoMemory(ctx);
 }
 
 // Calls the plug-in into a slot and makes the value ready for the row.
@@ -95,7 +95,8 @@ int applyDataConversions(TemplateContext *ctx, const ValueClause *clause, ItemVa
     DictResolver *dict = (clause->flags & VALUE_USE_DICT) != 0 ? &ctx->dict : nullptr;
     if (dict != nullptr) countLookup(ctx);
     const char *refusal = convertValue(clause->convType, clause->convArg, dict, value);
-    return refusal == nullptr ? CONV_OK : reportRefusal(ctx, refusal);
+    if (refusal == nullptr) return CONV_OK;
+    return refusal == CONVERSION_NO_MEMORY ? templateNoMemory(ctx) : reportRefusal(ctx, refusal);
 }
 
 int addTextValue(TemplateContext *ctx, ReportRow *row, const char *text,
@@ -114,7 +115,7 @@ int addTextValue(TemplateContext *ctx, ReportRow *row, const char *text,
     if (translated) countLookup(ctx);
     value->data =
         translated ? dictResolvGetCopy(&ctx->dict, expanded.data()) : strdup(expanded.data());
-    return MERGE_OK;
+    return value->data != nullptr ? MERGE_OK : templateNoMemory(ctx);
 }
 
 int addLinkValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clause) {

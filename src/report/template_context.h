@@ -136,9 +136,9 @@ struct TemplateContext {
     std::int32_t pluginCount;
     TemplatePlugin plugins[TEMPLATE_MAX_PLUGINS];
 
-    bool readFailed;                          // a template file could not be read to its end
-    std::int32_t passes;                      // of loop bodies, so far
-    std::int64_t steps;                       // so far
+    bool failed;          // what no clause may pass over: it was told, and ends the merge
+    std::int32_t passes;  // of loop bodies, so far
+    std::int64_t steps;   // so far
     char location[TEMPLATE_WHOLE_PATH_SIZE];  // what getTemplateLine returns
     char expansion[TEMPLATE_TEXT_SIZE];       // what expandTemplateString returns
     TemplatePlace sectionPlaces[TEMPLATE_MAX_SECTIONS];

@@ -61,6 +61,11 @@ int templateError(TemplateContext *ctx, int code, const char *format, ...) {
     return code;
 }
 
+int templateNoMemory(TemplateContext *ctx) {
+    ctx->failed = true;
+    return templateError(ctx, MERGE_TEMPLATE_ERROR, "no memory.");
+}
+
 void templateWarning(TemplateContext *ctx, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);

@@ -25,6 +25,10 @@ enum FindingKind : std::uint8_t {
 [[gnu::cold, gnu::format(printf, 3, 4)]] int templateError(TemplateContext *ctx, int code,
                                                            const char *format, ...);
 
+// Logs as an error that there is no memory, and ends the merge, whatever the clause makes of it.
+// MERGE_TEMPLATE_ERROR.
+[[gnu::cold]] int templateNoMemory(TemplateContext *ctx);
+
 // Logs "Warning in PLACE: TEXT" at level 2.
 [[gnu::cold, gnu::format(printf, 2, 3)]] void templateWarning(TemplateContext *ctx,
                                                               const char *format, ...);

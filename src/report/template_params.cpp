@@ -80,18 +80,18 @@ std::string_view expandInto(TemplateContext *ctx, std::string_view text,
 
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value) {
     name = withoutBlanks(withoutBlanks(name).substr(0, TEMPLATE_NAME_SIZE - 1));
-    if (name.empty()) return 0;
+    if (name.empty()) return MERGE_OK;
     std::int64_t steps = 0;
     TemplateParam *param = findParam(*list, name, &steps);
     if (param == nullptr) {
         param = static_cast<TemplateParam *>(std::calloc(1, sizeof *param));
-        if (param == nullptr) return 0;  // a reference to it will say that it is not defined
+        if (param == nullptr) return MERGE_TEMPLATE_ERROR;
         copyPiece(param->name, name);
         while (*list != nullptr) list = &(*list)->next;
         *list = param;
     }
     copyPiece(param->value, withoutBlanks(withoutBlanks(value).substr(0, sizeof param->value - 1)));
-    return 0;
+    return MERGE_OK;
 }
 
 int setTemplateParamInt(TemplateParam **list, std::string_view name, std::int32_t number) {
@@ -146,10 +146,10 @@ int parseParamPieces(TemplateContext *ctx, std::string_view text, std::size_t va
         const std::size_t end = std::min(text.find(';'), text.size());
         // A failed expansion was reported; the parameter keeps the unexpanded text.
         static_cast<void>(parseClauseArg(ctx, text.substr(0, end), ':', valueSize, &arg));
-        setTemplateParam(list, arg.name, arg.value);
+        if (setTemplateParam(list, arg.name, arg.value) != MERGE_OK) return templateNoMemory(ctx);
         text.remove_prefix(std::min(end + 1, text.size()));
     }
-    return 0;
+    return MERGE_OK;
 }
 
 int parseParamList(TemplateContext *ctx, std::string_view text, IncludeSpec *spec) {

@@ -9,8 +9,9 @@
 #include "report/template_context.h"
 
 // Sets a parameter of a list, or appends it; blanks at both ends of name and value are dropped, and
-// both are cut to their fields. An empty name does nothing. 0. The lists of include clauses and
-// plug-in calls are made so; iterations set their variable as a number.
+// both are cut to their fields. An empty name does nothing. MERGE_OK, or MERGE_TEMPLATE_ERROR,
+// without a message, when there is no memory. The lists of include clauses and plug-in calls are
+// made so; iterations set their variable as a number.
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value);
 int setTemplateParamInt(TemplateParam **list, std::string_view name, std::int32_t number);
 
@@ -45,9 +46,10 @@ int expandArg(TemplateContext *ctx, const RawArg &raw, std::size_t valueSize, Pa
 std::string_view expandTemplateString(TemplateContext *ctx, std::string_view text);
 
 // Reads a list name:value;name:value into an empty list; the caller frees it. valueSize is that of
-// the buffer that a value passes through, TEMPLATE_TEXT_SIZE or less. 0.
+// the buffer that a value passes through, TEMPLATE_TEXT_SIZE or less. MERGE_OK, or
+// MERGE_TEMPLATE_ERROR after a message when there is no memory.
 int parseParamPieces(TemplateContext *ctx, std::string_view text, std::size_t valueSize,
                      TemplateParam **list);
 
-// The same into the parameters of an include clause, over those that are there. 0.
+// The same into the parameters of an include clause, over those that are there.
 int parseParamList(TemplateContext *ctx, std::string_view text, IncludeSpec *spec);

@@ -41,7 +41,7 @@ bool fillWindow(TemplateContext *ctx, TemplateFile *file) {
         const int reason = errno;
         templateError(ctx, MERGE_TEMPLATE_ERROR, "the file cannot be read: %s.",
                       std::strerror(reason));
-        ctx->readFailed = true;
+        ctx->failed = true;
     }
     return file->windowLength > 0;
 }
@@ -62,6 +62,17 @@ void resolvePath(const TemplateContext *ctx, const char *name, char (&path)[TEMP
     if (name[0] != '/' && includer != nullptr) copyPiece(whole, folderOf(includer->path));
     safe_strncat(whole, name, sizeof whole);
     copyPath(path, sizeof path, whole);
+}
+
+// What it means that an included file could not be opened, for `error` of errno: without memory,
+// say, nobody knows whether it is there.
+int notOpened(TemplateContext *ctx, const IncludeSpec *wanted, const char *path, int error) {
+    const char *folder = templateFolder(ctx, path);
+    if (error == ENOMEM || error == EIO || error == EMFILE || error == ENFILE)
+        return templateError(ctx, MERGE_TEMPLATE_ERROR, "file '%s%s' cannot be opened: %s.", folder,
+                             path, std::strerror(error));
+    if ((wanted->flags & INCLUDE_OPTIONAL) != 0) return MERGE_OK;
+    return templateError(ctx, MERGE_TEMPLATE_ERROR, "file '%s%s' not found.", folder, path);
 }
 
 void setLine(TemplateContext *ctx, const char *line, std::size_t length) {
@@ -192,11 +203,7 @@ int pushTemplateFile(TemplateContext *ctx, IncludeSpec *wanted, std::FILE *strea
     FileGuard opened;
     if (stream == nullptr) {
         opened = openTemplate(ctx, path);
-        if (!opened) {
-            if ((wanted->flags & INCLUDE_OPTIONAL) != 0) return MERGE_OK;
-            return templateError(ctx, MERGE_TEMPLATE_ERROR, "file '%s%s' not found.",
-                                 templateFolder(ctx, path), path);
-        }
+        if (!opened) return notOpened(ctx, wanted, path, errno);
     }
 
     TemplateFile *file = &ctx->files[ctx->fileDepth];

@@ -1,12 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "storage/time_format.h"
 
+#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
 
 // Report times run past 2038, where 32 bits end; _TIME_BITS=64 of the build sees to it.
 static_assert(sizeof(std::time_t) == 8);
+
+int loadLocalTime() {
+    // Beyond the zone's table stand rules, which name summer and winter time when first used.
+    constexpr std::time_t WINTER = 4102444800;  // of 2100
+    constexpr std::time_t SUMMER = WINTER + 182 * 86400;
+    errno = 0;
+    tzset();
+    std::tm broken{};
+    localtime_r(&WINTER, &broken);
+    localtime_r(&SUMMER, &broken);
+    return errno == ENOMEM ? ENOMEM : 0;
+}
 
 int formatRelTime(char *buffer, std::size_t size, std::int64_t seconds) {
     constexpr std::int64_t DAY = 86400;

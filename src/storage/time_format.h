@@ -6,6 +6,10 @@
 #include <cstdint>
 #include <ctime>
 
+// Reads the rules of the local time, which formatAbsTime would take for UTC if there were no memory
+// when it first needs them. 0 or ENOMEM. Called once at the start, before anything asks for a time.
+int loadLocalTime();
+
 // A duration in seconds as "01:02:05", from a day on as "1/01:01:01". Returns 0.
 int formatRelTime(char *buffer, std::size_t size, std::int64_t seconds);
 
