@@ -87,7 +87,7 @@ const char *lineFailure(LineResult result) {
         case LINE_NOT_TEXT:
             return "the line is no UTF-8 text";
         case LINE_NO_MEMORY:
-            return "out of memory";
+            return "no memory";
         case LINE_FAILED:
             break;
     }

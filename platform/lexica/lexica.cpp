@@ -91,7 +91,7 @@ Reason parseLine(std::string_view line, Section *section, Dictionary *dictionary
     if (const Reason reason = splitEntry(line, &key, &text); reason != nullptr) return reason;
     if (!section->begun) return "the entry stands before the first group";
     if (!lexica::addEntry(dictionary, section->group, section->subgroup, key, text))
-        return "out of memory";
+        return "no memory";
     return nullptr;
 }
 

@@ -18,7 +18,7 @@ constexpr const char *texts[] = {
     "bad request",
     "bad file",
     "file error",
-    "out of memory",
+    "no memory",
     "no such change list",
     "none of the applications runs",
 };

@@ -41,14 +41,14 @@ int shown(std::string_view piece) {
 }
 
 int failMemory(const ResultsReader *reader) {
-    return okraFail(OKRA_NO_MEMORY, "line %u: out of memory",
+    return okraFail(OKRA_NO_MEMORY, "line %u: no memory",
                     static_cast<unsigned>(reader->lines.number()));
 }
 
 // Fails because one of the file's two readers does.
 int failRead(const LineReader &lines, LineResult result) {
     const unsigned number = lines.number();
-    if (result == LINE_NO_MEMORY) return okraFail(OKRA_NO_MEMORY, "line %u: out of memory", number);
+    if (result == LINE_NO_MEMORY) return okraFail(OKRA_NO_MEMORY, "line %u: no memory", number);
     if (result == LINE_FAILED)
         return okraFail(OKRA_FILE_ERROR, "line %u: %s", number, std::strerror(errno));
     return okraFail(OKRA_BAD_FILE, "line %u: longer than %zu bytes", number, TEXT_LINE_MAX);

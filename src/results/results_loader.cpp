@@ -267,7 +267,7 @@ int loadResultsFile(const char *path, Results **results) {
     if (code != 0) {
         dmon_log(1, "Error loading results file '%s': %s (%d)\n", path, APX_Error(code), code);
     } else if (context.noMemory || !indexNames(context)) {
-        dmon_log(1, "Error loading results file '%s': %s (%d)\n", path, "out of memory",
+        dmon_log(1, "Error loading results file '%s': %s (%d)\n", path, "no memory",
                  RESULTS_NOT_LOADED);
     } else {
         if (context.first != nullptr) noteLoadedList(context.first);
