@@ -20,12 +20,12 @@ TEST(ResultNames, FollowTheOptions) {
         {0, 7, "run", "2023-11-14-221320", "2023-11-14-221320"},
         {1, 7, longest, longest + "00007", longest + "00007"},
         {1, 8, "a/b", "a/b00008", "a_b00008"},
-        {1, -3, "", "-0003", "-0003"},
-        {1, INT32_MAX, "", "2147483647", "2147483647"},
+        {1, INT32_MIN, "", "-2147483648", "-2147483648"},
         {2, 7, "run", "report", "report"},
     };
     Subscription subscription{};
     copyPiece(subscription.resultsDir, "/d");
+    copyPiece(opt_rptdir, "/r");
     for (const auto &c : cases) {
         char base[BASE_NAME_SIZE];
         char path[RESULT_PATH_SIZE];
@@ -33,21 +33,8 @@ TEST(ResultNames, FollowTheOptions) {
         EXPECT_EQ(base, c.base);
         EXPECT_TRUE(makeResultsPath(path, &subscription, base));
         EXPECT_EQ(path, "/d/" + c.file + ".res");
-    }
-}
-
-TEST(ResultNames, OfReportsTakeTheFormatsEndingAfterTheFirstRes) {
-    const struct {
-        std::int32_t format;
-        const char *results, *report;
-    } cases[] = {{RPT_FMT_TXT, "/d/a.res", "/r/a.txt"},
-                 {RPT_FMT_PDF, "/d/a.res_1.res", "/r/a.pdf"},
-                 {2, "a.res", "/r/a.res"}};
-    copyPiece(opt_rptdir, "/r");
-    for (const auto &c : cases) {
-        char path[RESULT_PATH_SIZE];
-        makeReportPath(path, c.results, c.format);
-        EXPECT_STREQ(path, c.report);
+        makeReportPath(path, ("/d/" + c.file + ".res_1.res").c_str(), RPT_FMT_PDF);
+        EXPECT_EQ(path, "/r/" + c.file + ".pdf");
     }
 }
 

@@ -2,20 +2,16 @@
 // What other programs make of a PDF file.
 #pragma once
 
-#include <cstdio>
 #include <string>
 
-#include <sys/wait.h>
+#include "support/program.h"
 
 // Runs a command of the shell and returns all that it prints; its exit status stands behind it
 // when that is not 0.
 inline std::string runCommand(const std::string &command) {
-    std::string output;
-    std::FILE *pipe = popen((command + " 2>&1").c_str(), "r");
-    for (int c; (c = std::getc(pipe)) != EOF;) output += static_cast<char>(c);
-    const int status = pclose(pipe);
-    if (status != 0) output += "exit status " + std::to_string(WEXITSTATUS(status)) + "\n";
-    return output;
+    const Outcome outcome = runProgram({"sh", "-c", command + " 2>&1"});
+    if (outcome.status == 0) return outcome.out;
+    return outcome.out + "exit status " + std::to_string(outcome.status) + "\n";
 }
 
 // Complaints of a checker about a PDF file; empty for a sound one.
