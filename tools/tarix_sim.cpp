@@ -10,12 +10,15 @@
 #include <ctime>
 #include <exception>
 #include <filesystem>
+#include <map>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
 #include <vector>
 
+#include <CLI/CLI.hpp>
 #include <sys/msg.h>
 
 #include "base/folders.h"
@@ -31,6 +34,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+enum ExitStatus : int { DONE = 0, FAILED = 1, USAGE = 2 };
 
 // A failure: its text is the one line that standard error gets.
 struct Failure : std::runtime_error {
@@ -348,79 +353,94 @@ void show(const char *const *) {
 
 struct Command {
     const char *name;
-    const char *arguments;
+    const char *words;  // those in brackets may be left out
     const char *purpose;
     const char *example;
-    int required;
-    int allowed;
     void (*run)(const char *const *args);
 };
 
 constexpr Command commands[] = {
-    {"up", "", "make registry, manager and folders; what is there stays", "up", 0, 0, up},
-    {"down", "", "remove queues, registry and manager; the data stays", "down", 0, 0, down},
-    {"create", " APP [FILE]", "run an application, with the registers of a results file",
-     "create ifstats ifstats.res", 1, 2, create},
-    {"destroy", " APP", "end an application, and its change lists", "destroy ifstats", 1, 1,
-     destroy},
-    {"enable", " APP", "enable its measurements", "enable ifstats", 1, 1, enable},
-    {"disable", " APP", "disable its measurements", "disable ifstats", 1, 1, disable},
-    {"start", " APP [TIME]", "set its start time, unless the control says disabled",
-     "start ifstats 1700000000", 1, 2, start},
-    {"sync", " APP [TIME]", "set its stop time and tell that it is synchronised",
-     "sync ifstats 1700003600", 1, 2, sync},
-    {"respond", " APP STATE", "post a synchronisation response, 0 to 255", "respond ifstats 1", 2,
-     2, respond},
-    {"event", " APP MASK", "post an application event: 1 created, 2 destroyed", "event ifstats 0x3",
-     2, 2, event},
-    {"show", "", "print applications, change lists, queues and control", "show", 0, 0, show},
+    {"up", "", "make registry, manager and folders; what is there stays", "", up},
+    {"down", "", "remove queues, registry and manager; the data stays", "", down},
+    {"create", "APP [FILE]", "run an application, with registers of its own or those of a file",
+     "ifstats ifstats.res", create},
+    {"destroy", "APP", "end an application, and its change lists", "ifstats", destroy},
+    {"enable", "APP", "enable its measurements", "ifstats", enable},
+    {"disable", "APP", "disable its measurements", "ifstats", disable},
+    {"start", "APP [TIME]", "set its start time, unless the control says disabled",
+     "ifstats 1700000000", start},
+    {"sync", "APP [TIME]", "set its stop time and tell that it is synchronised",
+     "ifstats 1700003600", sync},
+    {"respond", "APP STATE", "post a synchronisation response", "ifstats 1", respond},
+    {"event", "APP MASK", "post an application event, also for a name that does not run",
+     "ifstats 0x3", event},
+    {"show", "", "print applications, change lists, queues and control", "", show},
 };
 
-void printHelp() {
-    std::printf("tarix-sim plays the instrument for the service.\n\nUsage: tarix-sim COMMAND\n\n");
-    for (const Command &command : commands)
-        std::printf("  %s%s\n      %s\n      tarix-sim %s\n", command.name, command.arguments,
-                    command.purpose, command.example);
-    std::printf(
-        "\nTIME is seconds since 1970-01-01 UTC, now when absent. VORN_ROOT of the environment\n"
-        "stands in front of all paths. Failures are told on standard error, with status 1.\n");
+const std::map<std::string, const char *> wordHelp = {
+    {"APP", "1 to 15 letters, digits, '.', '_', '-'"},
+    {"FILE", "results file with one application"},
+    {"TIME", "seconds since 1970-01-01 UTC, 0 to 4294967295; now when absent"},
+    {"STATE", "0 to 255, decimal or 0x; 2 is synchronised"},
+    {"MASK", "0 to 4294967295, decimal or 0x; bit 0 is created, bit 1 destroyed"},
+};
+
+constexpr std::size_t WORDS_MAX = 2;
+
+// What was said behind the command.
+struct Said {
+    const Command *command;
+    std::string words[WORDS_MAX];
+};
+
+void addCommand(CLI::App *app, const Command &command, Said *said) {
+    CLI::App *added = app->add_subcommand(command.name, command.purpose);
+    added->footer("Example:\n  tarix-sim " + std::string(command.name) + " " + command.example);
+    added->callback([said, &command] { said->command = &command; });
+    std::istringstream words(command.words);
+    std::size_t i = 0;
+    for (std::string word; words >> word; ++i) {
+        const bool optional = word.front() == '[';
+        if (optional) word = word.substr(1, word.size() - 2);
+        added->add_option(word, said->words[i], wordHelp.at(word))->required(!optional);
+    }
 }
 
-void runCommand(int count, char **words) {
-    if (count == 0) throw Failure("no command; see tarix-sim --help");
-    const std::string_view name = words[0];
-    for (const Command &command : commands) {
-        if (name != command.name) continue;
-        if (count - 1 < command.required || count - 1 > command.allowed)
-            throw Failure(std::string("usage: tarix-sim ") + command.name + command.arguments);
-        const char *args[3] = {};
-        std::copy(words + 1, words + count, args);
-        return command.run(args);
-    }
-    throw Failure("unknown command '" + std::string(name) + "'; see tarix-sim --help");
+void runCommand(const Said &said) {
+    const char *args[WORDS_MAX + 1] = {};
+    for (std::size_t i = 0; i < WORDS_MAX; ++i)
+        if (!said.words[i].empty()) args[i] = said.words[i].c_str();
+    said.command->run(args);
 }
 
 // Tells a failure in one line, whatever was in the words.
-int fail(std::string text) {
+int fail(std::string text, ExitStatus status) {
     for (char &c : text)
         if (static_cast<unsigned char>(c) < ' ' || c == 0x7F) c = '?';
     std::fprintf(stderr, "tarix-sim: %s\n", text.c_str());
-    return 1;
+    return status;
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
+    CLI::App app("Plays the instrument for the service.", "tarix-sim");
+    Said said{};
     try {
-        for (int i = 1; i < argc; ++i) {
-            if (std::strcmp(argv[i], "--help") != 0 && std::strcmp(argv[i], "-h") != 0) continue;
-            printHelp();
-            return 0;
-        }
-        runCommand(argc - 1, argv + 1);
-        if (std::fflush(stdout) != 0) return fail("standard output cannot be written");
-        return 0;
+        app.set_version_flag("--version", "tarix-sim " VORN_VERSION);
+        app.require_subcommand(1);
+        app.footer(
+            "VORN_ROOT of the environment stands in front of all paths.\n"
+            "Exit status: 0 done, 1 failed, 2 usage.");
+        for (const Command &command : commands) addCommand(&app, command, &said);
+        app.parse(argc, argv);
+        runCommand(said);
+        if (std::fflush(stdout) != 0) return fail("standard output cannot be written", FAILED);
+        return DONE;
+    } catch (const CLI::ParseError &error) {
+        if (error.get_exit_code() == 0) return app.exit(error);
+        return fail(std::string(error.what()) + "; see tarix-sim --help", USAGE);
     } catch (const std::exception &error) {
-        return fail(error.what());
+        return fail(error.what(), FAILED);
     }
 }

@@ -42,6 +42,24 @@ const std::map<std::string, int> wordNumbers = {{"results", QUOTA_RESULTS},
                                                 {"off", 0},
                                                 {"on", 1}};
 
+// What each word is, with its limit.
+const std::map<std::string, const char *> wordHelp = {
+    {"NAME", "subscription, 1 to 15 characters, no '/'"},
+    {"APP", "application, at most 15 characters; none: the one named like the subscription"},
+    {"SUBS", "subscription, at most 15 characters; set-template reaches names of 8"},
+    {"TEMPLATE", "path, or file of the templates' folder, at most 63 characters"},
+    {"RESULTS", "path, or file of the results' folder, at most 63 characters"},
+    {"OUTPUT", "path, or file of the reports' folder, at most 63 characters"},
+    {"PAIRS", "NAME, at most 15 characters, and VALUE, at most 127, of each"},
+    {"ID", "language, at most 3 characters"},
+    {"MAX", "1 to 65535 files"},
+    {"N", "-2147483648 to 2147483647"},
+    {"results|reports", "whose quota"},
+    {"stop|block|purge", "refuse files, measurements too, or delete the oldest"},
+    {"on|off", "to do it, or not"},
+    {"txt|pdf", "format of the reports"},
+};
+
 // NX_PORT when it is a port to go to. The service takes a 0 too: the system's choice, which only
 // its log tells.
 std::string defaultPort() {
@@ -414,8 +432,9 @@ private:
     }
 
     void addWord(CLI::App *command, const WordForm &form, std::string *said) {
-        CLI::Option *option = form.many ? command->add_option(form.name, words_.list)
-                                        : command->add_option(form.name, *said);
+        const std::string help = wordHelp.at(form.name);
+        CLI::Option *option = form.many ? command->add_option(form.name, words_.list, help)
+                                        : command->add_option(form.name, *said, help);
         option->required(!form.optional);
         if (!form.choices.empty())
             option->check(CLI::IsMember(form.choices));
@@ -444,7 +463,7 @@ private:
             "debug",
             [this] { return control(common_, "debug", "debug " + std::to_string(words_.number)); },
             "set the level up to which the service logs", "2");
-        command->add_option("N", words_.number)
+        command->add_option("N", words_.number, "level, 0 (nothing) to 3 (all)")
             ->required()
             ->check(CLI::Range(INT32_MIN, INT32_MAX));
         add(

@@ -12,9 +12,9 @@ namespace {
 // What stands behind the last word, which may be empty.
 std::string offered(const std::string &words) {
     const std::string script =
-        "compopt() { :; }; . " + sourceDir() + "/tools/completions/vornctl; PATH=" + binDir() +
-        ":$PATH; COMP_WORDS=(vornctl " + words +
-        "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vornctl; echo \"${COMPREPLY[*]}\"";
+        "compopt() { :; }; . " + sourceDir() + "/tools/completions/tools; PATH=" + binDir() +
+        ":$PATH; COMP_WORDS=(" + words +
+        "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vorn; echo \"${COMPREPLY[*]}\"";
     return runProgram({"bash", "-c", script}).out;
 }
 
@@ -22,14 +22,39 @@ std::string offered(const std::string &words) {
 
 TEST(Completion, OffersWhatTheHelpNames) {
     const char *cases[][2] = {
-        {"''", "add-subs remove-subs set-template set-var report set-lang set-quota full-action "},
-        {"--port 5 --json full-action reports p", "purge\n"},
-        {"autoreport on ''", "txt pdf\n"},
-        {"report --format ''", "txt pdf\n"},
-        {"report --f", "--format --flags\n"},
-        {"report tx /et", "/etc\n"},
-        {"nonsense ''", "\n"},
+        {"vornctl ''",
+         "add-subs remove-subs set-template set-var report set-lang set-quota full-action "},
+        {"vornctl --port 5 --json full-action reports p", "purge\n"},
+        {"vornctl autoreport on ''", "txt pdf\n"},
+        {"vornctl report --format ''", "txt pdf\n"},
+        {"vornctl report --f", "--format --flags\n"},
+        {"vornctl report tx /et", "/etc\n"},
+        {"vornctl nonsense ''", "\n"},
+        {"tarix-sim d", "down destroy disable\n"},
+        {"tarix-sim create x /et", "/etc\n"},
+        {"vorn-report --format pdf /et", "/etc\n"},
+        {"vorn-report --def", "--def-lang\n"},
     };
     for (const auto &[words, expected] : cases)
         EXPECT_EQ(offered(words).rfind(expected, 0), 0u) << words << offered(words);
+}
+
+TEST(Documents, NameEachOptionAndSubcommandOfTheHelp) {
+    const char *tools[][3] = {{"vornctl", "vornctl.md", "protocol.md"},
+                              {"vorn-report", "vorn-report.md", ""},
+                              {"tarix-sim", "service.md", ""}};
+    for (const auto &[tool, page, more] : tools) {
+        const std::string script =
+            "cd " + sourceDir() + "/docs; tool=" + binDir() + "/" + tool +
+            "; help=$($tool --help); commands=$(sed -nE '/^Subcommands:/,/^$/s/^  "
+            "([a-z-]+).*/\\1/p' "
+            "<<<\"$help\"); for command in $commands; do grep -qE \"\\`$command[ \\`]\" " +
+            page + " " + more +
+            " || echo $command; help+=$'\\n'$($tool $command --help); done; "
+            "for option in $(grep -oE '^  (-[a-z],)?--[a-z-]+' <<<\"$help\" | sed 's/.*--/--/' | "
+            "sort -u); do "
+            "grep -qE -- \"$option[ \\`]\" " +
+            page + " || echo $option; done";
+        EXPECT_EQ(runProgram({"bash", "-c", script}).out, "") << tool;
+    }
 }
