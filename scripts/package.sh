@@ -11,7 +11,7 @@ out=$PWD/build/packages
 [ "$architecture" = "$native" ] || out+=-$architecture
 out=${VORN_PACKAGES:-$out}
 
-needed=(dpkg-dev debhelper)
+needed=(build-essential debhelper)
 options=(-b -us -uc)
 if [ "$architecture" != "$native" ]; then
     needed+=("crossbuild-essential-$architecture")
