@@ -31,7 +31,11 @@ int syncFolderOf(const char *path) {
 }
 
 int makeFolder(const char *path, mode_t mode) {
-    if (mkdir(path, mode) == 0) return syncFolderOf(path);
+    if (mkdir(path, mode) == 0) {
+        const int error = syncFolderOf(path);
+        if (error != 0) rmdir(path);  // or the next time it would pass for safely there
+        return error;
+    }
     // It may be there without its folder being writable, as on a read-only root.
     const int error = errno;
     return checkFolder(path) == 0 ? 0 : error;

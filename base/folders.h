@@ -5,7 +5,7 @@
 #include <sys/types.h>
 
 // Makes one folder, and brings its entry in the folder above to the disk when it is new. 0, also
-// when it is there already, or the errno.
+// when it is there already, or the errno: then there is no new one.
 int makeFolder(const char *path, mode_t mode);
 
 // Makes a folder and those above it; 0, also when it is there already, or the errno.

@@ -45,9 +45,15 @@ int makeRoom(Save *save) {
     const SaveSettings &settings = save->settings;
     makeBaseName(save->base, settings.nameFormat, save->subscription->syncTime,
                  opt_refname.get().text, settings.sequence);
-    setUserVar(&kv_urv, "report-name", save->base);
+    if (setUserVar(&kv_urv, "report-name", save->base) != KV_OK)
+        dmon_log(1, "Error: no memory for the user variable 'report-name'.\n");
     makeResultsPath(save->path, save->subscription, save->base);
-    static_cast<void>(makeFolder(save->subscription->resultsDir, 0775));
+    const int error = makeFolder(save->subscription->resultsDir, 0775);
+    if (error != 0) {
+        dmon_log(1, "Error: could not save results to %s: its folder cannot be made: %s\n",
+                 save->path, std::strerror(error));
+        return SAVE_FAILED;
+    }
     errno = 0;
     if (backup_file(save->path) == 0) return SAVE_OK;
     dmon_log(1, "Error: could not save results to %s: the file there cannot be moved: %s\n",

@@ -52,6 +52,12 @@ constexpr ClauseArg<TemplateSection> sectionArgs[] = {
     {"dict", DICT_MISSING, pushDicts},
 };
 
+// Says where the back-end refused the section's lines; passes its code on.
+int reportOutput(TemplateContext *ctx, int result) {
+    if (result != DUMP_OK) templateFinding(ctx, FINDING_OUTPUT_ERROR, "Could not format output.");
+    return result;
+}
+
 bool inDisabledSection(const TemplateContext *ctx) {
     return ctx->sectionLevel > 0 && ctx->sections[ctx->sectionLevel - 1].enabled == 0;
 }
@@ -75,7 +81,7 @@ int pushSection(TemplateContext *ctx, std::string_view args) {
             .id = "", .enabled = 0, .top = 0, .bottom = 0, .dictLevel = DICT_NOTHING_PUSHED};
     } else {
         if (parseSectionClause(ctx, args, section) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
-        result = dumpSectionHeader(&ctx->backend, section);
+        result = reportOutput(ctx, dumpSectionHeader(&ctx->backend, section));
     }
     dmon_log(3, "Push section '%s' at level %d.\n", section->id, level);
     ctx->sectionPlaces[level] = currentPlace(ctx);
@@ -89,7 +95,7 @@ int popSection(TemplateContext *ctx) {
         return templateError(ctx, MERGE_TEMPLATE_ERROR, "not in a 'section' clause.");
     --ctx->sectionLevel;
     const TemplateSection *section = &ctx->sections[ctx->sectionLevel];
-    const int result = dumpSectionFooter(&ctx->backend, section);
+    const int result = reportOutput(ctx, dumpSectionFooter(&ctx->backend, section));
     if (ctx->sectionLevel == 0)
         ctx->state = MERGE_REPORT;
     else if (ctx->state == MERGE_DISABLED && !inDisabledSection(ctx))
