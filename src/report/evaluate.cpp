@@ -18,11 +18,14 @@ struct Reading {
     int (*called)(TemplateContext *ctx, const ItemValue *value, std::int32_t *number);
 };
 
-// The first four bytes of a value as a number. Every value has as many: numbers have, and a text
-// that fetchItemValue made.
+// The first four bytes of a value as a number. Numbers have as many, and texts that the value owns;
+// of another text there may be fewer.
 std::int32_t firstWord(const ItemValue *value) {
     std::int32_t word = 0;
-    std::memcpy(&word, value->data, sizeof word);
+    const bool isForeign =
+        value->type == VORN_TYPE_STRING && (value->flags & VORN_VALUE_OWNED) == 0;
+    const auto *text = static_cast<const char *>(value->data);
+    std::memcpy(&word, text, isForeign ? strnlen(text, sizeof word) : sizeof word);
     return word;
 }
 

@@ -70,7 +70,9 @@ int ownText(TemplateContext *ctx, ItemValue *value, std::string_view text) {
 int takeSelection(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     if (reg->as.selection.label != nullptr) {
         countLookup(ctx);
-        return ownText(ctx, value, dictResolvGet(&ctx->dict, reg->as.selection.label));
+        value->type = VORN_TYPE_STRING;
+        value->data = const_cast<char *>(dictResolvGet(&ctx->dict, reg->as.selection.label));
+        return MERGE_OK;
     }
     char number[4];
     std::snprintf(number, sizeof number, "%u", static_cast<unsigned>(reg->as.selection.selValue));
@@ -143,16 +145,21 @@ int fetchItemValue(TemplateContext *ctx, std::string_view link, ItemValue *value
     const RegisterRecord *reg = getAppItemResult(item, ctx->results, &field, &index);
     if (reg == nullptr)
         return templateError(ctx, MERGE_ITEM_NOT_FOUND, "application item not found.");
-    if (reg->valid == 0) return MERGE_OK;
+    const int result = takeItemValue(ctx, reg, field, index, value);
+    if (result != ITEM_HAS_NO_FIELD) return result;
+    // The look-up cut the text at each separator; the message shows it up to the field.
+    const std::size_t at = expanded.find('@');
+    if (at != std::string_view::npos) item[at] = '@';
+    return templateError(ctx, MERGE_NO_SUCH_FIELD, "application item '%s' has no '%s' field.", item,
+                         fieldNames[field]);
+}
 
+int takeItemValue(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t field,
+                  std::int32_t index, ItemValue *value) {
+    *value = ItemValue{};
+    if (reg->valid == 0) return MERGE_OK;
     const FieldSource source = reg->kind < KIND_COUNT ? fieldSources[reg->kind][field] : NO_FIELD;
-    if (source.type == VORN_TYPE_NONE) {
-        // The look-up cut the text at each separator; the message shows it up to the field.
-        const std::size_t at = expanded.find('@');
-        if (at != std::string_view::npos) item[at] = '@';
-        return templateError(ctx, MERGE_NO_SUCH_FIELD, "application item '%s' has no '%s' field.",
-                             item, fieldNames[field]);
-    }
+    if (source.type == VORN_TYPE_NONE) return ITEM_HAS_NO_FIELD;
     if (source.type == VORN_TYPE_STRING) return takeText(ctx, reg, index, value);
     value->type = source.type;
     // The value only points at the number; nothing writes through it.

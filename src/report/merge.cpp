@@ -20,6 +20,7 @@
 #include "report/plugins.h"
 #include "report/report_clause.h"
 #include "report/row_clause.h"
+#include "report/row_plan.h"
 #include "report/row_values.h"
 #include "report/section_clause.h"
 #include "report/template_context.h"
@@ -40,6 +41,7 @@ struct Merge {
     RowFormat rowFormat;
     ValueClause clause;
     KvStore *userVars;
+    RowPlans plans;
 };
 
 // Logs that the back-end refused something; passes its code on.
@@ -60,6 +62,7 @@ int onReportEnd(Merge *merge, const TemplateTag *) {
 }
 
 int onInclude(Merge *merge, const TemplateTag *tag) {
+    dropRowPlan(&merge->ctx);
     return includeTemplate(&merge->ctx, tag->args);
 }
 
@@ -82,10 +85,12 @@ int onPlugin(Merge *merge, const TemplateTag *tag) {
 }
 
 int onIterate(Merge *merge, const TemplateTag *tag) {
+    dropRowPlan(&merge->ctx);
     return beginIteration(&merge->ctx, tag->args);
 }
 
 int onIterateEnd(Merge *merge, const TemplateTag *) {
+    dropRowPlan(&merge->ctx);
     const int result = nextIteration(&merge->ctx);
     if (result == ITERATION_AGAIN) return MERGE_OK;
     return result == ITERATION_OVER ? popIteration(&merge->ctx) : result;
@@ -95,28 +100,50 @@ int onSkippedIterateEnd(Merge *merge, const TemplateTag *) {
     return popIteration(&merge->ctx);
 }
 
+// Writes the row and releases its values.
+int writeRow(Merge *merge) {
+    TemplateContext *ctx = &merge->ctx;
+    const int result = reportOutput(ctx, dumpRow(&ctx->backend, &merge->row));
+    releaseRowValues(&merge->row);
+    return result;
+}
+
 int onRow(Merge *merge, const TemplateTag *tag) {
-    if (parseRowClause(&merge->ctx, tag, &merge->row) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
-    merge->ctx.rowPlace = currentPlace(&merge->ctx);
-    merge->ctx.state = MERGE_ROW;
+    TemplateContext *ctx = &merge->ctx;
+    if (RowPlan *plan = findRowPlan(ctx, tag); plan != nullptr) {
+        const int result = runRowPlan(ctx, plan, &merge->row, &merge->clause, merge->userVars);
+        return result == MERGE_OK ? writeRow(merge) : result;
+    }
+    if (parseRowClause(ctx, tag, &merge->row) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
+    merge->row.format = &merge->rowFormat;
+    beginRowPlan(ctx, tag, &merge->row);
+    ctx->rowPlace = currentPlace(ctx);
+    ctx->state = MERGE_ROW;
     return MERGE_OK;
 }
 
 int onRowEnd(Merge *merge, const TemplateTag *) {
     TemplateContext *ctx = &merge->ctx;
-    const int result = reportOutput(ctx, dumpRow(&ctx->backend, &merge->row));
-    releaseRowValues(&merge->row);
+    endRowPlan(ctx);
     ctx->rowPlace = {};
     ctx->state = ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
-    return result;
+    return writeRow(merge);
 }
 
 int onValue(Merge *merge, const TemplateTag *tag) {
     TemplateContext *ctx = &merge->ctx;
-    if (parseValueClause(ctx, tag, &merge->clause) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
-    const int result = addRowValue(ctx, &merge->row, &merge->clause, merge->userVars);
-    if (result == MERGE_OK) ctx->state = MERGE_VALUE;
-    return result;
+    ValueClause *clause = &merge->clause;
+    if (parseValueClause(ctx, tag, clause) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
+    const std::int32_t line = currentPlace(ctx).lineNo;
+    char buffer[TEMPLATE_TEXT_SIZE];
+    const char *text = nullptr;
+    if (clause->source == SOURCE_TEXT && readTemplateText(ctx, buffer, sizeof buffer) == 0)
+        text = buffer;
+    const int result = addRowValue(ctx, &merge->row, clause, merge->userVars, text);
+    if (result != MERGE_OK) return result;
+    planRowValue(ctx, tag, line, clause, text);
+    ctx->state = MERGE_VALUE;
+    return MERGE_OK;
 }
 
 int onValueEnd(Merge *merge, const TemplateTag *) {
@@ -173,6 +200,7 @@ constexpr bool rowsOfANameStandTogetherAndDiffer() {
 static_assert(rowsOfANameStandTogetherAndDiffer());
 
 int warnNested(Merge *merge, const TemplateTag *tag) {
+    dropRowPlan(&merge->ctx);
     templateFinding(&merge->ctx, FINDING_NESTED_CLAUSE, "nested '%s' clause.",
                     clauses[tag->clause].name.data());
     return MERGE_OK;
@@ -268,7 +296,7 @@ int runMerge(Merge *merge, const char *dictName) {
 int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *report,
                   const char *templatePath, std::uint32_t format, KvStore *userVars,
                   const char *dictName, const char *reportName, const char *folder) {
-    // Some 70 KiB: too much for the small stacks of other people's threads.
+    // Some 120 KiB: too much for the small stacks of other people's threads.
     const HeapGuard<Merge> merge(static_cast<Merge *>(std::calloc(1, sizeof(Merge))));
     if (!merge) {
         dmon_log(1, "Error: no memory to merge template '%s'.\n", templatePath);
@@ -278,8 +306,8 @@ int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *re
     ctx->results = results;
     ctx->reportName = reportName;
     ctx->folder = folder;
+    ctx->plans = &merge->plans;
     merge->userVars = userVars;
-    merge->row.format = &merge->rowFormat;
 
     IncludeSpec spec{};
     copyPath(spec.file, sizeof spec.file, templatePath);

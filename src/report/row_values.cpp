@@ -10,7 +10,6 @@
 #include "report/plugins.h"
 #include "report/template_error.h"
 #include "report/template_params.h"
-#include "report/template_reader.h"
 #include "report/user_vars.h"
 #include "results/dict_resolver.h"
 #include "storage/strings.h"
@@ -172,8 +171,8 @@ int addPluginValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clau
     return result;
 }
 
-int addRowValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clause,
-                KvStore *userVars) {
+int addRowValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clause, KvStore *userVars,
+                const char *text) {
     switch (clause->source) {
         case SOURCE_LINK:
             return addLinkValue(ctx, row, clause);
@@ -186,10 +185,8 @@ int addRowValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clause,
         default:
             break;
     }
-    char text[TEMPLATE_TEXT_SIZE];
     // What fails was reported, and the report goes on without the text.
-    if (readTemplateText(ctx, text, sizeof text) == 0)
-        static_cast<void>(addTextValue(ctx, row, text, clause));
+    if (text != nullptr) static_cast<void>(addTextValue(ctx, row, text, clause));
     return MERGE_OK;
 }
 

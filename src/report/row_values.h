@@ -8,7 +8,9 @@
 
 // Adds the clause's value to the row. MERGE_OK, or a negative code after a message; a literal text
 // that fails is reported and MERGE_OK all the same.
-int addRowValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clause, KvStore *userVars);
+//   text  the literal text, of a clause without a source; null: nothing is added
+int addRowValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clause, KvStore *userVars,
+                const char *text);
 
 // Adds a text, expanded, and translated when the clause says so. MERGE_OK, MERGE_TEMPLATE_ERROR
 // (the row then holds a text without data) or MERGE_TOO_MANY_VALUES. addRowValue calls it with

@@ -44,6 +44,8 @@ constexpr std::size_t TEMPLATE_WHOLE_PATH_SIZE = PATH_MAX + TEMPLATE_PATH_SIZE;
 // again.
 constexpr std::size_t TEMPLATE_WINDOW_SIZE = 8192;
 
+struct RowPlans;  // report/row_plan.h
+
 // Where the merge stands; the clauses that count depend on it.
 enum MergeState : std::int32_t {
     MERGE_OUTSIDE = 0,   // before and after the report
@@ -144,6 +146,7 @@ struct TemplateContext {
     TemplatePlace sectionPlaces[TEMPLATE_MAX_SECTIONS];
     TemplatePlace iterationPlaces[TEMPLATE_MAX_ITERATIONS];
     TemplatePlace rowPlace;
+    RowPlans *plans;  // of the current file's window; null: rows have none
 };
 
 // Counts the look-up of a key.

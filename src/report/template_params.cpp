@@ -11,20 +11,6 @@
 
 namespace {
 
-// The node of a name, or null. Names in lists are trimmed and at most 15 characters long. Counts
-// the steps of a long way.
-TemplateParam *findParam(TemplateParam *first, std::string_view name, std::int64_t *steps) {
-    if (name.size() >= TEMPLATE_NAME_SIZE) return nullptr;
-    std::int64_t passed = 0;
-    TemplateParam *param = first;
-    for (; param != nullptr; param = param->next, ++passed)
-        if (std::memcmp(param->name, name.data(), name.size()) == 0 &&
-            param->name[name.size()] == '\0')
-            break;
-    *steps += passed / STEPS_PARAMETERS;
-    return param;
-}
-
 // A text being expanded, with a byte kept for the NUL.
 struct Expansion {
     char *out;
@@ -54,7 +40,7 @@ bool appendReference(TemplateContext *ctx, Expansion *expansion, std::string_vie
     rest->remove_prefix(end + 1);
     TemplateParam **params = currentParams(ctx);
     const TemplateParam *param =
-        params != nullptr ? findParam(*params, name, &ctx->steps) : nullptr;
+        params != nullptr ? findTemplateParam(*params, name, &ctx->steps) : nullptr;
     if (param != nullptr) return appendPiece(ctx, expansion, param->value);
     templateError(ctx, MERGE_TEMPLATE_ERROR, "Parameter '%.*s' not defined.",
                   static_cast<int>(name.size()), name.data());
@@ -78,11 +64,25 @@ std::string_view expandInto(TemplateContext *ctx, std::string_view text,
 
 }  // namespace
 
+// Names in lists are trimmed and at most 15 characters long.
+TemplateParam *findTemplateParam(TemplateParam *first, std::string_view name,
+                                 std::int64_t *steps) {
+    if (name.size() >= TEMPLATE_NAME_SIZE) return nullptr;
+    std::int64_t passed = 0;
+    TemplateParam *param = first;
+    for (; param != nullptr; param = param->next, ++passed)
+        if (std::memcmp(param->name, name.data(), name.size()) == 0 &&
+            param->name[name.size()] == '\0')
+            break;
+    *steps += passed / STEPS_PARAMETERS;
+    return param;
+}
+
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value) {
     name = withoutBlanks(withoutBlanks(name).substr(0, TEMPLATE_NAME_SIZE - 1));
     if (name.empty()) return MERGE_OK;
     std::int64_t steps = 0;
-    TemplateParam *param = findParam(*list, name, &steps);
+    TemplateParam *param = findTemplateParam(*list, name, &steps);
     if (param == nullptr) {
         param = static_cast<TemplateParam *>(std::calloc(1, sizeof *param));
         if (param == nullptr) return MERGE_TEMPLATE_ERROR;
@@ -97,7 +97,12 @@ int setTemplateParam(TemplateParam **list, std::string_view name, std::string_vi
 int setTemplateParamInt(TemplateParam **list, std::string_view name, std::int32_t number) {
     char text[12];
     const std::to_chars_result end = std::to_chars(text, text + sizeof text, number);
-    return setTemplateParam(list, name, {text, static_cast<std::size_t>(end.ptr - text)});
+    const std::string_view digits(text, static_cast<std::size_t>(end.ptr - text));
+    std::int64_t steps = 0;
+    TemplateParam *param = name.empty() ? nullptr : findTemplateParam(*list, name, &steps);
+    if (param == nullptr) return setTemplateParam(list, name, digits);
+    copyPiece(param->value, digits);
+    return 0;
 }
 
 void freeTemplateParams(TemplateParam *first) {

@@ -15,6 +15,9 @@
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value);
 int setTemplateParamInt(TemplateParam **list, std::string_view name, std::int32_t number);
 
+// The node of a name, compared whole, or null. Adds the steps of a long way.
+TemplateParam *findTemplateParam(TemplateParam *first, std::string_view name, std::int64_t *steps);
+
 // Frees a list; null is allowed.
 void freeTemplateParams(TemplateParam *first);
 

@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include "report/row_plan.h"
 #include "report/template_error.h"
 #include "report/template_params.h"
 #include "report/template_place.h"
@@ -21,12 +22,18 @@ std::int64_t nextPosition(const TemplateFile *file) {
     return file->windowStart + static_cast<std::int64_t>(file->windowPos);
 }
 
+// Forgets what points into the current file's window.
+void forgetFound(TemplateContext *ctx) {
+    forgetTags(&ctx->memo);
+    forgetRowPlans(ctx);
+}
+
 // Lets go of the window's bytes; the next line is read from a position of the file.
 void moveWindow(TemplateContext *ctx, TemplateFile *file, std::int64_t position) {
     file->windowStart = position;
     file->windowLength = 0;
     file->windowPos = 0;
-    forgetTags(&ctx->memo);
+    forgetFound(ctx);
 }
 
 // Moves the window to the next byte to read; false at the end of the file or, after a message, when
@@ -236,7 +243,7 @@ void resetTemplateLine(TemplateContext *ctx) {
     ctx->cursor = nullptr;
     ctx->lineEnd = nullptr;
     // They belong to the current file, as the line does.
-    forgetTags(&ctx->memo);
+    forgetFound(ctx);
 }
 
 std::int64_t templateTell(const TemplateContext *ctx) {

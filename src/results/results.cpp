@@ -72,7 +72,7 @@ LoadedApp **findLoadedList(const Results *first) {
 // Where a look-up gets applications and registers from.
 struct Lookup {
     const Results *(*application)(const Results *results, const char *name);  // null: none
-    std::int64_t (*place)(const Results *app, const char *name);              // -1: none
+    std::int64_t (*place)(const Results *app, std::string_view name);         // -1: none
 };
 
 const Results *indexedApplication(const Results *results, const char *name) {
@@ -82,7 +82,7 @@ const Results *indexedApplication(const Results *results, const char *name) {
     return place >= 0 ? &first->list[place]->record : nullptr;
 }
 
-std::int64_t indexedPlace(const Results *app, const char *name) {
+std::int64_t indexedPlace(const Results *app, std::string_view name) {
     return findName(loadedApp(app)->registers, name, registerNames(*loadedApp(app)));
 }
 
@@ -91,9 +91,9 @@ const Results *walkedApplication(const Results *results, const char *name) {
     return results;
 }
 
-std::int64_t walkedPlace(const Results *app, const char *name) {
+std::int64_t walkedPlace(const Results *app, std::string_view name) {
     std::int32_t place = 0;
-    while (place < app->regCount && std::strcmp(app->regs[place].name, name) != 0) ++place;
+    while (place < app->regCount && app->regs[place].name != name) ++place;
     return place < app->regCount ? place : -1;
 }
 
@@ -170,6 +170,11 @@ void freeResults(Results *results) {
 const RegisterRecord *getAppItemResult(char *itemSpec, const Results *results, std::int32_t *field,
                                        std::int32_t *index) {
     return findItem(&indexedLookup, itemSpec, results, field, index);
+}
+
+const RegisterRecord *findRegister(const Results *app, std::string_view name) {
+    const std::int64_t place = indexedPlace(app, name);
+    return place >= 0 ? &app->regs[place] : nullptr;
 }
 
 const RegisterRecord *getForeignItemResult(char *itemSpec, const Results *results,

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "vorn/plugin.h"
 
@@ -34,6 +35,10 @@ void freeResults(Results *results);
 // Returns the register, or null after a message at level 1.
 const RegisterRecord *getAppItemResult(char *itemSpec, const Results *results, std::int32_t *field,
                                        std::int32_t *index);
+
+// The register of a name, without field or index, of an application of such a list; null, without
+// a message, when there is none.
+const RegisterRecord *findRegister(const Results *app, std::string_view name);
 
 // The same for a record of which nobody knows where it is from: a later one of a list, or a copy.
 // That takes a time that grows with the list and the table, unless it is a list's first after all.
