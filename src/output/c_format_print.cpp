@@ -24,9 +24,19 @@ struct Text {
     std::size_t length;  // bytes
 };
 
+// Both write a byte at a time: most of what they get is shorter than a call of memcpy is long.
+char *copyShort(char *to, std::string_view bytes) {
+    for (const char byte : bytes) *to++ = byte;
+    return to;
+}
+char *fillShort(char *to, char c, std::size_t count) {
+    for (; count > 0; --count) *to++ = c;
+    return to;
+}
+
 void putAscii(Text *text, std::string_view ascii) {
     const std::size_t length = std::min(ascii.size(), text->room);
-    ascii.copy(text->out + text->length, length);
+    copyShort(text->out + text->length, ascii.substr(0, length));
     text->length += length;
     text->room -= length;
 }
@@ -71,6 +81,7 @@ void putUtf8(Text *text, std::string_view utf8, std::size_t units) {
 // The text around a conversion: "%%" prints one %, and so does a further conversion, which has no
 // value.
 void putLiteral(Text *text, std::string_view literal) {
+    if (literal == " ") return putAscii(text, literal);  // what stands between columns
     while (!literal.empty() && text->room > 0) {
         const bool pair = literal.size() > 1 && literal[0] == '%' && literal[1] == '%';
         const std::size_t length = putCharacter(text, literal);
@@ -103,11 +114,23 @@ void putNumber(Text *text, const Conversion *conversion, std::string_view prefix
         zeros += padding;
         padding = 0;
     }
-    if (!left) putFill(text, ' ', padding);
-    putAscii(text, prefix);
-    putFill(text, '0', zeros);
-    putAscii(text, digits);
-    if (left) putFill(text, ' ', padding);
+    const std::size_t length = padding + prefix.size() + zeros + digits.size();
+    if (length > text->room) {
+        if (!left) putFill(text, ' ', padding);
+        putAscii(text, prefix);
+        putFill(text, '0', zeros);
+        putAscii(text, digits);
+        if (left) putFill(text, ' ', padding);
+        return;
+    }
+    char *to = text->out + text->length;
+    if (!left) to = fillShort(to, ' ', padding);
+    to = copyShort(to, prefix);
+    to = fillShort(to, '0', zeros);
+    to = copyShort(to, digits);
+    if (left) fillShort(to, ' ', padding);
+    text->length += length;
+    text->room -= length;
 }
 
 // The format for snprintf of a conversion that only the C library prints: flags, width and
@@ -271,6 +294,34 @@ std::chars_format notationOf(char letter) {
     return letter == 'g' || letter == 'G' ? std::chars_format::general : std::chars_format::fixed;
 }
 
+// Prints a number of 0 or more with up to three decimals as std::to_chars does, by whole numbers;
+// null when it cannot. A double is a whole number of 53 bits times a power of two: times 1000 it
+// still fits into 64 bits, and what the power cuts off says exactly how to round.
+char *putFixed(char *to, char *end, double number, int precision) {
+    constexpr std::uint64_t powers[] = {1, 10, 100, 1000};
+    constexpr int MANTISSA_BITS = 52;
+    constexpr int EXPONENT_BIAS = 1023 + MANTISSA_BITS;
+    if (precision >= static_cast<int>(std::size(powers))) return nullptr;
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &number, sizeof bits);
+    const int cut = EXPONENT_BIAS - static_cast<int>(bits >> MANTISSA_BITS);
+    if (cut < 1 || cut > 63) return nullptr;  // a whole number, or a very small one
+    const std::uint64_t hidden = std::uint64_t{1} << MANTISSA_BITS;
+    const std::uint64_t scaled = ((bits & (hidden - 1)) | hidden) * powers[precision];
+    std::uint64_t rounded = scaled >> cut;
+    const std::uint64_t rest = scaled & ((std::uint64_t{1} << cut) - 1);
+    const std::uint64_t half = std::uint64_t{1} << (cut - 1);
+    if (rest > half || (rest == half && (rounded & 1) != 0)) ++rounded;
+
+    to = std::to_chars(to, end, rounded / powers[precision]).ptr;
+    if (precision == 0) return to;
+    *to++ = '.';
+    std::uint64_t decimals = rounded % powers[precision];
+    for (int i = precision; i > 0; --i, decimals /= 10)
+        to[i - 1] = static_cast<char>('0' + decimals % 10);
+    return to + precision;
+}
+
 void putDouble(Text *text, const Conversion *conversion, double number) {
     constexpr std::string_view letters = "fFeEgGaA";
     const bool known = letters.find(conversion->letter) != std::string_view::npos;
@@ -282,9 +333,13 @@ void putDouble(Text *text, const Conversion *conversion, double number) {
     }
     const int precision = conversion->precision == NOT_GIVEN ? 6 : conversion->precision;
     char digits[DOUBLE_ROOM];
-    char *end =
-        std::to_chars(digits, std::end(digits), std::fabs(number), notationOf(letter), precision)
-            .ptr;
+    const std::chars_format notation = notationOf(letter);
+    const double size = std::fabs(number);
+    char *end = notation == std::chars_format::fixed
+                    ? putFixed(digits, std::end(digits), size, precision)
+                    : nullptr;
+    if (end == nullptr)
+        end = std::to_chars(digits, std::end(digits), size, notation, precision).ptr;
     if (letter <= 'Z') toUpper(digits, end);
     putNumber(text, conversion, signOf(conversion, std::signbit(number)), 0,
               {digits, static_cast<std::size_t>(end - digits)}, std::isfinite(number));
