@@ -244,6 +244,7 @@ int interpretTemplate(Merge *merge) {
             popTemplateFile(ctx);
         if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;
         ctx->steps += STEPS_TAG;
+        countRowTag(ctx);
         if (result == MERGE_OK && ctx->steps > TEMPLATE_MAX_STEPS)
             result = templateError(ctx, MERGE_TEMPLATE_ERROR, "the template takes too many steps.");
     }

@@ -17,6 +17,10 @@ namespace {
 
 constexpr std::string_view REFERENCE = "${";
 
+// More than a row takes, with texts, labels and messages of each value: a row in which the limit
+// may be reached is run tag by tag, so that it is reached at the same tag.
+constexpr std::int64_t MOST_STEPS = 1'000'000;
+
 // Characters of a parameter that cannot change what a link means around them.
 constexpr std::array<bool, 256> nameCharacters = [] {
     std::array<bool, 256> is{};
@@ -110,7 +114,7 @@ bool splitLink(TemplateContext *ctx, std::string_view link, PlannedValue *value)
     const std::string_view name = link.substr(open + REFERENCE.size(), close - open - 2);
     value->head = link.substr(0, open);
     value->tail = link.substr(close + 1);
-    value->param = findTemplateParam(*currentParams(ctx), name);
+    value->param = findTemplateParam(*currentParams(ctx), name, &value->steps);
     if (value->param == nullptr) return false;
     // What was read must be these parts, whole: no part was cut or ends early.
     std::string_view whole = value->clause.sourceText;
@@ -190,6 +194,7 @@ int takePlanned(TemplateContext *ctx, const PlannedValue *planned, ReportRow *ro
     ItemValue *value = &row->values[row->count];
     const int result = takeItemValue(ctx, reg, planned->field, planned->index, value);
     if (result == ITEM_HAS_NO_FIELD) return result;
+    ctx->steps += planned->steps;
     ++row->count;
     return result == MERGE_OK ? applyDataConversions(ctx, &planned->clause, value) : result;
 }
@@ -278,6 +283,10 @@ void endRowPlan(TemplateContext *ctx) {
     ctx->plans->made = nullptr;
 }
 
+void countRowTag(TemplateContext *ctx) {
+    if (ctx->plans != nullptr && ctx->plans->made != nullptr) ++ctx->plans->made->tags;
+}
+
 void dropRowPlan(TemplateContext *ctx) {
     if (ctx->plans != nullptr) ctx->plans->made = nullptr;
 }
@@ -296,6 +305,7 @@ int runRowPlan(TemplateContext *ctx, RowPlan *plan, ReportRow *row, ValueClause 
                KvStore *userVars) {
     TemplateFile *file = currentFile(ctx);
     const std::int32_t firstLine = file->lineNo;
+    ctx->steps += std::int64_t{STEPS_TAG} * plan->tags;
     row->count = 0;
     row->format = &plan->format;
     if (plan->tag == nullptr)

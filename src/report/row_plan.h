@@ -57,6 +57,7 @@ struct PlannedValue {
     std::string_view tail;       // and behind it, without field or index
     std::int32_t field;
     std::int32_t index;
+    std::int64_t steps;  // of the search for the parameter
     ValueClause clause;
 };
 
@@ -68,7 +69,8 @@ struct ReaderPosition {
 };
 
 struct RowPlan {
-    bool isComplete;  // else the row has none
+    bool isComplete;    // else the row has none
+    std::int32_t tags;  // from the row clause to its end, without one of the two
     ReaderPosition start;
     ReaderPosition end;
     std::int32_t firstLine;  // of the row clause, while the plan is made
@@ -112,6 +114,9 @@ void planRowValue(TemplateContext *ctx, const TemplateTag *tag, std::int32_t lin
 
 // Completes the plan: the reader stands behind the row.
 void endRowPlan(TemplateContext *ctx);
+
+// Notes that the merge has acted on a tag.
+void countRowTag(TemplateContext *ctx);
 
 // Gives the plan up that is being made: the row does what plans do not know.
 void dropRowPlan(TemplateContext *ctx);

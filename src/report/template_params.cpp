@@ -65,8 +65,7 @@ std::string_view expandInto(TemplateContext *ctx, std::string_view text,
 }  // namespace
 
 // Names in lists are trimmed and at most 15 characters long.
-TemplateParam *findTemplateParam(TemplateParam *first, std::string_view name,
-                                 std::int64_t *steps) {
+TemplateParam *findTemplateParam(TemplateParam *first, std::string_view name, std::int64_t *steps) {
     if (name.size() >= TEMPLATE_NAME_SIZE) return nullptr;
     std::int64_t passed = 0;
     TemplateParam *param = first;
