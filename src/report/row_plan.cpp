@@ -318,6 +318,7 @@ int runRowPlan(TemplateContext *ctx, RowPlan *plan, ReportRow *row, ValueClause 
          value = value->next) {
         file->lineNo = firstLine + value->lines;
         result = addPlanned(ctx, value, row, clause, userVars);
+        if (ctx->failed) result = MERGE_TEMPLATE_ERROR;
     }
     if (result != MERGE_OK) return result;
     file->lineNo = firstLine + plan->lines;
