@@ -42,6 +42,7 @@ TEST(Utf8, WritesStringsToStreamsAndTellsAFailure) {
     const FileGuard file(fmemopen(out, sizeof out, "wb"));
     EXPECT_EQ(utf8_fencode_str(file.get(), U"\uFEFFa\u20AC\U0001F600"), 0);
     std::fflush(file.get());
+    EXPECT_EQ(std::ftell(file.get()), 11);
     EXPECT_STREQ(out, "\uFEFFa\u20AC\U0001F600");
     const FileGuard full(std::fopen("/dev/full", "wb"));
     std::setvbuf(full.get(), nullptr, _IONBF, 0);

@@ -94,6 +94,7 @@ TEST(KvStore, KeepsOneValueAKeyInOrderUpToItsCapacity) {
     kvFlush(&s.kv);
     EXPECT_EQ(s.text(), "");
     EXPECT_EQ(freed, 4);
+    EXPECT_EQ(kvInit(nullptr, 2, nullptr), KV_BAD_ARG);
     EXPECT_EQ(s.add(std::string(70, 'k').c_str(), 1), KV_OK);  // 64 characters are kept
     EXPECT_EQ(kvGet(&s.kv, std::string(65, 'k').c_str()), nullptr);
     EXPECT_EQ(valueOf(kvGet(&s.kv, std::string(64, 'k').c_str())), 1);
