@@ -14,8 +14,7 @@ if(VORN_WERROR)
     add_compile_options(-Werror)
 endif()
 add_compile_options(-ffunction-sections -fdata-sections)
-# What no code calls is not loaded: the compiler links libm whether or not it is used.
-add_link_options(-Wl,--gc-sections -Wl,--as-needed -pthread)
+add_link_options(-Wl,--gc-sections -pthread)
 
 if(VORN_SANITIZE)
     add_compile_options(-fsanitize=${VORN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
