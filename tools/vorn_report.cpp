@@ -19,8 +19,8 @@
 #include "dmon/dmon.h"
 #include "item_list.h"
 #include "output/dump_backend.h"
-#include "report/report.h"
 #include "report/user_vars.h"
+#include "report_make.h"
 #include "results/dict_resolver.h"
 #include "results/results.h"
 #include "storage/strings.h"
@@ -38,6 +38,7 @@ struct Arguments {
     std::vector<std::string> vars;
     int verbose = 0;
     bool items = false, json = false;
+    bool overwrite = false, strict = false, quiet = false;
 };
 
 // ---- command line ----
@@ -62,10 +63,15 @@ std::string isFolder(const std::string &path) {
 
 void declareArguments(CLI::App *app, Arguments *args) {
     app->add_option("RESULTS", args->results, "results file (.res)")->required()->type_name("");
-    app->add_option("TEMPLATE", args->templateFile, "report template")->type_name("");
-    app->add_option("OUTPUT", args->output,
-                    "report file to make; an earlier one is kept\nunder a numbered name")
+    app->add_option("TEMPLATE", args->templateFile, "report template; - for standard input")
         ->type_name("");
+    app->add_option("OUTPUT", args->output,
+                    "report file to make, - for standard output; an\n"
+                    "earlier one is kept under a numbered name")
+        ->type_name("");
+    app->add_flag("--overwrite", args->overwrite,
+                  "replaces an earlier report, as in\n"
+                  "'vorn-report --overwrite lab.res lab.tpl lab.txt'");
     app->add_option("--format", args->format,
                     "txt or pdf; else OUTPUT's extension decides,\nas in 'out.pdf'")
         ->type_name("FORMAT")
@@ -95,16 +101,21 @@ void declareArguments(CLI::App *app, Arguments *args) {
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false)
         ->check(isAssignment);
+    app->add_flag("-q,--quiet", args->quiet,
+                  "no warnings and no outcome on standard error,\nas in "
+                  "'vorn-report -q lab.res lab.tpl lab.txt'");
+    app->add_flag("--strict", args->strict,
+                  "a warning is an error: no report is made, as in\n"
+                  "'vorn-report --strict lab.res lab.tpl lab.txt'");
     app->add_flag("-v,--verbose", args->verbose,
-                  "more messages on standard error: -v warnings\nand the outcome, -vv dictionary "
-                  "look-ups and\nsections too, as in\n'vorn-report -v lab.res lab.tpl lab.txt'");
-    CLI::Option *items =
-        app->add_flag("--items", args->items,
-                      "lists what RESULTS holds, with the argument that\nshows each value, as in\n"
-                      "'vorn-report --items lab.res'");
+                  "more messages on standard error: -v the steps of\nthe work, -vv dictionary "
+                  "look-ups and sections too,\nas in 'vorn-report -v lab.res lab.tpl lab.txt'");
+    app->add_flag("--items", args->items,
+                  "lists what RESULTS holds, with the argument that\nshows each value, as in\n"
+                  "'vorn-report --items lab.res'");
     app->add_flag("--json", args->json,
                   "the list of --items as JSON, as in\n'vorn-report --items --json lab.res'")
-        ->needs(items);
+        ->needs("--items");
     app->set_version_flag("--version", "vorn-report " VORN_VERSION, "prints the version");
     app->set_help_flag("-h,--help", "prints this text");
 }
@@ -118,6 +129,10 @@ void checkArguments(Arguments *args) {
     if (args->templateFile.empty()) throw CLI::RequiredError("TEMPLATE");
     if (args->output.empty()) throw CLI::RequiredError("OUTPUT");
     if (!args->format.empty()) return;
+    if (args->output == "-" || args->output.starts_with("/dev/")) {
+        args->format = "txt";
+        return;
+    }
     const fs::path extension = fs::path(args->output).extension();
     if (extension != ".txt" && extension != ".pdf")
         throw CLI::ValidationError(
@@ -167,9 +182,7 @@ bool setVariables(const Arguments &args) {
     return true;
 }
 
-int makeReport(const Arguments &args) {
-    const std::size_t name = args.templateFile.rfind('/') + 1;  // npos + 1 is 0
-    const std::string folder = args.templateFile.substr(0, name);
+int runReport(const Arguments &args) {
     std::string dictDir = args.dictDir;
     if (dictDir.empty()) dictDir = fs::path(args.templateFile).parent_path().string();
     const DescriptorGuard dictFolder = setDictDir(dictDir.empty() ? "." : dictDir);
@@ -179,11 +192,12 @@ int makeReport(const Arguments &args) {
         std::fputs("vorn-report: the user variables cannot be stored: no memory\n", stderr);
         return EXIT_FAILED;
     }
-    const std::uint32_t format = args.format == "pdf" ? RPT_FMT_PDF : RPT_FMT_TXT;
-    const int result =
-        generateReport(args.results.c_str(), args.templateFile.c_str() + name, args.output.c_str(),
-                       0, format, &kv_urv, args.dict.c_str(), nullptr, folder.c_str());
-    return result == REPORT_OK ? EXIT_MADE : EXIT_FAILED;
+    const ReportOrder order = {args.results,   args.templateFile,
+                               args.output,    args.format == "pdf" ? RPT_FMT_PDF : RPT_FMT_TXT,
+                               args.dict,      args.lang,
+                               args.overwrite, args.strict,
+                               args.quiet};
+    return makeReport(order) ? EXIT_MADE : EXIT_FAILED;
 }
 
 int listItems(const Arguments &args) {
@@ -215,7 +229,7 @@ int run(int argc, char **argv) {
     }
     dmon_set_level(1 + args.verbose);
     if (setDefaults() != 0 || initResultsLoader() != RESULTS_OK) return EXIT_FAILED;
-    return args.items ? listItems(args) : makeReport(args);
+    return args.items ? listItems(args) : runReport(args);
 }
 
 }  // namespace

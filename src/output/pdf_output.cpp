@@ -15,6 +15,7 @@
 #include "output/text_output.h"
 #include "pdf/pdf_writer.h"
 #include "pdf/win_ansi.h"
+#include "results/report_findings.h"
 
 namespace {
 
@@ -144,8 +145,8 @@ void addBlankLines(void *state, const TemplateSection *section, std::int32_t cou
 
 void logLoss(const WinAnsiLoss *loss) {
     if (loss->count == 0) return;
-    dmon_log(2, "PDF report: characters shown as '?': %u, the first is %s%0*X.\n", loss->count,
-             loss->firstIsByte ? "byte 0x" : "U+", loss->firstIsByte ? 2 : 4, loss->first);
+    tellFreeWarning("PDF report: characters shown as '?': %u, the first is %s%0*X.", loss->count,
+                    loss->firstIsByte ? "byte 0x" : "U+", loss->firstIsByte ? 2 : 4, loss->first);
 }
 
 // Says what a code means. Without a report there was no memory for it.
@@ -184,7 +185,8 @@ int dumpPDFRow(void *state, const ReportRow *row) {
     RowFormat unkept;
     const RowFormat *format = readRowFormat(row, &unkept);
     if (format->count != row->count) {
-        dmon_log(1, "Error: number of values in row doesn't match 'cstyle' arguments.\n");
+        tellCause("number of values in row doesn't match 'cstyle' arguments.");
+        tellHiddenCause("values: %d, conversions: %d", row->count, format->count);
         return DUMP_ROW_MISMATCH;
     }
     PdfReport *report = reportOf(state);

@@ -11,6 +11,7 @@
 #include "output/dump_backend.h"
 #include "output/row_format.h"
 #include "pdf/utf8.h"
+#include "results/report_findings.h"
 
 namespace {
 
@@ -93,7 +94,8 @@ int dumpTextRow(void *stream, const ReportRow *row) {
     RowFormat unkept;
     const RowFormat *format = readRowFormat(row, &unkept);
     if (format->count != row->count) {
-        dmon_log(1, "Error: number of values in row doesn't match 'cstyle' arguments.\n");
+        tellCause("number of values in row doesn't match 'cstyle' arguments.");
+        tellHiddenCause("values: %d, conversions: %d", row->count, format->count);
         return DUMP_ROW_MISMATCH;
     }
     char line[LINE_SIZE];

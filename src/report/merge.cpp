@@ -29,6 +29,7 @@
 #include "report/template_reader.h"
 #include "report/value_clause.h"
 #include "results/dict_resolver.h"
+#include "results/report_findings.h"
 #include "storage/files.h"
 #include "storage/strings.h"
 
@@ -251,6 +252,15 @@ int interpretTemplate(Merge *merge) {
     return result;
 }
 
+void locateFinding(const void *merge, ReportFinding *finding) {
+    const auto *ctx = static_cast<const TemplateContext *>(merge);
+    const TemplateFile *file = currentFile(ctx);
+    if (file == nullptr) return;
+    finding->folder = templateFolder(ctx, file->path);
+    finding->path = file->path;
+    finding->line = file->lineNo;
+}
+
 using OpenList = char[4096];  // a message has no more
 
 // Adds "name (place)" to a list of what is still open.
@@ -280,6 +290,7 @@ int runMerge(Merge *merge, const char *dictName) {
     const char *lang = ctx->backend.format == RPT_FMT_PDF ? "en" : nullptr;
     dictResolvCreate(&ctx->dict, dictName, lang, opt_dflt_lang_id);
 
+    if (reportSink != nullptr) findingPlace = {locateFinding, ctx};
     int result = interpretTemplate(merge);
     if (result == MERGE_OK) warnUnclosed(ctx);
     dmon_log(2, "Template merged (ret: %d).\n", result);
@@ -289,6 +300,7 @@ int runMerge(Merge *merge, const char *dictName) {
     unloadPlugins(ctx);
     if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;  // in a plug-in's end
     dictResolvFree(&ctx->dict);
+    if (reportSink != nullptr) findingPlace = {nullptr, nullptr};
     return result != MERGE_OK ? result : finished;
 }
 

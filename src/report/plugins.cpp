@@ -10,6 +10,7 @@
 
 #include "report/template_error.h"
 #include "report/template_params.h"
+#include "results/report_findings.h"
 #include "storage/strings.h"
 
 namespace {
@@ -107,6 +108,7 @@ int runUnguarded(TemplateContext *ctx, const PluginFunction *function, PluginMod
     const std::int32_t result =
         asFunction<PluginValueFn>(symbol)(plugin->pluginData, arguments, value);
     if (result == 0) return MERGE_OK;
+    tellHiddenCause("function '%s' returned %d", function->name, static_cast<int>(result));
     return result == VORN_ITEM_MISSING ? MERGE_ITEM_NOT_FOUND : MERGE_PLUGIN_FAILED;
 }
 

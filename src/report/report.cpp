@@ -70,18 +70,6 @@ std::uint8_t reportAction() {
     return static_cast<std::uint8_t>(opt_fullact_rpt.load());
 }
 
-// Moves an earlier report aside and begins the new one's file. What is no regular file stays where
-// it is: a device or a folder is nobody's earlier report. So does a report that cannot be moved. A
-// name that the next start would sweep away is refused. 0 or the errno.
-int beginReport(WholeFile *file, const char *reportPath) {
-    if (isPartName(reportPath)) return EINVAL;
-    struct stat status;
-    if (stat(reportPath, &status) == 0 && !S_ISREG(status.st_mode))
-        return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
-    if (backup_file(reportPath) != 0) return errno == ENAMETOOLONG ? EEXIST : errno;
-    return file->begin(reportPath, PART_REFUSE);
-}
-
 // Loads the results and merges them into the open report file.
 int fillReport(std::FILE *report, const char *resultsPath, std::FILE *templateFile,
                const char *templatePath, std::uint32_t format, KvStore *userVars,
@@ -112,6 +100,16 @@ int counted(int result) {
 
 }  // namespace
 
+int beginReportFile(WholeFile *file, const char *reportPath, PartTarget earlier) {
+    if (isPartName(reportPath)) return EINVAL;
+    struct stat status;
+    if (stat(reportPath, &status) == 0 && !S_ISREG(status.st_mode))
+        return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
+    if (earlier == TARGET_KEPT && backup_file(reportPath) != 0)
+        return errno == ENAMETOOLONG ? EEXIST : errno;
+    return file->begin(reportPath, PART_REFUSE);
+}
+
 int initReports() {
     reportQuotaId =
         quotaInstall(reportMax(), reportAction(), purgeReportFiles, countReportFiles, nullptr);
@@ -138,7 +136,7 @@ int generateReport(const char *resultsPath, const char *templatePath, const char
         return counted(REPORT_NO_INPUT);
     }
     WholeFile report;
-    int error = beginReport(&report, reportPath);
+    int error = beginReportFile(&report, reportPath, TARGET_KEPT);
     if (error != 0) {
         dmon_log(1, "Error creating report file '%s': %s\n", reportPath, std::strerror(error));
         return counted(REPORT_NOT_CREATED);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "base/whole_file.h"
 #include "vorn/plugin.h"
 
 enum ReportResult : int {
@@ -18,6 +19,11 @@ enum ReportResult : int {
 // directory, and prepares the results loader. Called once, before the first report of a service; a
 // program that does not call it makes reports without a limit. RESULTS_OK or RESULTS_NOT_LOADED.
 int initReports();
+
+// Begins a report's file. An earlier report that is kept is moved aside under a numbered name; one
+// that cannot be moved stays. So does what is no regular file: a device or a folder is nobody's
+// earlier report. A name that the next start would sweep away is refused. 0 or the errno.
+int beginReportFile(WholeFile *file, const char *reportPath, PartTarget earlier);
 
 // Makes one report. The file appears at reportPath when it is complete, or not at all; an earlier
 // one is moved aside under a numbered name, also when the new one fails. May run in several threads

@@ -6,6 +6,7 @@
 
 #include "core/options.h"
 #include "dmon/dmon.h"
+#include "results/report_findings.h"
 #include "storage/files.h"
 #include "storage/strings.h"
 
@@ -131,7 +132,7 @@ const char *dictResolvGet(DictResolver *resolver, const char *key) {
             text = searchStack(resolver, &DictEntry::dfltDict, key);
     }
     if (text != nullptr) return text;
-    dmon_log(2, "Warning: dictionary key '%s' not found.\n", key);
+    tellReportWarning("dictionary key '%s' not found.", key);
     return key;
 }
 

@@ -9,8 +9,8 @@
 #include <pthread.h>
 
 #include "base/guards.h"
-#include "dmon/dmon.h"
 #include "results/loaded_app.h"
+#include "results/report_findings.h"
 #include "storage/strings.h"
 
 namespace {
@@ -45,7 +45,7 @@ bool splitField(ItemSpec *spec) {
         const std::string_view name = colon + 1;
         while (spec->field <= VORN_FIELD_MAX && fieldNames[spec->field] != name) ++spec->field;
         if (spec->field <= VORN_FIELD_MAX) return true;
-        dmon_log(1, "Error: unknown field '%s' in 'link' argument.\n", colon + 1);
+        tellCause("unknown field '%s' in 'link' argument.", colon + 1);
         return false;
     }
     char *bracket = std::strchr(spec->item, '[');
@@ -103,11 +103,11 @@ constexpr Lookup walkedLookup = {walkedApplication, walkedPlace};
 // The application of a name, or the first for null; null after a message when there is none.
 const Results *findApplication(const Lookup *lookup, const Results *results, const char *name) {
     if (name == nullptr) {
-        if (results == nullptr) dmon_log(1, "Error: No applications found in result file.\n");
+        if (results == nullptr) tellCause("No applications found in result file.");
         return results;
     }
     const Results *app = results != nullptr ? lookup->application(results, name) : nullptr;
-    if (app == nullptr) dmon_log(1, "Error: application '%s' not found in result file.\n", name);
+    if (app == nullptr) tellCause("application '%s' not found in result file.", name);
     return app;
 }
 
@@ -120,7 +120,7 @@ const RegisterRecord *findItem(const Lookup *lookup, char *itemSpec, const Resul
 
     const std::int64_t place = lookup->place(app, spec.item);
     if (place < 0) {
-        dmon_log(1, "Error: item '%s' not found in application '%s'.\n", spec.item, app->name);
+        tellCause("item '%s' not found in application '%s'.", spec.item, app->name);
         return nullptr;
     }
     if (field != nullptr) *field = spec.field;

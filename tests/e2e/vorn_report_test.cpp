@@ -78,9 +78,9 @@ protected:
         return runProgram(words, dir_.path());
     }
     Outcome makeExample(const std::string &language, const char *output) const {
-        return run({"--dict-dir", examples + "dicts", "--dict", "tester", "--var", "site=Lab 2",
-                    "--var", "operator=Ada", "--lang", language, examples + "tester.res",
-                    examples + "tester.tpl", output});
+        return run({"-q", "--dict-dir", examples + "dicts", "--dict", "tester", "--var",
+                    "site=Lab 2", "--var", "operator=Ada", "--lang", language,
+                    examples + "tester.res", examples + "tester.tpl", output});
     }
     // A text report without its byte-order mark and the carriage returns.
     [[nodiscard]] std::string reportText(const std::string &name) const {
@@ -145,7 +145,7 @@ TEST_F(VornReport, GoesOnAfterWhatSpoilsOneValueOnlyAndSaysSo) {
                    repeated("%s", 16) +
                    "'><iterate var=i, from=1, to=17>\n"
                    "<value>x</value>\n</iterate>\n</row>\n</report>\n");
-    const Outcome outcome = run({"-v", "s.res", "t.tpl", "out.txt"});
+    const Outcome outcome = run();
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err,
               "Warning in template t.tpl:2: nested 'report' clause.\n"
@@ -153,8 +153,8 @@ TEST_F(VornReport, GoesOnAfterWhatSpoilsOneValueOnlyAndSaysSo) {
               "Warning in template t.tpl:2: nested 'value' clause.\n"
               "Error in t.tpl:3: Parameter 'a' not defined.\n"
               "Warning in t.tpl:3: user variable 'site' not defined.\n"
-              "Warning: dictionary key 'key' not found.\n"
-              "Error: too many values in row clause.\nTemplate merged (ret: 0).\n");
+              "Warning: dictionary key 'key' not found. (t.tpl:3)\n"
+              "Error: too many values in row clause.\nvorn-report: wrote out.txt\n");
     EXPECT_EQ(reportText("out.txt"), "a\nkey|\n" + std::string(16, 'x') + "\n");
 }
 
@@ -210,7 +210,7 @@ TEST_F(VornReport, TakesPlacesIncludesAndDictionariesWholeHoweverLongPathsAre) {
     dir_.write(deep + "/part.tpl", "<row cstyle='%s'><value dict>key</value></row>\n");
     dir_.write(deep + "/t.tpl", "<report dict=words[1]>\n<include file=part.tpl>\n</report>\n");
     const std::string output = deep + "/" + std::string(60, 'o') + ".txt";
-    EXPECT_EQ(run({"s.res", deep + "/t.tpl", output}).err, "");
+    EXPECT_EQ(run({"-q", "s.res", deep + "/t.tpl", output}).err, "");
     EXPECT_EQ(reportText(output), "text\n");
 
     dir_.write(deep + "/part.tpl", "\n<row style=a>\n");
@@ -233,7 +233,7 @@ TEST_F(VornReport, TakesPlacesIncludesAndDictionariesWholeHoweverLongPathsAre) {
 
     // The folder of the dictionaries may be far, too.
     dir_.write("t.tpl", "<report dict=words[1]>\n<row cstyle='%s'><value dict>key</value></row>\n");
-    EXPECT_EQ(run({"--dict-dir", deep, "s.res", "t.tpl", "out.txt"}).err, "");
+    EXPECT_EQ(run({"-q", "--dict-dir", deep, "s.res", "t.tpl", "out.txt"}).err, "");
     EXPECT_EQ(reportText("out.txt"), "text\n");
 }
 

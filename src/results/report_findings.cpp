@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "results/report_findings.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "dmon/dmon.h"
+
+const ReportSink *reportSink = nullptr;
+FindingPlace findingPlace = {nullptr, nullptr};
+
+namespace {
+
+constexpr std::size_t FINDING_SIZE = 4096;  // longer than any text; the log cuts there, too
+
+constexpr FindingForm causeForm = {REPORT_CAUSE, 1, false, "Error: "};
+constexpr FindingForm warningForm = {REPORT_WARNING, 2, false, "Warning: "};
+constexpr FindingForm freeWarningForm = {REPORT_WARNING, 2, false, ""};
+constexpr FindingForm hintForm = {REPORT_HINT, 0, true, "Warning in "};
+constexpr FindingForm hiddenCauseForm = {REPORT_CAUSE, 0, false, nullptr};
+
+// A format that only passes a text on says nothing of its kind.
+bool passesOn(const char *format) {
+    return std::strcmp(format, "%s") == 0 || std::strcmp(format, "%.*s") == 0;
+}
+
+void handOver(const FindingForm *form, const char *format, const char *text) {
+    ReportFinding finding = {form, "", nullptr, 0, passesOn(format) ? text : format, text};
+    if (findingPlace.locate != nullptr) findingPlace.locate(findingPlace.merge, &finding);
+    reportSink->take(reportSink->user, finding);
+}
+
+}  // namespace
+
+bool isFindingRead(const FindingForm *form) {
+    return reportSink != nullptr || (form->level > 0 && form->level <= dmon_level());
+}
+
+void tellReport(const FindingForm *form, const char *place, const char *format, va_list arguments) {
+    if (!isFindingRead(form)) return;
+    char text[FINDING_SIZE];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    if (reportSink != nullptr)
+        handOver(form, format, text);
+    else if (form->hasPlace)
+        dmon_log(form->level, "%s%s: %s\n", form->opening, place, text);
+    else
+        dmon_log(form->level, "%s%s\n", form->opening, text);
+}
+
+void tellCause(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    tellReport(&causeForm, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+void tellReportWarning(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    tellReport(&warningForm, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+void tellFreeWarning(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    tellReport(&freeWarningForm, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+void tellHint(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    if (wantsHints()) tellReport(&hintForm, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+void tellHiddenCause(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    if (reportSink != nullptr) tellReport(&hiddenCauseForm, nullptr, format, arguments);
+    va_end(arguments);
+}

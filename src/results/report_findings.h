@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+// What the making of a report has to say. The service has it in its log; a program for the authors
+// of templates gives a function that takes each finding instead, with the place that the merge has
+// come to.
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+
+enum FindingSeverity : std::uint8_t {
+    REPORT_ERROR,
+    REPORT_WARNING,
+    REPORT_CAUSE,   // why the error comes that follows
+    REPORT_DETAIL,  // says more of the error before it
+    REPORT_HINT,    // a warning that the log never has
+};
+
+// How the log words a finding: "OPENING PLACE: TEXT", or "OPENING TEXT" without a place.
+struct FindingForm {
+    FindingSeverity severity;
+    int level;  // of the log; 0: never there
+    bool hasPlace;
+    const char *opening;
+};
+
+// Lives for the call, `form` and `message` for ever.
+struct ReportFinding {
+    const FindingForm *form;
+    const char *folder;  // before `path`
+    const char *path;    // of the template file that is read; null: none is
+    std::int32_t line;
+    const char *message;  // the text as it stands in the program: one for all findings of a kind
+    const char *text;
+};
+
+struct ReportSink {
+    void (*take)(void *user, const ReportFinding &finding);
+    void *user;
+    bool hints;           // looks for what the log never has, too
+    bool goOn;            // leaves a wrong clause out and reads on
+    bool withoutResults;  // looks at everything that needs no results, whatever they would say
+};
+
+// Null: findings go to the log. A program sets it before its first report and has one thread.
+extern const ReportSink *reportSink;
+
+// Where the merge reads, for findings of those who do not know; the merge sets it while it runs
+// with a sink.
+struct FindingPlace {
+    void (*locate)(const void *merge, ReportFinding *finding);
+    const void *merge;
+};
+extern FindingPlace findingPlace;
+
+inline bool wantsHints() {
+    return reportSink != nullptr && reportSink->hints;
+}
+
+// Whether somebody reads findings of a form.
+bool isFindingRead(const FindingForm *form);
+
+// Hands a finding on. `place` is that of the merge, "path:line", for the log. `format` has no line
+// end.
+[[gnu::cold, gnu::format(printf, 3, 0)]] void tellReport(const FindingForm *form, const char *place,
+                                                         const char *format, va_list arguments);
+
+// "Error: TEXT" at level 1, the cause of what its caller reports.
+[[gnu::cold, gnu::format(printf, 1, 2)]] void tellCause(const char *format, ...);
+
+// "Warning: TEXT", or the TEXT alone, at level 2.
+[[gnu::cold, gnu::format(printf, 1, 2)]] void tellReportWarning(const char *format, ...);
+[[gnu::cold, gnu::format(printf, 1, 2)]] void tellFreeWarning(const char *format, ...);
+
+// For sinks alone, with the place of the merge; the second is the cause of the error that follows.
+[[gnu::cold, gnu::format(printf, 1, 2)]] void tellHint(const char *format, ...);
+[[gnu::cold, gnu::format(printf, 1, 2)]] void tellHiddenCause(const char *format, ...);

@@ -1,0 +1,173 @@
+// SPDX-License-Identifier: MIT
+#include "report_make.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/guards.h"
+#include "base/open_file.h"
+#include "base/whole_file.h"
+#include "dmon/dmon.h"
+#include "output/dump_backend.h"
+#include "report/merge.h"
+#include "report/report.h"
+#include "report/user_vars.h"
+#include "results/results.h"
+#include "storage/files.h"
+
+namespace {
+
+struct ResultsFreer {
+    void operator()(Results *results) const { freeResults(results); }
+};
+using ResultsGuard = std::unique_ptr<Results, ResultsFreer>;
+
+constexpr FindingForm ownWarning = {REPORT_WARNING, 1, false, "Warning: "};
+
+// Copies a stream to another; false, with errno set, when one of them fails.
+bool copyStream(std::FILE *from, std::FILE *to) {
+    char block[8192];
+    std::size_t count = 0;
+    while ((count = std::fread(block, 1, sizeof block, from)) > 0)
+        if (std::fwrite(block, 1, count, to) != count) return false;
+    return std::ferror(from) == 0 && std::fflush(to) == 0;
+}
+
+// Whether a path names an open file, as shells do for what they put in place of a file.
+bool isOpenFile(const std::string &path) {
+    return path.starts_with("/dev/std") || path.starts_with("/dev/fd/") ||
+           path.starts_with("/proc/self/fd/");
+}
+
+// The stream of an output that is no file of its own: standard output, a pipe, a device, an open
+// file by its number. -1 for a file, and with errno set when it cannot be opened.
+int openSink(const std::string &path) {
+    errno = 0;
+    if (path == "-" || path == "/dev/stdout") return fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+    struct stat status {};
+    const bool special =
+        isOpenFile(path) ||
+        (stat(path.c_str(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)));
+    return special ? open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY) : -1;
+}
+
+// Where the report goes: into a file that appears whole, or into memory of the system until it may
+// be copied to a stream.
+class Target {
+public:
+    explicit Target(const ReportOrder &order) : order_(order) {}
+
+    // 0 or the errno.
+    int begin() {
+        sink_.reset(openSink(order_.output));
+        if (sink_.get() >= 0) {
+            copy_.reset(std::tmpfile());
+            return copy_ ? 0 : errno;
+        }
+        if (errno != 0 && errno != ENOENT) return errno;
+        return beginReportFile(&file_, order_.output.c_str(), earlier());
+    }
+    [[nodiscard]] std::FILE *stream() const { return copy_ ? copy_.get() : file_.stream(); }
+
+    int commit() {
+        if (!copy_) return file_.commit(earlier());
+        std::FILE *stream = fdopen(sink_.release(), "a");
+        if (stream == nullptr) return errno;
+        FileGuard out(stream);
+        if (std::fflush(copy_.get()) != 0 || std::fseek(copy_.get(), 0, SEEK_SET) != 0 ||
+            !copyStream(copy_.get(), out.get()))
+            return errno != 0 ? errno : EIO;
+        return closeWritten(&out) ? 0 : EIO;
+    }
+    void drop() { file_.drop(); }
+
+private:
+    [[nodiscard]] PartTarget earlier() const {
+        return order_.overwrite ? TARGET_REPLACED : TARGET_KEPT;
+    }
+
+    const ReportOrder &order_;
+    WholeFile file_;
+    DescriptorGuard sink_;
+    FileGuard copy_;
+};
+
+// Loads the results and merges them; false after a message.
+bool fill(const ReportOrder &order, std::FILE *templateFile, std::FILE *report) {
+    Results *loaded = nullptr;
+    if (loadResultsFile(order.results.c_str(), &loaded) != RESULTS_OK) return false;
+    const ResultsGuard results(loaded);
+    const std::string path = shownTemplate(order.templateFile);
+    const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
+    return mergeTemplate(results.get(), templateFile, report, path.c_str() + name, order.format,
+                         &kv_urv, order.dict.c_str(), nullptr,
+                         path.substr(0, name).c_str()) == REPORT_OK;
+}
+
+bool make(const ReportOrder &order, const FindingList &findings) {
+    const FileGuard templateFile = openTemplate(order.templateFile);
+    if (!templateFile) {
+        dmon_log(1, "Error opening template file '%s': %s\n",
+                 shownTemplate(order.templateFile).c_str(), std::strerror(errno));
+        return false;
+    }
+    Target target(order);
+    int error = target.begin();
+    if (error != 0) {
+        dmon_log(1, "Error creating report file '%s': %s\n", order.output.c_str(),
+                 std::strerror(error));
+        return false;
+    }
+    if (!fill(order, templateFile.get(), target.stream())) return false;
+    if (order.strict && !findings.empty()) return false;
+    error = target.commit();
+    if (error != 0)
+        dmon_log(1, "Error writing report file '%s': %s\n", order.output.c_str(),
+                 std::strerror(error));
+    return error == 0;
+}
+
+}  // namespace
+
+std::string shownTemplate(const std::string &path) {
+    return path == "-" ? "<stdin>" : path;
+}
+
+FileGuard openTemplate(const std::string &path) {
+    if (path != "-" && !isOpenFile(path)) return openForReading(path.c_str());
+    const FileGuard given(path == "-" ? fdopen(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "r")
+                                      : std::fopen(path.c_str(), "re"));
+    // Loops read again what a pipe gives once.
+    FileGuard copy(std::tmpfile());
+    if (!given || !copy || !copyStream(given.get(), copy.get()) ||
+        std::fseek(copy.get(), 0, SEEK_SET) != 0)
+        return nullptr;
+    return copy;
+}
+
+bool makeReport(const ReportOrder &order) {
+    FindingList findings(FindingUse::LOG);
+    if (order.format == RPT_FMT_PDF && order.lang != "en") {
+        const std::string text =
+            "PDF reports are in English: --lang " + order.lang + " has no effect.";
+        findings.add({&ownWarning, "", nullptr, 0, "", text.c_str()});
+    }
+    const ReportSink sink = {FindingList::take, &findings, false, false, false};
+    reportSink = &sink;
+    const bool made = make(order, findings);
+    reportSink = nullptr;
+    std::fputs(findings.logText(!order.quiet || order.strict).c_str(), stderr);
+    if (!made && order.strict && !findings.empty() && !findings.hasErrors())
+        std::fputs("vorn-report: no report was written: with --strict a warning is an error\n",
+                   stderr);
+    if (made && !order.quiet)
+        std::fprintf(stderr, "vorn-report: wrote %s\n",
+                     order.output == "-" ? "the report to standard output" : order.output.c_str());
+    return made;
+}

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// Makes one report of the author's tool, with the service's engine, into a file or a stream.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/guards.h"
+#include "report_findings.h"
+
+struct ReportOrder {
+    std::string results;
+    std::string templateFile;  // "-": standard input
+    std::string output;        // "-": standard output
+    std::uint32_t format;      // ReportFormat
+    std::string dict;          // default dictionary
+    std::string lang;          // of a text report
+    bool overwrite;            // an earlier report is replaced, not moved aside
+    bool strict;               // a warning is an error
+    bool quiet;                // warnings and the outcome are not told
+};
+
+// Makes the report, whole or not at all, and tells on standard error what was found and which
+// report was written. The user variables are those of kv_urv. False after a message.
+bool makeReport(const ReportOrder &order);
+
+// Opens a template for reading, or a copy of standard input for "-"; null with errno set.
+FileGuard openTemplate(const std::string &path);
+
+// How messages name a template.
+std::string shownTemplate(const std::string &path);
