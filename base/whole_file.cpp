@@ -134,12 +134,12 @@ int WholeFile::begin(const char *path, PartBusy busy, mode_t mode) {
     return 0;
 }
 
-int WholeFile::commit(PartTarget target) {
+int WholeFile::commit(PartTarget target, PartSync sync) {
     // The stream remembers a write that failed earlier; errno may be long gone then.
     errno = EIO;
     int error = 0;
     if (std::ferror(part_.get()) != 0 || std::fflush(part_.get()) != 0 ||
-        fsync(fileno(part_.get())) != 0)
+        (sync == SYNC_NOW && fsync(fileno(part_.get())) != 0))
         error = errno;
     if (error == 0) error = renameToFree(partPath_, path_);
     const bool isNew = error == 0;
@@ -149,7 +149,7 @@ int WholeFile::commit(PartTarget target) {
         drop();
         return error;
     }
-    error = syncFolderOf(path_);
+    error = sync == SYNC_NOW ? syncFolderOf(path_) : 0;
     if (error != 0 && isNew) unlink(path_);
     part_.reset();  // under its name before it is closed: closing gives the lock up
     return error;

@@ -18,6 +18,9 @@ enum PartBusy { PART_WAIT, PART_REFUSE };
 // What commit does with a file that has the name.
 enum PartTarget { TARGET_REPLACED, TARGET_KEPT };
 
+// Whether commit brings the file to the disk; the maker of many does so once for all.
+enum PartSync { SYNC_NOW, SYNC_LATER };
+
 class WholeFile {
 public:
     WholeFile() = default;
@@ -37,7 +40,7 @@ public:
 
     // Puts the file in place and brings both it and its name to the disk. 0 or the errno, EEXIST
     // for a file that is kept: the part is gone then, and so is the name if the file is new.
-    int commit(PartTarget target);
+    int commit(PartTarget target, PartSync sync = SYNC_NOW);
 
     // Closes and removes the part; does nothing without one.
     void drop();

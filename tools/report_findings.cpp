@@ -9,9 +9,6 @@ namespace {
 
 constexpr std::size_t MOST_FINDINGS = 1000;
 
-// Translations are of the whole report: where a key is looked up again says nothing new.
-constexpr std::string_view MISSING_KEY = "dictionary key '%s' not found.";
-
 // Joins what belongs to a finding.
 void join(std::string *text, std::string_view more) {
     if (more.ends_with('.')) more.remove_suffix(1);

@@ -4,10 +4,15 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "results/report_findings.h"
+
+// Of a key that no dictionary has. Translations are of the whole report: where a key is looked up
+// again says nothing new.
+constexpr std::string_view MISSING_KEY = "dictionary key '%s' not found.";
 
 struct ListedFinding {
     const FindingForm *form;

@@ -76,7 +76,7 @@ public:
     [[nodiscard]] std::FILE *stream() const { return copy_ ? copy_.get() : file_.stream(); }
 
     int commit() {
-        if (!copy_) return file_.commit(earlier());
+        if (!copy_) return file_.commit(earlier(), order_.oneOfMany ? SYNC_LATER : SYNC_NOW);
         std::FILE *stream = fdopen(sink_.release(), "a");
         if (stream == nullptr) return errno;
         FileGuard out(stream);
@@ -106,7 +106,8 @@ bool fill(const ReportOrder &order, std::FILE *templateFile, std::FILE *report) 
     const std::string path = shownTemplate(order.templateFile);
     const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
     return mergeTemplate(results.get(), templateFile, report, path.c_str() + name, order.format,
-                         &kv_urv, order.dict.c_str(), nullptr,
+                         &kv_urv, order.dict.c_str(),
+                         order.reportName.empty() ? nullptr : order.reportName.c_str(),
                          path.substr(0, name).c_str()) == REPORT_OK;
 }
 
@@ -135,6 +136,11 @@ bool make(const ReportOrder &order, const FindingList &findings) {
 
 }  // namespace
 
+std::string reportNameOf(const std::string &results) {
+    const std::string name = results.substr(results.rfind('/') + 1);
+    return name.substr(0, name.find(".res"));
+}
+
 std::string shownTemplate(const std::string &path) {
     return path == "-" ? "<stdin>" : path;
 }
@@ -162,6 +168,7 @@ bool makeReport(const ReportOrder &order) {
     reportSink = &sink;
     const bool made = make(order, findings);
     reportSink = nullptr;
+    if (made && order.oneOfMany) return true;
     std::fputs(findings.logText(!order.quiet || order.strict).c_str(), stderr);
     if (!made && order.strict && !findings.empty() && !findings.hasErrors())
         std::fputs("vorn-report: no report was written: with --strict a warning is an error\n",

@@ -18,6 +18,9 @@ struct ReportOrder {
     bool overwrite;            // an earlier report is replaced, not moved aside
     bool strict;               // a warning is an error
     bool quiet;                // warnings and the outcome are not told
+    bool oneOfMany;            // only failures are told, and the caller syncs
+    bool ownName;              // `report-name` is not set by the user
+    std::string reportName;    // of this report; empty: as the user variables say
 };
 
 // Makes the report, whole or not at all, and tells on standard error what was found and which
@@ -26,6 +29,9 @@ bool makeReport(const ReportOrder &order);
 
 // Opens a template for reading, or a copy of standard input for "-"; null with errno set.
 FileGuard openTemplate(const std::string &path);
+
+// What `report-name` is unless it is set: the name of the results file without ".res".
+std::string reportNameOf(const std::string &results);
 
 // How messages name a template.
 std::string shownTemplate(const std::string &path);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // vorn-report: the template author's tool. Makes a report with the service's own engine, or lists
 // what a results file offers to a template. docs/vorn-report.md is its manual.
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -9,6 +10,7 @@
 #include <new>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -20,7 +22,10 @@
 #include "item_list.h"
 #include "output/dump_backend.h"
 #include "report/user_vars.h"
+#include "report_check.h"
+#include "report_each.h"
 #include "report_make.h"
+#include "report_scaffold.h"
 #include "results/dict_resolver.h"
 #include "results/results.h"
 #include "storage/strings.h"
@@ -38,6 +43,10 @@ struct Arguments {
     std::vector<std::string> vars;
     int verbose = 0;
     bool items = false, json = false;
+    bool check = false, scaffold = false, each = false, nul = false;
+    std::string missingKeys;
+    std::vector<std::string> more;  // results files of --each
+    unsigned jobs = 1;
     bool overwrite = false, strict = false, quiet = false;
 };
 
@@ -110,19 +119,54 @@ void declareArguments(CLI::App *app, Arguments *args) {
     app->add_flag("-v,--verbose", args->verbose,
                   "more messages on standard error: -v the steps of\nthe work, -vv dictionary "
                   "look-ups and sections too,\nas in 'vorn-report -v lab.res lab.tpl lab.txt'");
+    app->add_flag("--check", args->check,
+                  "tells all mistakes of TEMPLATE and makes nothing:\n"
+                  "'vorn-report --check lab.tpl [lab.res]'");
+    app->add_option("--missing-keys", args->missingKeys,
+                    "lists the keys that no dictionary has in a\nlanguage: "
+                    "'vorn-report --missing-keys de lab.tpl\n[lab.res]'")
+        ->type_name("ID")
+        ->check(langId);
+    app->add_flag("--scaffold", args->scaffold,
+                  "prints a template that shows all of RESULTS:\n'vorn-report --scaffold lab.res'");
+    app->add_flag("--each", args->each,
+                  "makes a report of each results file in a folder:\n"
+                  "'vorn-report --each lab.tpl reports *.res'; - for\nnames on standard input");
+    app->add_option("MORE", args->more, "results files of --each")->type_name("");
+    app->add_option("--jobs", args->jobs, "processes for --each, as in '--jobs 4'; else 1")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 1024U).description(""));
+    app->add_flag("-0", args->nul,
+                  "names on standard input end in NUL, as those of\n'find -print0'");
     app->add_flag("--items", args->items,
                   "lists what RESULTS holds, with the argument that\nshows each value, as in\n"
                   "'vorn-report --items lab.res'");
     app->add_flag("--json", args->json,
-                  "the list of --items as JSON, as in\n'vorn-report --items --json lab.res'")
-        ->needs("--items");
+                  "the list of --items, or what --check finds, as\nJSON: 'vorn-report --items "
+                  "--json lab.res'");
     app->set_version_flag("--version", "vorn-report " VORN_VERSION, "prints the version");
     app->set_help_flag("-h,--help", "prints this text");
 }
 
 // Throws what the parser throws, so that all wrong usage ends alike.
 void checkArguments(Arguments *args) {
-    if (args->items) {
+    if (args->json && !args->items && !args->check)
+        throw CLI::RequiredError("--json: --items or --check");
+    if (args->check || !args->missingKeys.empty()) {
+        if (!args->output.empty()) throw CLI::ExtrasError({args->output});
+        std::swap(args->results, args->templateFile);
+        return;
+    }
+    if (args->each) {
+        if (args->output.empty()) throw CLI::RequiredError("RESULTS");
+        args->more.insert(args->more.begin(), args->output);
+        args->output = args->templateFile;  // the folder
+        args->templateFile = args->results;
+        if (args->format.empty()) args->format = "txt";
+        return;
+    }
+    if (!args->more.empty()) throw CLI::ExtrasError(args->more);
+    if (args->items || args->scaffold) {
         if (!args->templateFile.empty()) throw CLI::ExtrasError({args->templateFile});
         return;
     }
@@ -171,8 +215,7 @@ DescriptorGuard setDictDir(const std::string &folder) {
 
 bool setVariables(const Arguments &args) {
     if (initUserVars() != KV_OK) return false;
-    const std::string name = fs::path(args.results).filename().string();
-    if (setUserVar(&kv_urv, "report-name", name.substr(0, name.find(".res")).c_str()) != KV_OK)
+    if (setUserVar(&kv_urv, "report-name", reportNameOf(args.results).c_str()) != KV_OK)
         return false;
     for (const std::string &var : args.vars) {
         const std::size_t end = var.find('=');
@@ -182,29 +225,53 @@ bool setVariables(const Arguments &args) {
     return true;
 }
 
-int runReport(const Arguments &args) {
+// What reports and checks take from the arguments; `dictFolder` has to live as long as they work.
+bool prepare(const Arguments &args, DescriptorGuard *dictFolder) {
     std::string dictDir = args.dictDir;
     if (dictDir.empty()) dictDir = fs::path(args.templateFile).parent_path().string();
-    const DescriptorGuard dictFolder = setDictDir(dictDir.empty() ? "." : dictDir);
-    opt_lang_id.set(args.lang);
-    copyPiece(opt_dflt_lang_id, args.defLang);
-    if (!setVariables(args)) {
-        std::fputs("vorn-report: the user variables cannot be stored: no memory\n", stderr);
-        return EXIT_FAILED;
-    }
-    const ReportOrder order = {args.results,   args.templateFile,
-                               args.output,    args.format == "pdf" ? RPT_FMT_PDF : RPT_FMT_TXT,
-                               args.dict,      args.lang,
-                               args.overwrite, args.strict,
-                               args.quiet};
-    return makeReport(order) ? EXIT_MADE : EXIT_FAILED;
+    dictFolder->reset(setDictDir(dictDir.empty() ? "." : dictDir).release());
+    opt_lang_id.set(args.missingKeys.empty() ? args.lang : args.missingKeys);
+    copyPiece(opt_dflt_lang_id, args.missingKeys.empty() ? args.defLang : args.missingKeys);
+    if (setVariables(args)) return true;
+    std::fputs("vorn-report: the user variables cannot be stored: no memory\n", stderr);
+    return false;
+}
+
+int runReport(const Arguments &args) {
+    const ReportOrder order = {
+        args.results,
+        args.templateFile,
+        args.output,
+        args.format == "pdf" ? RPT_FMT_PDF : RPT_FMT_TXT,
+        args.dict,
+        args.lang,
+        args.overwrite,
+        args.strict,
+        args.quiet,
+        args.each,
+        std::none_of(args.vars.begin(), args.vars.end(),
+                     [](const std::string &var) { return var.starts_with("report-name="); }),
+        {}};
+    if (!args.each) return makeReport(order) ? EXIT_MADE : EXIT_FAILED;
+    const bool listed = args.more.size() == 1 && args.more.front() == "-";
+    const std::vector<std::string> results = listed ? readNames(args.nul) : args.more;
+    return makeEach(order, results, args.jobs) ? EXIT_MADE : EXIT_FAILED;
+}
+
+int runCheck(const Arguments &args) {
+    const CheckOrder order = {args.templateFile, args.results, args.format, args.dict, args.json};
+    const int found = args.check ? checkTemplate(order) : listMissingKeys(order);
+    if (std::fflush(stdout) != 0) std::perror("vorn-report: standard output");
+    return found == 0 ? EXIT_MADE : EXIT_FAILED;
 }
 
 int listItems(const Arguments &args) {
     Results *results = nullptr;
     if (loadResultsFile(args.results.c_str(), &results) != RESULTS_OK) return EXIT_FAILED;
     const std::unique_ptr<Results, void (*)(Results *)> owner(results, freeResults);
-    const std::string list = args.json ? itemListJson(results) : itemListText(results);
+    const std::string list = args.scaffold ? scaffoldFor(results)
+                             : args.json   ? itemListJson(results)
+                                           : itemListText(results);
     std::fputs(list.c_str(), stdout);
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return EXIT_MADE;
     std::perror("vorn-report: standard output");
@@ -216,8 +283,9 @@ int run(int argc, char **argv) {
     app.footer(
         "  vorn-report lab.res acceptance.tpl lab.pdf\n"
         "  vorn-report --lang de --var \"site=Lab 2\" lab.res acceptance.tpl lab.txt\n"
-        "  vorn-report --items lab.res\n\n"
-        "Exit status: 0 the report was made, 1 it was not, 2 wrong usage.");
+        "  vorn-report --items lab.res\n"
+        "  vorn-report --check acceptance.tpl lab.res\n\n"
+        "Exit status: 0 the report was made or nothing found, 1 not so, 2 wrong usage.");
     app.get_formatter()->column_width(24);
     Arguments args;
     declareArguments(&app, &args);
@@ -229,7 +297,10 @@ int run(int argc, char **argv) {
     }
     dmon_set_level(1 + args.verbose);
     if (setDefaults() != 0 || initResultsLoader() != RESULTS_OK) return EXIT_FAILED;
-    return args.items ? listItems(args) : runReport(args);
+    if (args.items || args.scaffold) return listItems(args);
+    DescriptorGuard dictFolder;
+    if (!prepare(args, &dictFolder)) return EXIT_FAILED;
+    return args.check || !args.missingKeys.empty() ? runCheck(args) : runReport(args);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "output/c_format_piece.h"
 #include "output/dump_backend.h"
 #include "output/row_format.h"
+#include "output/row_hints.h"
 #include "output/text_output.h"
 #include "pdf/pdf_writer.h"
 #include "pdf/win_ansi.h"
@@ -196,6 +197,7 @@ int dumpPDFRow(void *state, const ReportRow *row) {
         length += formatValue(report, line + length, LINE_TEXT_MAX - length, &format->pieces[i],
                               &row->values[i]);
     line[length++] = '\n';
+    if (wantsHints()) hintPdfLine(&report->document, {line, length});
     const int result = pdf_add_text_line(&report->document, {line, length});
     if (result == PDF_OK) return DUMP_OK;
     dmon_log(1, "Error writing to PDF stream (err=%d).\n", result);

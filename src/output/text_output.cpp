@@ -10,6 +10,7 @@
 #include "output/c_format.h"
 #include "output/dump_backend.h"
 #include "output/row_format.h"
+#include "output/row_hints.h"
 #include "pdf/utf8.h"
 #include "results/report_findings.h"
 
@@ -98,6 +99,7 @@ int dumpTextRow(void *stream, const ReportRow *row) {
         tellHiddenCause("values: %d, conversions: %d", row->count, format->count);
         return DUMP_ROW_MISMATCH;
     }
+    if (wantsHints()) hintRow(row, format);
     char line[LINE_SIZE];
     std::size_t length = 0;
     for (std::int32_t i = 0; i < row->count; ++i)

@@ -6,6 +6,7 @@
 #include "report/item_values.h"
 #include "report/plugins.h"
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "results/results.h"
 #include "storage/strings.h"
 
@@ -32,6 +33,7 @@ std::int32_t firstWord(const ItemValue *value) {
 // ---- conditions ----
 
 int testItem(TemplateContext *ctx, const char *text, std::int32_t *number) {
+    if (withoutResults()) return MERGE_OK;
     char item[TEMPLATE_TEXT_SIZE];
     copyPiece(item, text);
     const RegisterRecord *reg = getAppItemResult(item, ctx->results, nullptr, nullptr);
@@ -75,10 +77,10 @@ int evaluateCall(TemplateContext *ctx, const char *text, const Reading *reading,
                  std::int32_t *number) {
     ItemValue value{};
     int result = callPlugin(ctx, text, &value);
-    if (result == MERGE_OK)
-        result = reading->called(ctx, &value, number);
-    else
+    if (result != MERGE_OK)
         result = pluginFailed(ctx, result);
+    else if (!withoutResults())
+        result = reading->called(ctx, &value, number);
     releaseItemValue(&value);
     return result;
 }
@@ -97,7 +99,8 @@ int evalTemplateBool(TemplateContext *ctx, const char *text, std::uint8_t *flag)
     const bool inverted = text[0] == '!';
     std::int32_t number = 0;
     const int result = evaluate(ctx, inverted ? text + 1 : text, &condition, &number);
-    if (result == MERGE_OK) *flag = (number != 0) != inverted ? 1 : 0;
+    const bool isOpen = withoutResults() && std::strpbrk(text, "@.") != nullptr;
+    if (result == MERGE_OK) *flag = isOpen || (number != 0) != inverted ? 1 : 0;
     return result;
 }
 

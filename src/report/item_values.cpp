@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "report/template_params.h"
 #include "results/dict_resolver.h"
 #include "results/results.h"
@@ -66,12 +67,19 @@ int ownText(TemplateContext *ctx, ItemValue *value, std::string_view text) {
     return MERGE_OK;
 }
 
+// A program that takes findings is not told that labels are as they are where the template names no
+// dictionary.
+const char *translateLabel(TemplateContext *ctx, const char *label) {
+    if (reportSink != nullptr && ctx->dict.depth == 0) return label;
+    return dictResolvGet(&ctx->dict, label);
+}
+
 // The label, or the entry's number when it has none.
 int takeSelection(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     if (reg->as.selection.label != nullptr) {
         countLookup(ctx);
         value->type = VORN_TYPE_STRING;
-        value->data = const_cast<char *>(dictResolvGet(&ctx->dict, reg->as.selection.label));
+        value->data = const_cast<char *>(translateLabel(ctx, reg->as.selection.label));
         return MERGE_OK;
     }
     char number[4];
@@ -95,7 +103,7 @@ int takeBitSet(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value
             label = number;
         } else {
             countLookup(ctx);
-            label = dictResolvGet(&ctx->dict, label);
+            label = translateLabel(ctx, label);
         }
         const std::size_t length = std::strlen(label);
         if (length + 2 > room) break;
@@ -137,6 +145,8 @@ int fetchItemValue(TemplateContext *ctx, std::string_view link, ItemValue *value
     *value = ItemValue{};
     const std::string_view expanded = expandTemplateString(ctx, link);
     if (expanded.data() == nullptr) return MERGE_TEMPLATE_ERROR;
+
+    if (withoutResults()) return MERGE_OK;
 
     char item[TEMPLATE_TEXT_SIZE];
     copyPiece(item, expanded);

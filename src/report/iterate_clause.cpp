@@ -3,6 +3,7 @@
 
 #include "report/clause_args.h"
 #include "report/evaluate.h"
+#include "report/template_hints.h"
 #include "report/template_params.h"
 #include "report/template_place.h"
 #include "report/template_reader.h"
@@ -11,6 +12,7 @@
 namespace {
 
 int setVar(TemplateContext *, std::string_view value, TemplateIteration *iteration) {
+    hintCut(value, sizeof iteration->var, "the loop's variable");
     copyPiece(iteration->var, value);
     return MERGE_OK;
 }

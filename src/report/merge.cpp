@@ -25,6 +25,7 @@
 #include "report/section_clause.h"
 #include "report/template_context.h"
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "report/template_place.h"
 #include "report/template_reader.h"
 #include "report/value_clause.h"
@@ -43,6 +44,8 @@ struct Merge {
     ValueClause clause;
     KvStore *userVars;
     RowPlans plans;
+    bool hadReport;
+    bool rowIsSpoiled;  // by a clause that a check left out
 };
 
 // Logs that the back-end refused something; passes its code on.
@@ -54,6 +57,7 @@ int reportOutput(TemplateContext *ctx, int result) {
 int onReport(Merge *merge, const TemplateTag *tag) {
     if (parseReportClause(&merge->ctx, tag->args) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     merge->ctx.state = MERGE_REPORT;
+    merge->hadReport = true;
     return MERGE_OK;
 }
 
@@ -64,6 +68,7 @@ int onReportEnd(Merge *merge, const TemplateTag *) {
 
 int onInclude(Merge *merge, const TemplateTag *tag) {
     dropRowPlan(&merge->ctx);
+    hintRestOfLine(&merge->ctx, "include");
     return includeTemplate(&merge->ctx, tag->args);
 }
 
@@ -78,6 +83,7 @@ int onSectionEnd(Merge *merge, const TemplateTag *) {
 int onCss(Merge *merge, const TemplateTag *tag) {
     TemplateContext *ctx = &merge->ctx;
     if (parseCssClause(ctx, tag->args, &merge->style) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
+    hintFont(merge->style.fontFamily);
     return reportOutput(ctx, dumpOutputStyle(&ctx->backend, &merge->style));
 }
 
@@ -87,6 +93,7 @@ int onPlugin(Merge *merge, const TemplateTag *tag) {
 
 int onIterate(Merge *merge, const TemplateTag *tag) {
     dropRowPlan(&merge->ctx);
+    hintRestOfLine(&merge->ctx, "iterate");
     return beginIteration(&merge->ctx, tag->args);
 }
 
@@ -104,20 +111,24 @@ int onSkippedIterateEnd(Merge *merge, const TemplateTag *) {
 // Writes the row and releases its values.
 int writeRow(Merge *merge) {
     TemplateContext *ctx = &merge->ctx;
-    const int result = reportOutput(ctx, dumpRow(&ctx->backend, &merge->row));
+    const int result =
+        merge->rowIsSpoiled ? MERGE_OK : reportOutput(ctx, dumpRow(&ctx->backend, &merge->row));
+    merge->rowIsSpoiled = false;
     releaseRowValues(&merge->row);
     return result;
 }
 
 int onRow(Merge *merge, const TemplateTag *tag) {
     TemplateContext *ctx = &merge->ctx;
-    if (RowPlan *plan = findRowPlan(ctx, tag); plan != nullptr) {
+    const bool isChecked = reportSink != nullptr && reportSink->goOn;  // reads every tag
+    RowPlan *plan = isChecked ? nullptr : findRowPlan(ctx, tag);
+    if (plan != nullptr) {
         const int result = runRowPlan(ctx, plan, &merge->row, &merge->clause, merge->userVars);
         return result == MERGE_OK ? writeRow(merge) : result;
     }
     if (parseRowClause(ctx, tag, &merge->row) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     merge->row.format = &merge->rowFormat;
-    beginRowPlan(ctx, tag, &merge->row);
+    if (!isChecked) beginRowPlan(ctx, tag, &merge->row);
     ctx->rowPlace = currentPlace(ctx);
     ctx->state = MERGE_ROW;
     return MERGE_OK;
@@ -207,6 +218,16 @@ int warnNested(Merge *merge, const TemplateTag *tag) {
     return MERGE_OK;
 }
 
+// Tells of a tag that is passed over for what is most likely a misspelt name.
+void hintNearClause(std::string_view name) {
+    if (name.starts_with('!')) return;
+    const auto *near = std::find_if(std::begin(clauses), std::end(clauses),
+                                    [name](const Clause &c) { return isNearName(name, c.name); });
+    if (near != std::end(clauses))
+        tellHint("tag '%.*s' is passed over; '%s' is a clause.", static_cast<int>(name.size()),
+                 name.data(), near->name.data());
+}
+
 // Finds a tag's clause and takes its arguments apart; done once for as long as the tag is
 // remembered.
 void readTag(TemplateTag *tag) {
@@ -215,7 +236,11 @@ void readTag(TemplateTag *tag) {
     const auto *row = std::find_if(std::begin(clauses), std::end(clauses),
                                    [name](const Clause &clause) { return clause.name == name; });
     tag->clause = CLAUSE_UNKNOWN;
-    if (row == std::end(clauses)) return;
+    if (row == std::end(clauses)) {
+        if (wantsHints()) hintNearClause(name);
+        return;
+    }
+    hintSplitQuotes(tag->args);
     tag->clause = static_cast<std::int16_t>(row - clauses);
     splitTagArgs(tag);
 }
@@ -231,6 +256,46 @@ int interpretTag(Merge *merge, TemplateTag *tag) {
         if (((clauses[i].states >> merge->ctx.state) & 1U) != 0) return clauses[i].act(merge, tag);
         ++i;
     } while (i < CLAUSE_COUNT && clauses[i].name == clauses[first].name);
+    hintIgnored(&merge->ctx, clauses[first].name);
+    return MERGE_OK;
+}
+
+// Starts a loop of one pass with the variable of an iterate clause that failed.
+int beginSinglePass(TemplateContext *ctx, std::string_view args) {
+    while (!args.empty()) {
+        const RawArg arg = takeArg(&args);
+        char text[TEMPLATE_NAME_SIZE + sizeof "var="];
+        std::snprintf(text, sizeof text, "var=%.*s", static_cast<int>(arg.value.size()),
+                      arg.value.data());
+        if (arg.name == "var" && !arg.value.empty()) return beginIteration(ctx, text);
+    }
+    return beginIteration(ctx, {});
+}
+
+// Leaves a clause that failed out, so that a check reads on: what it opens is open all the same.
+// MERGE_OK, or `result` when the merge cannot go on.
+int leaveOut(Merge *merge, const TemplateTag *tag, int result) {
+    TemplateContext *ctx = &merge->ctx;
+    if (result == DUMP_WRITE_FAILED || result == DUMP_NO_DOCUMENT || ctx->failed ||
+        ctx->steps > TEMPLATE_MAX_STEPS || tag->clause < 0)
+        return result;
+    const std::string_view name = clauses[tag->clause].name;
+    if (name == "report") {
+        ctx->state = MERGE_REPORT;
+        merge->hadReport = true;
+    } else if (name == "section") {
+        return ctx->sectionLevel < TEMPLATE_MAX_SECTIONS ? pushSection(ctx, {}) : MERGE_OK;
+    } else if (name == "iterate") {
+        return ctx->iterDepth < TEMPLATE_MAX_ITERATIONS ? beginSinglePass(ctx, tag->args)
+                                                        : MERGE_OK;
+    } else if (name == "row") {
+        ctx->rowPlace = currentPlace(ctx);
+        ctx->state = MERGE_ROW;
+        merge->rowIsSpoiled = true;
+    } else if (name == "value") {
+        ctx->state = MERGE_VALUE;
+        merge->rowIsSpoiled = true;
+    }
     return MERGE_OK;
 }
 
@@ -243,6 +308,8 @@ int interpretTemplate(Merge *merge) {
             result = interpretTag(merge, ctx->tag);
         else
             popTemplateFile(ctx);
+        if (result != MERGE_OK && reportSink != nullptr && reportSink->goOn)
+            result = leaveOut(merge, ctx->tag, result);
         if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;
         ctx->steps += STEPS_TAG;
         countRowTag(ctx);
@@ -292,6 +359,7 @@ int runMerge(Merge *merge, const char *dictName) {
 
     if (reportSink != nullptr) findingPlace = {locateFinding, ctx};
     int result = interpretTemplate(merge);
+    if (result == MERGE_OK && wantsHints()) hintEnd(ctx, merge->hadReport);
     if (result == MERGE_OK) warnUnclosed(ctx);
     dmon_log(2, "Template merged (ret: %d).\n", result);
 

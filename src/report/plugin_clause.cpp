@@ -3,6 +3,7 @@
 
 #include "report/clause_args.h"
 #include "report/plugins.h"
+#include "report/template_hints.h"
 #include "storage/files.h"
 #include "storage/strings.h"
 
@@ -16,6 +17,7 @@ struct PluginClause {
 };
 
 int setName(TemplateContext *ctx, std::string_view value, PluginClause *clause) {
+    hintCut(value, sizeof clause->plugin.name, "the plug-in's name");
     copyPiece(clause->plugin.name, value);
     if (findPlugin(ctx, clause->plugin.name) == nullptr) return MERGE_OK;
     return templateError(ctx, MERGE_TEMPLATE_ERROR, "plugin '%s' already declared.",

@@ -9,6 +9,7 @@
 #include <link.h>
 
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "report/template_params.h"
 #include "results/report_findings.h"
 #include "storage/strings.h"
@@ -95,6 +96,7 @@ struct CallArguments {
 
 int runUnguarded(TemplateContext *ctx, const PluginFunction *function, PluginMode mode,
                  const TemplateParam *arguments, ItemValue *value) {
+    if (withoutResults()) return MERGE_OK;
     TemplatePlugin *plugin = function->plugin;
     void *symbol = function->symbol;
     if (mode == PLUGIN_INIT) {

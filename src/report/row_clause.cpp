@@ -2,11 +2,13 @@
 #include "report/row_clause.h"
 
 #include "report/clause_args.h"
+#include "report/template_hints.h"
 #include "storage/strings.h"
 
 namespace {
 
 int setCstyle(TemplateContext *, std::string_view value, ReportRow *row) {
+    hintCut(value, sizeof row->cstyle, "cstyle");
     copyPiece(row->cstyle, value);
     return MERGE_OK;
 }

@@ -9,6 +9,7 @@
 #include "report/item_values.h"
 #include "report/plugins.h"
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "report/template_params.h"
 #include "report/user_vars.h"
 #include "results/dict_resolver.h"
@@ -38,12 +39,14 @@ constexpr GlobalVariable globalVariables[] = {
 // The application that a global variable's text names, and the variable's name in it.
 int findApplication(TemplateContext *ctx, const char *text, const Results **app,
                     std::string_view *variable) {
-    *app = ctx->results;
+    static const Results nothing{};
+    *app = withoutResults() ? &nothing : ctx->results;
     *variable = text;
     const std::size_t at = variable->find('@');
     if (at != std::string_view::npos) {
         const std::string_view prefix = variable->substr(0, at);
-        while (*app != nullptr && !std::string_view((*app)->name).starts_with(prefix))
+        while (!withoutResults() && *app != nullptr &&
+               !std::string_view((*app)->name).starts_with(prefix))
             *app = (*app)->next;
         if (*app == nullptr)
             return templateError(ctx, MERGE_NO_APPLICATION,
@@ -140,6 +143,7 @@ int addGlobalValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clau
     if (known == std::end(globalVariables))
         return templateError(ctx, MERGE_UNKNOWN_GLOBAL, "unknown global variable '%s'.",
                              name.data());
+    if (withoutResults()) return MERGE_OK;
     value->type = VORN_TYPE_UINT32;
     value->data = const_cast<char *>(reinterpret_cast<const char *>(app)) + known->offset;
     return applyDataConversions(ctx, clause, value);

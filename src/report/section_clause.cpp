@@ -7,12 +7,14 @@
 #include "report/clause_args.h"
 #include "report/dict_argument.h"
 #include "report/evaluate.h"
+#include "report/template_hints.h"
 #include "report/template_place.h"
 #include "storage/strings.h"
 
 namespace {
 
 int setId(TemplateContext *, std::string_view value, TemplateSection *section) {
+    hintCut(value, sizeof section->id, "the section's id");
     copyPiece(section->id, value);
     return MERGE_OK;
 }

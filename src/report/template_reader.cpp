@@ -11,6 +11,7 @@
 #include "report/template_error.h"
 #include "report/template_params.h"
 #include "report/template_place.h"
+#include "results/report_findings.h"
 #include "storage/files.h"
 #include "storage/strings.h"
 
@@ -184,7 +185,11 @@ std::string_view nextTemplateTag(TemplateContext *ctx) {
         const char *open = findInLine(ctx, start, '<');
         const char *close = open != nullptr ? findInLine(ctx, open, '>') : nullptr;
         ctx->cursor = close != nullptr ? close + 1 : nullptr;
-        if (close == nullptr) continue;
+        if (close == nullptr) {
+            if (open != nullptr)
+                tellHint("a '<' without '>' on its line drops the rest of the line.");
+            continue;
+        }
         takeTag(ctx, start, newLine, {open + 1, static_cast<std::size_t>(close - open - 1)});
         return ctx->tag->text;
     }

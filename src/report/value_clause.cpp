@@ -3,6 +3,7 @@
 
 #include "output/conversions.h"
 #include "report/clause_args.h"
+#include "report/template_hints.h"
 #include "storage/strings.h"
 
 namespace {
@@ -10,6 +11,7 @@ namespace {
 template <ValueSource SOURCE>
 int setSource(TemplateContext *, std::string_view value, ValueClause *clause) {
     clause->source = SOURCE;
+    hintCut(value, sizeof clause->sourceText, "the value's source");
     copyPiece(clause->sourceText, value);
     return MERGE_OK;
 }
@@ -21,6 +23,7 @@ int setConversion(TemplateContext *ctx, std::string_view value, ValueClause *cla
         return templateError(ctx, MERGE_TEMPLATE_ERROR, "unknown conversion type '%s' in template.",
                              value.data());
     clause->convType = kind;
+    hintCut(argument, sizeof clause->convArg, "the conversion's argument");
     copyPiece(clause->convArg, argument);
     return MERGE_OK;
 }

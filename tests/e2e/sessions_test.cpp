@@ -117,5 +117,7 @@ TEST_P(Session, AnswersAsWritten) {
     EXPECT_EQ(actual, content.str());
 }
 
-INSTANTIATE_TEST_SUITE_P(Documents, Session, testing::Values("tests/e2e/sessions/making.md"),
+INSTANTIATE_TEST_SUITE_P(Documents, Session,
+                         testing::Values("tests/e2e/sessions/making.md",
+                                         "tests/e2e/sessions/desk.md"),
                          nameOfDocument);

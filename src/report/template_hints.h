@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// What a check of a template looks for besides the merge's own messages. Each tells a sink that
+// wants hints, and nobody else.
+#pragma once
+
+#include <string_view>
+
+#include "report/template_context.h"
+#include "results/report_findings.h"
+
+// Whether a template is looked at without results: items have no value then, sections that they
+// decide on appear, and functions of plug-ins are found but not called.
+inline bool withoutResults() {
+    return reportSink != nullptr && reportSink->withoutResults;
+}
+
+// Whether a name was most likely meant to be another: one or two letters differ.
+bool isNearName(std::string_view name, std::string_view known);
+
+// Tells of a clause that is passed over in the merge's state.
+void hintIgnored(const TemplateContext *ctx, std::string_view clause);
+
+// Tells of text behind a tag whose line is not read on.
+void hintRestOfLine(const TemplateContext *ctx, std::string_view clause);
+
+// Tells of a value whose quotes a "," splits.
+void hintSplitQuotes(std::string_view args);
+
+// Tells of a value of which `room` - 1 characters are used.
+void hintCut(std::string_view value, std::size_t room, const char *what);
+
+// Tells of a font that PDF readers do not have.
+void hintFont(const char *family);
+
+// Tells of what is missing at the end of a template.
+void hintEnd(const TemplateContext *ctx, bool hadReport);

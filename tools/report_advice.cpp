@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+#include "report_advice.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+struct Advice {
+    std::string_view message, advice;
+};
+
+constexpr std::string_view LIST_ITEMS = "'vorn-report --items RESULTS' lists what there is";
+constexpr std::string_view NEEDS_VALUE = "write it as name=value";
+
+constexpr Advice advices[] = {
+    {"too many nested files.", "a file includes itself, or includes go deeper than 4 files"},
+    {"file '%s%s' not found.", "the name counts from the folder of the file that includes it"},
+    {"unknown argument '%.*s' in '%s' clause.", "look for a misspelt name, or a ',' in a value"},
+    {"Expanded string is too long.", "at most 511 characters"},
+    {"Missing '}' in expression.", "close the reference: ${name}"},
+    {"Parameter '%.*s' not defined.", "hand it to this file where it is included"},
+    {"missing dictionary group ID in 'dict' argument.", "write dict=name[1]"},
+    {"missing ']' in 'dict' argument.", "write dict=name[1]"},
+    {"dictionary '%s' could not be opened.",
+     "it needs a file in the report's language and in the default one"},
+    {"too many nested 'section' clauses.", "at most 8; a closing tag may be missing"},
+    {"too many nested 'iterate' clauses.", "at most 8; a closing tag may be missing"},
+    {"not in an 'iteration' clause.", "take the tag out, or open the loop in this file"},
+    {"not in a 'section' clause.", "take the tag out, or open a section before it"},
+    {"application item '%s' not found.", LIST_ITEMS},
+    {"application item not found.", LIST_ITEMS},
+    {"application '%s' not found in result file.", LIST_ITEMS},
+    {"application item '%s' has no '%s' field.", LIST_ITEMS},
+    {"array element out of range (%d).", "indices start at 0"},
+    {"unknown global variable '%s'.",
+     "%start-time, %stop-time, %restart-time, %elapsed-time or %powerfail-time"},
+    {"unknown conversion type '%s' in template.",
+     "dateTime, time, bitmap, units, mac-addr, ipv4-addr or arrayFloat"},
+    {"incompatible data type for 'units' conversion.", "it converts numbers only"},
+    {"bad arguments to 'units' conversion.", "separate the units with ';'"},
+    {"no units defined in 'units' conversion.", "write units(NAME=FACTOR;...)"},
+    {"too many values in row clause.", "at most 16"},
+    {"Could not format output.", "give the cstyle one conversion a value"},
+    {"unknown style argument '%.*s' in css clause.", "font-family, font-size or font-weight"},
+    {"plugin '%.*s' not declared.", "declare it with a 'plugin' clause before"},
+    {"plugin function '%s' not found.", "look for a misspelt name"},
+    {"plugin returned error.", "look at the arguments of the call"},
+    {"could not find library file '%s'.", "give its path, or the name of a standard plug-in"},
+    {"user variable '%s' not defined.", "set it with --var; a client sets it for the service"},
+    {"dictionary key '%s' not found.", "add it to the dictionary"},
+    {"nested '%s' clause.", "a closing tag is missing before"},
+    {"template ends with open clauses: %s.", "close them"},
+    {"clause '%.*s' does not count %s and is passed over.",
+     "a tag before it is missing or left over"},
+    {"text behind the '%.*s' clause on its line is not read.", "begin a new line after the tag"},
+    {"a '<' without '>' on its line drops the rest of the line.",
+     "end the tag on its line; a plain '<' cannot be written"},
+    {"a ',' splits a value in quotes.", "a value cannot hold a ','"},
+    {"'%s' is no font of a PDF report.", "Courier, Helvetica, Times-Roman and their faces are"},
+    {"value %d is a %s, which its conversion '%%%c' does not fit.", LIST_ITEMS},
+    {"in a PDF the row leaves the page from column %d on.", "use fewer columns or a smaller font"},
+    {"the template has no 'report' clause.", "put the rows between <report> and </report>"},
+    {"the report is not closed.", "end it with </report>"},
+};
+
+}  // namespace
+
+std::string_view adviceFor(std::string_view message) {
+    const auto *known = std::find_if(std::begin(advices), std::end(advices),
+                                     [message](const Advice &a) { return a.message == message; });
+    if (known != std::end(advices)) return known->advice;
+    return message.starts_with("missing ") ? NEEDS_VALUE : std::string_view();
+}

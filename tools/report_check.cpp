@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "report_check.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "base/guards.h"
+#include "dmon/dmon.h"
+#include "output/dump_backend.h"
+#include "report/merge.h"
+#include "report/user_vars.h"
+#include "report_advice.h"
+#include "report_findings.h"
+#include "report_make.h"
+#include "results/results.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// The merges that make a check, all into one list.
+class Check {
+public:
+    Check(const CheckOrder &order, FindingList *findings) : order_(order), findings_(findings) {}
+
+    // Opens what is to be read; false after a message.
+    bool open() {
+        template_ = openTemplate(order_.templateFile);
+        if (!template_) {
+            dmon_log(1, "Error opening template file '%s': %s\n", order_.templateFile.c_str(),
+                     std::strerror(errno));
+            return false;
+        }
+        nowhere_.reset(std::fopen("/dev/null", "we"));
+        if (order_.results.empty()) return nowhere_ != nullptr;
+        Results *loaded = nullptr;
+        if (loadResultsFile(order_.results.c_str(), &loaded) != RESULTS_OK) return false;
+        results_.reset(loaded);
+        return nowhere_ != nullptr;
+    }
+
+    // What needs no results is looked at in every section and loop, whatever the results say.
+    void merge(std::uint32_t format) {
+        mergeOnce(format, true);
+        if (!order_.results.empty()) mergeOnce(format, false);
+    }
+
+private:
+    void mergeOnce(std::uint32_t format, bool withoutResults) {
+        const ReportSink sink = {FindingList::take, findings_, true, true, withoutResults};
+        reportSink = &sink;
+        std::rewind(template_.get());
+        const std::string path = shownTemplate(order_.templateFile);
+        const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
+        static_cast<void>(mergeTemplate(results_.get(), template_.get(), nowhere_.get(),
+                                        path.c_str() + name, format, &kv_urv, order_.dict.c_str(),
+                                        nullptr, path.substr(0, name).c_str()));
+        reportSink = nullptr;
+    }
+
+    const CheckOrder &order_;
+    FindingList *findings_;
+    FileGuard template_, nowhere_;
+    std::unique_ptr<Results, void (*)(Results *)> results_{nullptr, freeResults};
+};
+
+// A text without the full stop that the next part of a line would follow.
+std::string_view withoutStop(std::string_view text) {
+    return text.ends_with('.') ? text.substr(0, text.size() - 1) : text;
+}
+
+std::string messageOf(const ListedFinding &finding) {
+    std::string message(withoutStop(finding.text));
+    if (!finding.why.empty()) message += " (" + finding.why + ')';
+    return message;
+}
+
+// What is known at the end of the template only stands at its first line.
+std::string fileOf(const CheckOrder &order, const ListedFinding &finding) {
+    return finding.path.empty() ? shownTemplate(order.templateFile) : finding.path;
+}
+
+int lineOf(const ListedFinding &finding) {
+    return finding.path.empty() ? 1 : finding.line;
+}
+
+std::string asLines(const CheckOrder &order, const FindingList &list) {
+    std::string text;
+    for (const ListedFinding &finding : list.findings()) {
+        text += fileOf(order, finding) + ':' + std::to_string(lineOf(finding));
+        text += finding.isError ? ": error: " : ": warning: ";
+        text += messageOf(finding);
+        const std::string_view advice = adviceFor(finding.message);
+        if (!advice.empty()) text.append("; ").append(advice);
+        text += '\n';
+    }
+    return text;
+}
+
+std::string asJson(const CheckOrder &order, const FindingList &list) {
+    Json findings = Json::array();
+    for (const ListedFinding &finding : list.findings())
+        findings.push_back({{"file", fileOf(order, finding)},
+                            {"line", lineOf(finding)},
+                            {"severity", finding.isError ? "error" : "warning"},
+                            {"message", messageOf(finding)},
+                            {"advice", adviceFor(finding.message)},
+                            {"times", finding.times}});
+    return Json{{"findings", findings}}.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+}
+
+int print(const std::string &text, const FindingList &findings) {
+    std::fputs(text.c_str(), stdout);
+    return static_cast<int>(findings.findings().size());
+}
+
+}  // namespace
+
+int checkTemplate(const CheckOrder &order) {
+    FindingList findings(FindingUse::LINES);
+    Check check(order, &findings);
+    if (!check.open()) return -1;
+    if (order.format != "pdf") check.merge(RPT_FMT_TXT);
+    if (order.format != "txt") check.merge(RPT_FMT_PDF);
+    return print(order.json ? asJson(order, findings) : asLines(order, findings), findings);
+}
+
+int listMissingKeys(const CheckOrder &order) {
+    FindingList findings(FindingUse::LINES);
+    Check check(order, &findings);
+    if (!check.open()) return -1;
+    check.merge(RPT_FMT_TXT);
+    std::string text;
+    int count = 0;
+    for (const ListedFinding &finding : findings.findings()) {
+        if (finding.message != MISSING_KEY) continue;
+        const std::size_t start = finding.text.find('\'') + 1;
+        text += "# " + fileOf(order, finding) + ':' + std::to_string(lineOf(finding)) + '\n';
+        text += finding.text.substr(start, finding.text.rfind('\'') - start) + " = \n";
+        ++count;
+    }
+    std::fputs(text.c_str(), stdout);
+    return count;
+}
