@@ -40,7 +40,7 @@ void *start(const Results *results, const TemplateParam *arguments, DictResolver
         plugin->results = results;
         plugin->dict = dict;
     }
-    trace(results != NULL ? results->name : "-", arguments);
+    trace("start", arguments);
     return plugin;
 }
 

@@ -1,101 +1,127 @@
 // SPDX-License-Identifier: MIT
-// What templates mean, case by case, and what a merge does with files that fail.
+// Templates as rows of text: what a merge makes of each, what it says, and how it calls plug-ins,
+// which are real libraries, built as tests/plugins says.
+#include <algorithm>
+#include <filesystem>
+#include <string>
+
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "base/guards.h"
 #include "core/options.h"
+#include "output/dump_backend.h"
 #include "report/merge.h"
 #include "report/template_context.h"
+#include "report/user_vars.h"
+#include "results/results.h"
 #include "storage/strings.h"
 #include "support/case_runner.h"
 #include "support/log_capture.h"
-#include "support/merge_run.h"
+#include "support/temp_dir.h"
 
 namespace {
 
-constexpr char RESULTS[] =
-    "okra 1\n"
-    "app ifstats start=1000 stop=4661 restart=5 powerfail=7\n"
-    "reg u32 rxFrames value=123456 min=1 max=200000\nreg i32 minus value=-1 min=-10 max=10\n"
-    "reg u32 two value=2\nreg u64 big value=18446744073709551615 min=3 max=4\n"
-    "reg f32 ratio value=0.5\nreg f64 jitter value=0.125\n"
-    "reg counter rxBytes value=100 time=4 mult=8 div=1 secs=9\nreg u8-secs errored secs=60\n"
-    "reg sel link value=1 labels=\"down|up\"\nreg sel bare value=7\n"
-    "reg bits alarms value=0x15 labels=\"LOS|AIS|RDI\"\nreg a32 hist data=1,7,4294967295\n"
-    "reg a8 name data=72,105\nreg a8 quad data=0,0,64,64\nreg a8 bytes data=2,0,0,0,9\n"
-    "reg u32 dead value=1 invalid\nreg bits none value=0\n"
-    "reg sel r9 value=0 labels=nine\nreg u32 r10 value=10\nreg i32 r11 value=-11\n";
+constexpr const char *LIBRARIES[] = {"values.so", "values_next.so", "throwing.so"};
 
-// Labels that fill 63 characters, and that are longer.
-std::string wideLabels() {
-    const std::string thirty(30, 'a');
-    return "reg bits fits value=7 labels=\"" + thirty + "|" + thirty +
-           "|x\"\nreg bits long value=3 labels=\"" + std::string(63, 'b') + "|c\"\n";
+// Writes each "(%FORMAT CLAUSE%)" out as a row of one value.
+std::string writtenOut(std::string text) {
+    for (std::size_t at = 0; (at = text.find("(%", at)) != std::string::npos;) {
+        const std::size_t end = text.find("%)", at);
+        const std::size_t blank = text.find(' ', at);
+        const std::string format = text.substr(at + 1, blank - at - 1);
+        std::string clause = text.substr(blank, end - blank);
+        if (clause.find('>') == std::string::npos) clause += '>';
+        text.replace(at, end + 2 - at,
+                     "<row cstyle='" + format + "'><value" + clause + "</value></row>");
+    }
+    return text;
 }
 
-TEST(Templates, MeanWhatTheirCasesSay) {
-    runCases("report/cases/templates.txt", 1, [](const CaseFields &given) {
-        MergeRun run(RESULTS + wideLabels() +
-                     "app iface2 start=1 stop=2\nreg u32 rxFrames value=2\n");
-        copyPiece(opt_dictdir, run.dir().path());
-        run.file("dict_en.lxc",
-                 "[1]\nkey = one\nup = up in words\nDUT = DUT in words\n[2:3]\nkey = two\n"
-                 "[16]\nkey = sixteen\n");
-        run.file("other_en.lxc", "[1]\nkey = other\n");
-        run.setVar("site", "Lab 2");
-        run.setVar("label", "DUT");
-        for (const char *file : {"s1.tpl", "s3.tpl"})
-            run.file(file, "<row cstyle='%s'><value>a${p}</value></row>\n");
-        run.file("s2.tpl", "<row cstyle='b%s'><value>${p}</value></row>\n");
-        // Its row stands where the includer's next one does.
-        run.file("far.tpl", std::string(31, '\n') + "<row cstyle='b%s'><value>sub</value></row>\n");
-        // A loop that ends in it reads it again from a place that cuts the section clause in two.
-        run.file("long.tpl",
-                 std::string(1030, 'x') + "<tag>x<section top=3, bottom=0></iterate>\n");
-        return run.caseOutcome(given[0]);
-    });
+bool isLoaded(const std::string &library) {
+    void *handle = dlopen(library.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (handle != nullptr) dlclose(handle);
+    return handle != nullptr;
 }
 
-TEST(Templates, SayOnceWhatIsStillOpenAtTheEndAndTraceSections) {
-    MergeRun run;
-    EXPECT_EQ(run.merge("<report>\n<section id=a>\n<iterate to=3>\n<row cstyle=x>\n", 2).log,
-              "Warning: template ends with open clauses: section (main.tpl:2), "
-              "iterate (main.tpl:3), row (main.tpl:4).\n"
-              "Template merged (ret: 0).\n");
-    EXPECT_EQ(run.report("<section id=a-name-of-more-than-19, bottom=0>\n</section>", 3).log,
-              "Push section 'a-name-of-more-than' at level 0.\n"
-              "Pop section 'a-name-of-more-than' at level 0.\n"
-              "Template merged (ret: 0).\n");
-}
+// A directory with all that templates name; the test runs in it, so messages name plain files.
+class Templates : public testing::Test {
+protected:
+    Templates() {
+        setDefaults();
+        copyPiece(opt_dictdir, ".");
+        initResultsLoader();
+        kvInit(&vars_, 0, nullptr);
+        setUserVar(&vars_, "site", "Lab ${n}");
+        setUserVar(&vars_, "label", "DUT");
+        for (const char *name : LIBRARIES)
+            std::filesystem::create_symlink(std::filesystem::path(VORN_TEST_PLUGIN_DIR) / name,
+                                            dir_.path(name));
+        std::filesystem::current_path(dir_.path());
+    }
+    ~Templates() override {
+        kvFree(&vars_);
+        std::filesystem::current_path("/");
+    }
 
-// Two rows that begin at the same place of two windows.
-TEST(Templates, AreReadAnewWhereTheWindowWasReplaced) {
-    const auto row = [](const char *text) {
-        return std::string("<row cstyle='%s'><value>") + text + "</value></row>\n";
-    };
-    const std::string head = "<iterate var=i, from=1, to=3>\n" + row("a${i}");
-    const std::size_t before = std::string("<report>\n").size();
-    std::string text = head + std::string(TEMPLATE_WINDOW_SIZE - before - head.size(), '\n');
-    text += std::string(before + head.size() - row("a${i}").size(), '\n') + row("b${i}");
-    EXPECT_EQ(MergeRun().report(text + "</iterate>\n").report,
-              "a1\r\nb1\r\na2\r\nb2\r\na3\r\nb3\r\n");
-}
+    // A template, or "@NAME CONTENT", a file of the rows below.
+    CaseFields runRow(const CaseFields &row) {
+        std::string text = writtenOut(row[0]);
+        if (text.front() == '@') {
+            const std::size_t blank = text.find(' ');
+            dir_.write(text.substr(1, blank - 1), text.substr(blank + 1));
+            return {};
+        }
+        const bool started = text.front() == '!';
+        if (started)
+            text.replace(0, 1, "<plugin name=st, lib=./values.so, init=start(), end=finish()>");
+        if (text.front() == '^')
+            text.erase(0, 1);
+        else
+            text = "<report>\n" + text + "\n</report>\n";
+        CaseFields fields = merge(text);
+        std::string trace = dir_.read("trace.txt");
+        std::filesystem::remove("trace.txt");
+        if (started) {
+            EXPECT_TRUE(trace.starts_with("start\n") && trace.ends_with("finish\n")) << trace;
+            trace = trace.substr(6, std::max<std::size_t>(trace.size(), 13) - 13);
+        }
+        fields.push_back(trace);
+        for (const char *name : LIBRARIES) EXPECT_FALSE(isLoaded(dir_.path(name))) << name;
+        return fields;
+    }
 
-TEST(Templates, PassAFailingStreamAndAnUnknownFormatOn) {
-    MergeRun run;
-    run.file("main.tpl", "<report><row></row></report>");
-    const auto mergeInto = [](const char *path, std::uint32_t format,
-                              const char *from = "main.tpl") {
-        const FileGuard text(std::fopen(from, "rt"));
-        const FileGuard out(std::fopen(path, "wt"));
-        std::setvbuf(out.get(), nullptr, _IONBF, 0);
-        return mergeTemplate(nullptr, text.get(), out.get(), "main.tpl", format, nullptr, "");
-    };
-    EXPECT_EQ(mergeInto("/dev/full", RPT_FMT_TXT), DUMP_WRITE_FAILED);
-    EXPECT_EQ(mergeInto("out", 2), DUMP_UNKNOWN_FORMAT);
-    const LogCapture log;
-    EXPECT_EQ(mergeInto("out", RPT_FMT_TXT, "."), MERGE_TEMPLATE_ERROR);  // reading it fails
-    EXPECT_EQ(log.text(), "Error in main.tpl:0: the file cannot be read: Is a directory.\n");
+private:
+    // The report, and the messages behind the code when that is not 0.
+    CaseFields merge(const std::string &text) {
+        dir_.write("main.tpl", text);
+        Results *results = nullptr;
+        EXPECT_EQ(loadResultsFile("run.res", &results), RESULTS_OK);
+        const FileGuard templateFile(std::fopen("main.tpl", "rt"));
+        FileGuard report(std::fopen("report.txt", "wt"));
+        const LogCapture capture(2);
+        const int result = mergeTemplate(results, templateFile.get(), report.get(), "main.tpl",
+                                         RPT_FMT_TXT, &vars_, "dict");
+        report.reset();
+        freeResults(results);
+        std::string log = capture.text();
+        if (const std::size_t at = log.find("Template merged (ret: "); at != std::string::npos)
+            log.erase(at, log.find('\n', at) + 1 - at);
+        log = replaced(log, "Error in main.tpl:2: ", "%");
+        if (result != MERGE_OK) log.insert(0, std::to_string(result) + " ");
+        const std::string made = dir_.read("report.txt").substr(3);  // behind the byte-order mark
+        return {replaced(made, "\r\n", "\n"), log.substr(0, log.find_last_not_of('\n') + 1)};
+    }
+
+    TempDir dir_;
+    KvStore vars_;
+};
+
+TEST_F(Templates, MakeTheirReportsAndMessages) {
+    for (const char *file : {"values", "clauses", "plugins", "faults"})
+        runCases("report/cases/" + std::string(file) + ".txt", 1,
+                 [this](const CaseFields &row) { return runRow(row); });
 }
 
 }  // namespace
