@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "base/line_reader.h"
@@ -82,29 +81,4 @@ TEST(HostWholeFile, AppearsWholeOrNotAtAll) {
     removeLeftParts(dir.path().c_str());
     EXPECT_FALSE(dir.exists(".b.res.part"));
     EXPECT_TRUE(dir.exists(".c.res"));
-}
-
-TEST(HostWholeFile, WritersOfOneFileTakeTurns) {
-    const TempDir dir;
-    const std::string path = dir.path("a");
-    constexpr int writers = 6;
-    for (int i = 0; i < writers; ++i) {
-        if (fork() != 0) continue;
-        bool good = true;
-        for (int n = 0; n < 20 && good; ++n) {
-            WholeFile file;
-            good = file.begin(path.c_str(), PART_WAIT) == 0;
-            for (int k = 0; good && k < 2000; ++k) std::fputc('0' + i, file.stream());
-            removeLeftParts(dir.path().c_str());
-            good = good && file.commit(TARGET_REPLACED) == 0;
-        }
-        _exit(good ? 0 : 1);
-    }
-    for (int i = 0; i < writers; ++i) {
-        int status = -1;
-        wait(&status);
-        EXPECT_EQ(status, 0);
-    }
-    const std::string text = dir.read("a");
-    EXPECT_EQ(text, std::string(2000, text.empty() ? '?' : text[0]));
 }
