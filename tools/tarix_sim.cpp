@@ -421,25 +421,32 @@ int fail(std::string text, ExitStatus status) {
     return status;
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
+// Reads the command line and does what it says; the exit status. A failure is thrown.
+int run(int argc, char **argv) {
     CLI::App app("Plays the instrument for the service.", "tarix-sim");
     Said said{};
+    app.set_version_flag("--version", "tarix-sim " VORN_VERSION);
+    app.require_subcommand(1);
+    app.footer(
+        "VORN_ROOT of the environment stands in front of all paths.\n"
+        "Exit status: 0 done, 1 failed, 2 usage.");
+    for (const Command &command : commands) addCommand(&app, command, &said);
     try {
-        app.set_version_flag("--version", "tarix-sim " VORN_VERSION);
-        app.require_subcommand(1);
-        app.footer(
-            "VORN_ROOT of the environment stands in front of all paths.\n"
-            "Exit status: 0 done, 1 failed, 2 usage.");
-        for (const Command &command : commands) addCommand(&app, command, &said);
         app.parse(argc, argv);
-        runCommand(said);
-        if (std::fflush(stdout) != 0) return fail("standard output cannot be written", FAILED);
-        return DONE;
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() == 0) return app.exit(error);
         return fail(std::string(error.what()) + "; see tarix-sim --help", USAGE);
+    }
+    runCommand(said);
+    if (std::fflush(stdout) != 0) throw Failure("standard output cannot be written");
+    return DONE;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    try {
+        return run(argc, argv);
     } catch (const std::exception &error) {
         return fail(error.what(), FAILED);
     }

@@ -82,12 +82,19 @@ constexpr std::size_t ADDED_WORDS_MAX = 4;
 AddedWord addedWords[ADDED_WORDS_MAX];
 std::size_t addedCount = 0;
 
+// Ends the reply's line, for which there is room.
+void endLine(Reply *reply) {
+    const std::size_t length = std::strlen(reply->text);
+    reply->text[length] = '\n';
+    reply->text[length + 1] = '\0';
+}
+
 // Whether the line is a word that the service has added; then it is answered.
 bool answerAdded(std::string_view line, Reply *reply) {
     for (std::size_t i = 0; i < addedCount; ++i) {
         if (line != addedWords[i].name) continue;
         addedWords[i].answer(reply->text, sizeof reply->text - 1);
-        std::strcat(reply->text, "\n");
+        endLine(reply);
         return true;
     }
     return false;
@@ -101,7 +108,7 @@ void answerUnknown(Reply *reply) {
         length += std::snprintf(reply->text + used, sizeof reply->text - used, ", %s",
                                 addedWords[i].name);
     }
-    std::strcat(reply->text, "\n");
+    endLine(reply);
 }
 
 }  // namespace
