@@ -118,6 +118,5 @@ TEST_P(Session, AnswersAsWritten) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Documents, Session,
-                         testing::Values("tests/e2e/sessions/making.md",
-                                         "tests/e2e/sessions/desk.md"),
+                         testing::Values("docs/sessions/making.md", "docs/sessions/checking.md"),
                          nameOfDocument);

@@ -42,18 +42,6 @@ std::string wordsOf(const std::string &line) {
     return words;
 }
 
-// A list of items with a line for each thing that has a name, as a file holds it for people.
-std::string onLines(const std::string &json) {
-    std::string text;
-    std::istringstream lines(json);
-    for (std::string line; std::getline(lines, line);) {
-        const std::size_t start = line.find_first_not_of(' ');
-        if (line.find("\"name\"") != std::string::npos) text += '\n';
-        text += line.substr(start);
-    }
-    return text + '\n';
-}
-
 std::string repeated(const std::string &text, int times) {
     std::string all;
     for (int i = 0; i < times; ++i) all += text;
@@ -212,7 +200,6 @@ TEST_F(VornReport, ListsWhatResultsFilesOfferInTextAndAsJson) {
                "reg bits m value=0x5 labels=\"one\"\nreg a16 h data=1,2,3\n"
                "reg u64 l value=5 min=1 max=9\nreg i32 i value=-3\nreg f32 f value=11.9\n"
                "reg counter c value=600 time=10 mult=1 div=1 secs=60\n");
-    expectGolden(onLines(run({"--items", "--json", "s.res"}).out), "hidden_items.json");
     expectGolden(run({"--items", "s.res"}).out, "hidden_items.txt");
 
     // Applications that no argument can name, and a rate that is no number.

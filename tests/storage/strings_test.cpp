@@ -23,30 +23,3 @@ TEST(BoundedCopies, CutEndAndFillTheRestWithNuls) {
         EXPECT_EQ(cursor, copy + std::strlen(text));
     }
 }
-
-TEST(Trimming, TakesBlanksOffBothEndsBeforeAndAfterTheCut) {
-    const std::tuple<const char *, std::size_t, const char *> cases[] = {
-        {"  ab  ", 16, "ab"}, {"  ab  c", 4, "ab"}, {"\tab \t", 16, "\tab \t"},
-        {"   ", 16, ""},      {nullptr, 16, ""},    {"abcd", 4, "abc"},
-        {"abc", 1, ""},
-    };
-    for (const auto &[source, size, expected] : cases) {
-        char text[16] = "unchanged";
-        trimcpy(text, source, size);
-        EXPECT_STREQ(text, expected);
-    }
-}
-
-TEST(Numbers, ReadLikeAtoiAndStopAtTheNearestOfThirtyTwoBits) {
-    const std::pair<std::string_view, std::int32_t> cases[] = {
-        {" \t-7x", -7},
-        {"+5", 5},
-        {"+-5", 0},
-        {"2147483648", INT32_MAX},
-        {"-2147483649", INT32_MIN},
-        {"99999999999999999999999999", INT32_MAX},
-        {"0000000000000000000000000012", 12},
-        {std::string_view("123", 2), 12},
-    };
-    for (const auto &[text, expected] : cases) EXPECT_EQ(toInt32(text), expected) << text;
-}

@@ -67,12 +67,6 @@ std::int32_t byNumber(const void *a, const void *b, void *) {
     return valueOf(a) > valueOf(b) ? KV_AFTER : KV_BEFORE;
 }
 
-// Matches numbers from *argument on, and stops at 99.
-std::int32_t fromArgumentOn(const char *, void *value, void *argument) {
-    if (valueOf(value) == 99) return KV_MATCH_STOP;
-    return valueOf(value) >= *static_cast<int *>(argument) ? KV_MATCH_GO_ON : KV_NO_MATCH;
-}
-
 }  // namespace
 
 TEST(KvStore, KeepsOneValueAKeyInOrderUpToItsCapacity) {
@@ -98,32 +92,6 @@ TEST(KvStore, KeepsOneValueAKeyInOrderUpToItsCapacity) {
     EXPECT_EQ(s.add(std::string(70, 'k').c_str(), 1), KV_OK);  // 64 characters are kept
     EXPECT_EQ(kvGet(&s.kv, std::string(65, 'k').c_str()), nullptr);
     EXPECT_EQ(valueOf(kvGet(&s.kv, std::string(64, 'k').c_str())), 1);
-}
-
-TEST(KvStore, VisitsUntilAMatchStopsTheWalk) {
-    Store s;
-    for (const int n : {5, 1, 7, 99, 8}) s.add(std::to_string(n).c_str(), n);
-    int least = 5;
-    EXPECT_EQ(kvIterate(&s.kv, fromArgumentOn, &least), 3);  // 5, 7 and 99
-    least = 6;
-    EXPECT_EQ(valueOf(kvCondGet(&s.kv, fromArgumentOn, &least)), 7);
-    EXPECT_EQ(kvCondDel(&s.kv, fromArgumentOn, &least), KV_OK);
-    EXPECT_EQ(s.text(), "5=5 1=1 8=8 ");
-    EXPECT_EQ(freed, 2);
-    const auto sizeOfKey = [](const char *key, void *, void *size, std::int32_t *bytes) {
-        *bytes = *static_cast<std::int32_t *>(size);
-        return *key == '8' ? std::int32_t{KV_MATCH_STOP} : std::int32_t{KV_NO_MATCH};
-    };
-    for (std::int32_t size : {-1, 0, 4, 400}) {  // more than there is: cut
-        const HeapGuard<void> copy(kvCondGetCopy(&s.kv, sizeOfKey, &size, 4));
-        EXPECT_EQ(valueOf(copy.get()), size > 0 ? 8 : -1);
-    }
-    std::int32_t count = 0;
-    char **keys = kvGetList(&s.kv, &count);
-    EXPECT_EQ(std::string(keys[0]) + keys[1] + keys[2], "518");
-    EXPECT_EQ(count, 3);
-    EXPECT_EQ(keys[3], nullptr);
-    kvFreeList(keys);
 }
 
 TEST(KvStore, SurvivesWhatItsCallbacksDoToItWhenRecursive) {
