@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -169,7 +170,11 @@ bool makeReport(const ReportOrder &order) {
     const bool made = make(order, findings);
     reportSink = nullptr;
     if (made && order.oneOfMany) return true;
-    std::fputs(findings.logText(!order.quiet || order.strict).c_str(), stderr);
+    try {
+        std::fputs(findings.logText(!order.quiet || order.strict).c_str(), stderr);
+    } catch (const std::bad_alloc &) {  // the report is there, or not, all the same
+        std::fputs("vorn-report: no memory to tell the warnings\n", stderr);
+    }
     if (!made && order.strict && !findings.empty() && !findings.hasErrors())
         std::fputs("vorn-report: no report was written: with --strict a warning is an error\n",
                    stderr);

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -37,9 +38,12 @@ protected:
     }
     // What a command writes: both streams, without the marks of a text report.
     [[nodiscard]] std::string answer(const std::string &command) const {
-        const Outcome outcome = runProgram({"env", "PATH=" + binDir() + ":" + std::getenv("PATH"),
-                                            "sh", "-c", "exec 2>&1\n" + command},
-                                           dir_.path());
+        std::vector<std::string> words = {"env", "PATH=" + binDir() + ":" + std::getenv("PATH")};
+#ifdef VORN_SANITIZED  // plug-ins are loaded by the sanitizer then, which knows no folder of ours
+        words.push_back("LD_LIBRARY_PATH=" + binDir() + "/../lib/vorn");
+#endif
+        words.insert(words.end(), {"sh", "-c", "exec 2>&1\n" + command});
+        const Outcome outcome = runProgram(words, dir_.path());
         std::string text = withoutStamps(outcome.out);
         std::erase(text, '\r');
         for (std::size_t at; (at = text.find("\xEF\xBB\xBF")) != std::string::npos;)
