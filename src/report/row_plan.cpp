@@ -216,6 +216,7 @@ int addPlanned(TemplateContext *ctx, const PlannedValue *planned, ReportRow *row
 
 RowPlan *findRowPlan(TemplateContext *ctx, const TemplateTag *tag) {
     if (ctx->plans == nullptr || ctx->iterDepth == 0) return nullptr;
+    if (ctx->steps > TEMPLATE_MAX_STEPS - MOST_STEPS) return nullptr;
     const TemplateFile *file = currentFile(ctx);
     const RowPlanSlot *slot = planSlot(ctx, file, tag);
     RowPlan *plan = slot->key == tag->text.data() ? slot->plan : nullptr;
