@@ -62,8 +62,9 @@ std::string scaffoldFor(const Results *results) {
         for (const Json &time : app["times"]) rows += timeRow(time);
         for (const Json &reg : app["registers"]) rows += registerRows(reg);
         if (rows.empty()) continue;
-        text += "\n<section id=" + name.substr(0, 19) + ">\n<row cstyle='%s'><value>" + name +
-                "</value></row>\n" + rows + "</section>\n";
+        text.append("\n<section id=").append(name, 0, 19);
+        text.append(">\n<row cstyle='%s'><value>").append(name);
+        text.append("</value></row>\n").append(rows).append("</section>\n");
     }
     return text + "\n</report>\n";
 }

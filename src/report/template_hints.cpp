@@ -14,7 +14,7 @@ constexpr std::size_t NAME_MAX_COMPARED = 12;  // no clause's name is longer
 
 // The number of letters to change, add, leave out or swap with the next.
 std::size_t distance(std::string_view a, std::string_view b) {
-    std::size_t rows[NAME_MAX_COMPARED + 3][NAME_MAX_COMPARED + 3];
+    std::size_t rows[NAME_MAX_COMPARED + 3][NAME_MAX_COMPARED + 3] = {};
     for (std::size_t i = 0; i <= a.size(); ++i) rows[i][0] = i;
     for (std::size_t j = 0; j <= b.size(); ++j) rows[0][j] = j;
     for (std::size_t i = 1; i <= a.size(); ++i)

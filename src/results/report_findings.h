@@ -18,7 +18,7 @@ enum FindingSeverity : std::uint8_t {
 // How the log words a finding: "OPENING PLACE: TEXT", or "OPENING TEXT" without a place.
 struct FindingForm {
     FindingSeverity severity;
-    int level;  // of the log; 0: never there
+    std::int8_t level;  // of the log; 0: never there
     bool hasPlace;
     const char *opening;
 };

@@ -12,7 +12,7 @@ static_assert(sizeof(std::time_t) == 8);
 int loadLocalTime() {
     // Beyond the zone's table stand rules, which name summer and winter time when first used.
     constexpr std::time_t WINTER = 4102444800;  // of 2100
-    constexpr std::time_t SUMMER = WINTER + 182 * 86400;
+    constexpr std::time_t SUMMER = WINTER + std::time_t{182} * 86400;
     errno = 0;
     tzset();
     std::tm broken{};
