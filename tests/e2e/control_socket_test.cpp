@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The control socket of a running service, whatever its clients and the system do.
+#include <algorithm>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -81,7 +83,11 @@ TEST_F(ControlSocket, AnswersBesideClientsThatAreSlowOrSilentOrDoNotListen) {
 
 TEST_F(ControlSocket, AnswersWithSoFewDescriptorsThatEachIsInUse) {
     start();
-    const rlimit few = {8, 8};
+    rlim_t used = 0;  // some eight
+    for (const auto &entry :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(run.pid()) + "/fd"))
+        used = std::max<rlim_t>(used, std::stoul(entry.path().filename()) + 1);
+    const rlimit few = {used, used};
     ASSERT_EQ(prlimit(run.pid(), RLIMIT_NOFILE, &few, nullptr), 0);
     std::vector<int> silent;
     for (int i = 0; i < 9; ++i) silent.push_back(run.connectControl());
