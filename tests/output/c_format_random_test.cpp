@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    std::size_t below(std::size_t limit) { return random_() % limit; }
+    std::size_t below(std::size_t limit) { return static_cast<std::size_t>(random_() % limit); }
     char oneOf(std::string_view letters) { return letters[below(letters.size())]; }
 
     std::string literal() {

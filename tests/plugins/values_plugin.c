@@ -29,9 +29,9 @@ static void trace(const char *what, const TemplateParam *arguments) {
     fclose(file);
 }
 
-static long numberOf(const TemplateParam *arguments, const char *name) {
+static long long numberOf(const TemplateParam *arguments, const char *name) {
     const char *text = vorn_get_param_value(arguments, name);
-    return text == NULL ? 0 : strtol(text, NULL, 0);
+    return text == NULL ? 0 : strtoll(text, NULL, 0);
 }
 
 void *start(const Results *results, const TemplateParam *arguments, DictResolver *dict) {
@@ -82,7 +82,7 @@ int32_t give(void *pluginData, const TemplateParam *arguments, ItemValue *value)
     } data;
     struct Plugin *plugin = pluginData;
     const char *text = vorn_get_param_value(arguments, "text");
-    const long number = numberOf(arguments, "number");
+    const long long number = numberOf(arguments, "number");
 
     if (plugin != NULL) ++plugin->calls;
     if (value->type != 0 || value->data != NULL || value->size != 0 || value->flags != 0) return 99;
