@@ -122,5 +122,6 @@ TEST_P(Session, AnswersAsWritten) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Documents, Session,
-                         testing::Values("docs/sessions/making.md", "docs/sessions/checking.md"),
+                         testing::Values("docs/sessions/making.md", "docs/sessions/checking.md",
+                                         "docs/sessions/tutorial.md"),
                          nameOfDocument);
