@@ -17,6 +17,7 @@
 #include "report_advice.h"
 #include "report_findings.h"
 #include "report_make.h"
+#include "report_watch.h"
 #include "results/results.h"
 
 namespace {
@@ -52,7 +53,8 @@ public:
 
 private:
     void mergeOnce(std::uint32_t format, bool withoutResults) {
-        const ReportSink sink = {FindingList::take, findings_, true, true, withoutResults};
+        const ReportSink sink = {FindingList::take, findings_,     true, true,
+                                 withoutResults,    noteReportFile};
         reportSink = &sink;
         std::rewind(template_.get());
         const std::string path = shownTemplate(order_.templateFile);

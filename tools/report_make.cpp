@@ -19,6 +19,7 @@
 #include "report/merge.h"
 #include "report/report.h"
 #include "report/user_vars.h"
+#include "report_watch.h"
 #include "results/results.h"
 #include "storage/files.h"
 
@@ -165,7 +166,7 @@ bool makeReport(const ReportOrder &order) {
             "PDF reports are in English: --lang " + order.lang + " has no effect.";
         findings.add({&ownWarning, "", nullptr, 0, "", text.c_str()});
     }
-    const ReportSink sink = {FindingList::take, &findings, false, false, false};
+    const ReportSink sink = {FindingList::take, &findings, false, false, false, noteReportFile};
     reportSink = &sink;
     const bool made = make(order, findings);
     reportSink = nullptr;

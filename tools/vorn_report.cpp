@@ -26,6 +26,7 @@
 #include "report_each.h"
 #include "report_make.h"
 #include "report_scaffold.h"
+#include "report_watch.h"
 #include "results/dict_resolver.h"
 #include "results/results.h"
 #include "storage/strings.h"
@@ -47,7 +48,7 @@ struct Arguments {
     std::string missingKeys;
     std::vector<std::string> more;  // results files of --each
     unsigned jobs = 1;
-    bool overwrite = false, strict = false, quiet = false;
+    bool overwrite = false, strict = false, quiet = false, watch = false;
 };
 
 // ---- command line ----
@@ -122,6 +123,10 @@ void declareArguments(CLI::App *app, Arguments *args) {
     app->add_flag("--check", args->check,
                   "tells all mistakes of TEMPLATE and makes nothing:\n"
                   "'vorn-report --check lab.tpl [lab.res]'");
+    app->add_flag("--watch", args->watch,
+                  "makes the report, or checks, again whenever a file\n"
+                  "of it changes, until Ctrl-C:\n"
+                  "'vorn-report --watch lab.res lab.tpl lab.txt'");
     app->add_option("--missing-keys", args->missingKeys,
                     "lists the keys that no dictionary has in a\nlanguage: "
                     "'vorn-report --missing-keys de lab.tpl\n[lab.res]'")
@@ -148,8 +153,27 @@ void declareArguments(CLI::App *app, Arguments *args) {
     app->set_help_flag("-h,--help", "prints this text");
 }
 
+// Refuses what cannot be done in one run.
+void checkModes(const Arguments &args) {
+    const std::pair<const char *, bool> modes[] = {{"--check", args.check},
+                                                   {"--missing-keys", !args.missingKeys.empty()},
+                                                   {"--scaffold", args.scaffold},
+                                                   {"--each", args.each},
+                                                   {"--items", args.items}};
+    const char *chosen = nullptr;
+    for (const auto &[name, isChosen] : modes) {
+        if (!isChosen) continue;
+        if (chosen != nullptr) throw CLI::ExcludesError(chosen, name);
+        chosen = name;
+    }
+    if (args.watch && chosen != nullptr && !args.check) throw CLI::ExcludesError("--watch", chosen);
+    if (args.watch && (args.results == "-" || args.templateFile == "-"))
+        throw CLI::ExcludesError("--watch", "standard input");
+}
+
 // Throws what the parser throws, so that all wrong usage ends alike.
 void checkArguments(Arguments *args) {
+    checkModes(*args);
     if (args->json && !args->items && !args->check)
         throw CLI::RequiredError("--json: --items or --check");
     if (args->check || !args->missingKeys.empty()) {
@@ -237,6 +261,13 @@ bool prepare(const Arguments &args, DescriptorGuard *dictFolder) {
     return false;
 }
 
+// The reports of one watch replace each other; one from before is kept as in a single run.
+[[noreturn]] void watchReport(const Arguments &args, ReportOrder order) {
+    watchFiles({args.results, args.templateFile}, args.quiet, [&order] {
+        if (makeReport(order)) order.overwrite = true;
+    });
+}
+
 int runReport(const Arguments &args) {
     const ReportOrder order = {
         args.results,
@@ -252,14 +283,26 @@ int runReport(const Arguments &args) {
         std::none_of(args.vars.begin(), args.vars.end(),
                      [](const std::string &var) { return var.starts_with("report-name="); }),
         {}};
+    if (args.watch) watchReport(args, order);
     if (!args.each) return makeReport(order) ? EXIT_MADE : EXIT_FAILED;
     const bool listed = args.more.size() == 1 && args.more.front() == "-";
     const std::vector<std::string> results = listed ? readNames(args.nul) : args.more;
     return makeEach(order, results, args.jobs) ? EXIT_MADE : EXIT_FAILED;
 }
 
+[[noreturn]] void watchCheck(const Arguments &args, const CheckOrder &order) {
+    std::vector<std::string> files = {args.templateFile};
+    if (!args.results.empty()) files.push_back(args.results);
+    watchFiles(files, args.quiet, [&] {
+        const int found = checkTemplate(order);
+        std::fflush(stdout);
+        if (!args.quiet && found >= 0) std::fprintf(stderr, "vorn-report: %d findings\n", found);
+    });
+}
+
 int runCheck(const Arguments &args) {
     const CheckOrder order = {args.templateFile, args.results, args.format, args.dict, args.json};
+    if (args.watch) watchCheck(args, order);
     const int found = args.check ? checkTemplate(order) : listMissingKeys(order);
     if (std::fflush(stdout) != 0) std::perror("vorn-report: standard output");
     return found == 0 ? EXIT_MADE : EXIT_FAILED;

@@ -59,6 +59,7 @@ FileGuard openTemplate(TemplateContext *ctx, const char *path) {
     ctx->steps += STEPS_FILE;
     char whole[TEMPLATE_WHOLE_PATH_SIZE];
     std::snprintf(whole, sizeof whole, "%s%s", templateFolder(ctx, path), path);
+    tellOpened(whole);
     return openForReading(whole);
 }
 

@@ -18,6 +18,7 @@ int openDictionary(LexicaDict *dict, const char *name, const char *lang) {
     std::snprintf(file, sizeof file, "%s_%s.lxc", name, lang);
     char path[OPTION_PATH_SIZE];
     joinPath(path, sizeof path, opt_dictdir, file);
+    tellOpened(path);
     return lexica_open(dict, path);
 }
 

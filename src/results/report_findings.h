@@ -39,6 +39,7 @@ struct ReportSink {
     bool hints;           // looks for what the log never has, too
     bool goOn;            // leaves a wrong clause out and reads on
     bool withoutResults;  // looks at everything that needs no results, whatever they would say
+    void (*opens)(const char *path);  // is told each file before it is opened; null: nobody is
 };
 
 // Null: findings go to the log. A program sets it before its first report and has one thread.
@@ -54,6 +55,11 @@ extern FindingPlace findingPlace;
 
 inline bool wantsHints() {
     return reportSink != nullptr && reportSink->hints;
+}
+
+// Tells a sink of an include or a dictionary that is going to be opened.
+inline void tellOpened(const char *path) {
+    if (reportSink != nullptr && reportSink->opens != nullptr) reportSink->opens(path);
 }
 
 // Whether somebody reads findings of a form.
