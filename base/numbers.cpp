@@ -2,8 +2,11 @@
 #include "base/numbers.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
+#include <clocale>
 #include <cmath>
+#include <cstdlib>
 
 namespace {
 
@@ -22,22 +25,37 @@ bool isHex(std::string_view text) {
     return text.starts_with("0x") || text.starts_with("0X");
 }
 
+// More digits than a double takes to be told from its neighbours, and the zeros in front of them.
+constexpr std::size_t REAL_TEXT_MAX = 1100;
+
+// The number at the start of a text of at most REAL_TEXT_MAX bytes, as the C library reads it in
+// its own locale; *length is how much of the text it is. from_chars would do, but that of the C++
+// library brings in the mathematics library, which would lie in the service's memory for it alone.
+double readReal(std::string_view text, std::size_t *length, bool single) {
+    static const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    char copy[REAL_TEXT_MAX + 1];
+    copy[text.copy(copy, REAL_TEXT_MAX)] = '\0';
+    char *stop = copy;
+    const double number =
+        single ? static_cast<double>(strtof_l(copy, &stop, plain)) : strtod_l(copy, &stop, plain);
+    *length = static_cast<std::size_t>(stop - copy);
+    return number;
+}
+
 template <class Real>
 NumberResult parseRealOf(std::string_view text, Real *value) {
-    const bool negative = text.starts_with('-');
-    if (negative) text.remove_prefix(1);
-    const bool hex = isHex(text);
-    if (hex) text.remove_prefix(2);
-    // from_chars takes a second sign, one behind the prefix, and the words.
-    if (text.empty() || std::string_view("-iInN").find(text[0]) != std::string_view::npos)
+    // Blanks, a plus and the words are numbers to the C library.
+    const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
+    if (digits.empty() || std::string_view("0123456789.").find(digits[0]) == std::string_view::npos)
         return NUMBER_BROKEN;
-    Real number{};
-    const char *end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(
-        text.data(), end, number, hex ? std::chars_format::hex : std::chars_format::general);
-    if (stop != end || error == std::errc::invalid_argument) return NUMBER_BROKEN;
-    if (error != std::errc()) return NUMBER_OUT_OF_RANGE;
-    *value = negative ? -number : number;
+    if (text.size() > REAL_TEXT_MAX) return NUMBER_OUT_OF_RANGE;
+    std::size_t length = 0;
+    errno = 0;
+    const double number = readReal(text, &length, std::same_as<Real, float>);
+    if (length != text.size()) return NUMBER_BROKEN;
+    // Small numbers that lose digits are told as well, but are numbers.
+    if (errno == ERANGE && (number == 0 || std::isinf(number))) return NUMBER_OUT_OF_RANGE;
+    *value = static_cast<Real>(number);
     return NUMBER_OK;
 }
 
@@ -130,17 +148,6 @@ std::uint32_t toUint32(std::string_view text) {
 }
 
 double toDouble(std::string_view text) {
-    const bool negative = takeSign(&text);
-    if (text.starts_with('-')) return 0;  // from_chars would take a second sign
-    const bool hex = takeHexPrefix(&text);
-    double number = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number,
-                                        hex ? std::chars_format::hex : std::chars_format::general);
-    if (result.ec == std::errc::result_out_of_range) {
-        // A short text has too few digits for that: it was the exponent, and its sign tells.
-        const std::size_t exponent = text.find_first_of(hex ? "pP" : "eE");
-        const bool tiny = text.substr(std::min(exponent, text.size())).substr(0, 2).ends_with('-');
-        number = tiny ? 0 : HUGE_VAL;
-    }
-    return negative ? -number : number;
+    std::size_t length = 0;
+    return readReal(text, &length, false);
 }

@@ -25,7 +25,7 @@ NumberResult parseSigned(std::string_view text, std::int64_t min, std::int64_t m
 NumberResult parseCNumber(std::string_view text, std::uint32_t *value);
 
 // A decimal or hexadecimal fraction, with a '-' in front if need be; not the words for infinity and
-// for no number.
+// for no number. One of more than 1,100 characters is out of range.
 NumberResult parseReal(std::string_view text, float *value);
 NumberResult parseReal(std::string_view text, double *value);
 
@@ -58,6 +58,5 @@ std::int32_t toInt32(std::string_view text);
 // negates.
 std::uint32_t toUint32(std::string_view text);
 
-// As strtod, but for the words: too large gives infinity, too small 0. The text is short: at most
-// some hundred digits.
+// As strtod: too large gives infinity, too small 0. Only 1,100 characters count.
 double toDouble(std::string_view text);

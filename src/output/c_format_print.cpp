@@ -285,38 +285,58 @@ void putInteger(Text *text, const Conversion *conversion, const Integer *integer
     putDecimal(text, &decimal, integer->bits, integer->isSigned);
 }
 
-// Enough for the longest number that is printed here: %f of 1e308 with the largest precision.
-constexpr std::int32_t MAX_OWN_PRECISION = 128;
-constexpr std::size_t DOUBLE_ROOM = 309 + 1 + MAX_OWN_PRECISION + 1;
+// The most decimals that putFixed prints, and its room: 16 digits before the point, the point,
+// these.
+constexpr int MAX_FIXED_DECIMALS = 9;
+constexpr std::size_t FIXED_ROOM = 16 + 1 + MAX_FIXED_DECIMALS;
 
-std::chars_format notationOf(char letter) {
-    if (letter == 'e' || letter == 'E') return std::chars_format::scientific;
-    return letter == 'g' || letter == 'G' ? std::chars_format::general : std::chars_format::fixed;
-}
-
-// Prints a number of 0 or more with up to three decimals as std::to_chars does, by whole numbers;
-// null when it cannot. A double is a whole number of 53 bits times a power of two: times 1000 it
-// still fits into 64 bits, and what the power cuts off says exactly how to round.
-char *putFixed(char *to, char *end, double number, int precision) {
-    constexpr std::uint64_t powers[] = {1, 10, 100, 1000};
+// Prints a number of 0 or more as "%.*f" does, by whole numbers; null when it cannot, which is
+// rare. A double is a whole number of 53 bits times a power of two. Of these bits, 60 at most are
+// kept behind the binary point: ten times as much still fits into 64 bits, so that the decimals
+// come out one after the other, and what is left of the bits says exactly how to round.
+char *putFixed(char (&digits)[FIXED_ROOM], double number, int precision) {
     constexpr int MANTISSA_BITS = 52;
     constexpr int EXPONENT_BIAS = 1023 + MANTISSA_BITS;
-    if (precision >= static_cast<int>(std::size(powers))) return nullptr;
+    constexpr int KEPT_BITS = 60;
+    if (precision > MAX_FIXED_DECIMALS) return nullptr;
     std::uint64_t bits = 0;
     std::memcpy(&bits, &number, sizeof bits);
-    const int cut = EXPONENT_BIAS - static_cast<int>(bits >> MANTISSA_BITS);
-    if (cut < 1 || cut > 63) return nullptr;  // a whole number, or a very small one
+    const int exponent = static_cast<int>(bits >> MANTISSA_BITS);
     const std::uint64_t hidden = std::uint64_t{1} << MANTISSA_BITS;
-    const std::uint64_t scaled = ((bits & (hidden - 1)) | hidden) * powers[precision];
-    std::uint64_t rounded = scaled >> cut;
-    const std::uint64_t rest = scaled & ((std::uint64_t{1} << cut) - 1);
-    const std::uint64_t half = std::uint64_t{1} << (cut - 1);
-    if (rest > half || (rest == half && (rounded & 1) != 0)) ++rounded;
+    std::uint64_t mantissa = (bits & (hidden - 1)) | (exponent > 0 ? hidden : 0);
+    int cut = EXPONENT_BIAS - std::max(exponent, 1);  // the bits behind the binary point
+    if (cut < 1) return nullptr;                      // a large whole number, or none
+    bool lost = false;
+    if (cut > KEPT_BITS) {
+        const int tooMany = std::min(cut - KEPT_BITS, 63);
+        lost = (mantissa & ((std::uint64_t{1} << tooMany) - 1)) != 0;
+        mantissa >>= tooMany;
+        cut = KEPT_BITS;
+    }
+    const std::uint64_t one = std::uint64_t{1} << cut;
+    std::uint64_t whole = mantissa >> cut;
+    std::uint64_t rest = mantissa & (one - 1);
+    std::uint64_t decimals = 0;
+    std::uint64_t allDecimals = 1;
+    for (int i = 0; i < precision; ++i, allDecimals *= 10) {
+        rest *= 10;
+        decimals = decimals * 10 + (rest >> cut);
+        rest &= one - 1;
+    }
+    // Bits that were lost are less than one of the last place, which has been taken times ten as
+    // well.
+    const std::uint64_t half = one / 2;
+    if (lost && (rest < half ? half : one) - rest <= allDecimals) return nullptr;
+    const bool odd = ((precision == 0 ? whole : decimals) & 1) != 0;
+    if (rest > half || (rest == half && (odd || lost))) ++decimals;
+    if (decimals == allDecimals) {
+        ++whole;
+        decimals = 0;
+    }
 
-    to = std::to_chars(to, end, rounded / powers[precision]).ptr;
+    char *to = std::to_chars(digits, std::end(digits), whole).ptr;
     if (precision == 0) return to;
     *to++ = '.';
-    std::uint64_t decimals = rounded % powers[precision];
     for (int i = precision; i > 0; --i, decimals /= 10)
         to[i - 1] = static_cast<char>('0' + decimals % 10);
     return to + precision;
@@ -326,23 +346,14 @@ void putDouble(Text *text, const Conversion *conversion, double number) {
     constexpr std::string_view letters = "fFeEgGaA";
     const bool known = letters.find(conversion->letter) != std::string_view::npos;
     const char letter = known ? conversion->letter : 'f';
-    if (conversion->has(FLAG_ALTERNATE | FLAG_GROUP) || letter == 'a' || letter == 'A' ||
-        conversion->precision > MAX_OWN_PRECISION) {
-        putByLibrary(text, conversion, "", letter, number);
-        return;
-    }
     const int precision = conversion->precision == NOT_GIVEN ? 6 : conversion->precision;
-    char digits[DOUBLE_ROOM];
-    const std::chars_format notation = notationOf(letter);
-    const double size = std::fabs(number);
-    char *end = notation == std::chars_format::fixed
-                    ? putFixed(digits, std::end(digits), size, precision)
-                    : nullptr;
-    if (end == nullptr)
-        end = std::to_chars(digits, std::end(digits), size, notation, precision).ptr;
-    if (letter <= 'Z') toUpper(digits, end);
+    char digits[FIXED_ROOM];
+    const char *end = nullptr;
+    if ((letter == 'f' || letter == 'F') && !conversion->has(FLAG_ALTERNATE | FLAG_GROUP))
+        end = putFixed(digits, std::fabs(number), precision);
+    if (end == nullptr) return putByLibrary(text, conversion, "", letter, number);
     putNumber(text, conversion, signOf(conversion, std::signbit(number)), 0,
-              {digits, static_cast<std::size_t>(end - digits)}, std::isfinite(number));
+              {digits, static_cast<std::size_t>(end - digits)}, true);
 }
 
 // A string counted in bytes: the precision cuts it as snprintf does.
