@@ -5,25 +5,28 @@
  *   <value plugin=std.verdict(item:rxErrors;low:0;high:10), dict></value>
  */
 /* clang-format off */
-/*   within(item; low; high)     INT32, 1 when low <= item <= high, else 0; one limit may be absent
+/*   within(item; low; high)     INT32, 1 when low <= item <= high, else 0; one limit may be left out
  *   compare(item; op; number)   INT32, 1 when it holds, else 0; op is lt, le, eq, ne, ge or gt
  *   verdict(item; low; high)    string, "pass" or "fail": keys for a dictionary
  *   present(item)               INT32, 1 when the item holds a value, else 0
  *   count(item)                 INT32, how many numbers there are
  *   sum, mean, min, max (item)  DOUBLE, of all numbers
- *   percentile(array; p)        DOUBLE, the smallest number that p percent do not exceed
+ *   percentile(array; p)        DOUBLE, the smallest that is at least as large as p percent
  *   ratio(a; b)                 DOUBLE, a / b; absent when b is 0
  *   difference(a; b)            DOUBLE, a - b
  *   iso_time(item)              string, seconds since 1970 as 2023-11-14T22:13:20Z */
 /* clang-format on */
-/* An item is [application@]item[:field]. The application of one that names none is the argument
- * `app` of the call, then that of std_init, then the file's first: in `enabled-by`, `from` and `to`
- * a text with "@" is no call, so `app` is how an application is named there. iso_time takes the
- * times of an application too: %start-time, %stop-time, %restart-time, %powerfail-time.
+/* An item is [application@]item[:field], or [application@]item[index] for an element of an array.
+ * The application of one that names none is the argument `app` of the call, then that of std_init,
+ * then the file's first: in `enabled-by`, `from` and `to` a text with "@" is no call, so `app` is
+ * how an application is named there. iso_time takes the times of an application too: %start-time,
+ * %stop-time, %restart-time, %powerfail-time.
  *
- * Where all numbers count, `item` (or `array`) lists items with blanks between them, and an array
- * counts with all its elements, unsigned. What holds no value is left out there; everywhere else it
- * makes the result absent, "----" in the report. Numbers are compared as DOUBLE. */
+ * Elements of arrays are unsigned, a selection counts as the number of its entry, a bit set as that
+ * of its bits. Where all numbers count, `item` (or `array`) lists items with blanks between them,
+ * and an array counts with all its elements. What holds no value, or no number (NaN), is left out
+ * there; everywhere else it makes the result absent, "----" in the report. Numbers are DOUBLE, and
+ * exact up to 2^53. */
 #include <math.h>
 #include <stdint.h>
 #include <stdio.h>
@@ -41,17 +44,22 @@ int vorn_plugin_abi = VORN_PLUGIN_ABI;
 enum {
     STD_OK = 0,
     STD_ABSENT = 1,        /* inside this file only: the item holds no value */
-    STD_BAD_ARGUMENT = -1, /* an argument is missing, or no number */
-    STD_NO_NUMBER = -2,    /* the item is a label, a bit set, or an array where one number counts */
+    STD_BAD_ARGUMENT = -1, /* an argument is missing, no number, or makes no sense */
+    STD_NO_NUMBER = -2,    /* the item has no such field, or is an array where one number counts */
     STD_NO_MEMORY = -4,
+    STD_NO_ELEMENT = -5, /* the array ends before the index */
 };
 
-enum { ITEM_SIZE = 96 };
+enum {
+    VALUE_SIZE = sizeof(((TemplateParam *)0)->value),
+    ITEM_SIZE = 2 * VALUE_SIZE, /* of an application, "@" and an item */
+    MAX_DIGITS = 9,             /* of an index */
+};
 
 /* What std_init makes. Two reports may be made at once, so nothing lives outside it. */
 typedef struct {
     const Results *results;
-    char app[16];
+    char app[VALUE_SIZE];
 } Std;
 
 /* ---- arguments ---- */
@@ -72,81 +80,144 @@ static const char *applicationOf(const Std *std, const TemplateParam *arguments)
 
 /* ---- items ---- */
 
-/* Finds one item of at most `length` bytes of text: STD_OK, STD_ABSENT, or VORN_ITEM_MISSING, after
- * the program's message. */
+typedef struct {
+    const RegisterRecord *reg;
+    int32_t field; /* VORN_FIELD_... */
+    long index;    /* of an element; -1: none is asked for */
+} Item;
+
+/* Reads the index of an item text "item[index]", which the look-up only cuts off. */
+static int readIndex(const char *text, long *index) {
+    const char *at = strchr(text, '@');
+    const char *name = at != NULL ? at + 1 : text;
+    const char *digits = strchr(name, '[');
+    size_t count;
+    *index = -1;
+    if (digits == NULL || strchr(name, ':') != NULL) return STD_OK; /* "[" is part of the name */
+    count = strspn(++digits, "0123456789");
+    if (count == 0 || count > MAX_DIGITS || strcmp(digits + count, "]") != 0)
+        return STD_BAD_ARGUMENT;
+    *index = strtol(digits, NULL, 10);
+    return STD_OK;
+}
+
+/* Finds one item of `length` bytes of text: STD_OK, STD_ABSENT, STD_BAD_ARGUMENT, STD_NO_ELEMENT,
+ * STD_NO_NUMBER for an index of what is no array, or VORN_ITEM_MISSING after the program's message.
+ */
 static int findItem(const Std *std, const TemplateParam *arguments, const char *text, size_t length,
-                    const RegisterRecord **reg, int32_t *field) {
+                    Item *found) {
     char item[ITEM_SIZE]; /* a copy: the look-up cuts it into its parts */
     const char *app = applicationOf(std, arguments);
     if (memchr(text, '@', length) != NULL || *app == '\0')
         snprintf(item, sizeof item, "%.*s", (int)length, text);
     else
         snprintf(item, sizeof item, "%s@%.*s", app, (int)length, text);
-    *field = VORN_FIELD_VALUE;
-    *reg = vorn_get_result_item(item, std->results, field);
-    if (*reg == NULL) return VORN_ITEM_MISSING;
-    return (*reg)->valid ? STD_OK : STD_ABSENT;
+    if (readIndex(item, &found->index) != STD_OK) return STD_BAD_ARGUMENT;
+    found->field = VORN_FIELD_VALUE;
+    found->reg = vorn_get_result_item(item, std->results, &found->field);
+    if (found->reg == NULL) return VORN_ITEM_MISSING;
+    if (!found->reg->valid) return STD_ABSENT;
+    if (found->index < 0) return STD_OK;
+    if (found->reg->kind != VORN_REG_ARRAY) return STD_NO_NUMBER;
+    return found->index < found->reg->as.array.length ? STD_OK : STD_NO_ELEMENT;
 }
+
+/* An element of an array that has it; the program keeps the size in bytes right before the data. */
+static double elementOf(const RegisterRecord *reg, size_t index) {
+    uint64_t size;
+    uint16_t half;
+    uint32_t word;
+    size_t width;
+    const uint8_t *element;
+    memcpy(&size, reg->as.array.data - sizeof size, sizeof size);
+    width = (size_t)size / reg->as.array.length;
+    element = reg->as.array.data + index * width; /* need not be aligned */
+    if (width == sizeof word) {
+        memcpy(&word, element, sizeof word);
+        return word;
+    }
+    if (width == sizeof half) {
+        memcpy(&half, element, sizeof half);
+        return half;
+    }
+    return *element;
+}
+
+/* Fields that a kind of register has, bit n: VORN_FIELD n. An array has elements. */
+enum {
+    HAS_VALUE = 1 << VORN_FIELD_VALUE,
+    HAS_SECS = 1 << VORN_FIELD_SECS,
+    HAS_RATE = 1 << VORN_FIELD_RATE,
+    HAS_RANGE = 1 << VORN_FIELD_MIN | 1 << VORN_FIELD_MAX
+};
+static const unsigned char fieldsOf[] = {
+    [VORN_REG_SELECTION] = HAS_VALUE,
+    [VORN_REG_BITSET] = HAS_VALUE,
+    [VORN_REG_UINT32] = HAS_VALUE | HAS_RANGE,
+    [VORN_REG_INT32] = HAS_VALUE | HAS_RANGE,
+    [VORN_REG_UINT64] = HAS_VALUE | HAS_RANGE,
+    [VORN_REG_FLOAT] = HAS_VALUE,
+    [VORN_REG_DOUBLE] = HAS_VALUE,
+    [VORN_REG_COUNTER] = HAS_VALUE | HAS_RATE | HAS_SECS,
+    [VORN_REG_UINT32_SECS] = HAS_VALUE | HAS_SECS,
+    [VORN_REG_ARRAY] = 0,
+};
 
 /* Takes value, min or max of a kind that has all three. */
 #define PICK_FIELD(numbers, field)                         \
     ((field) == VORN_FIELD_VALUE ? (double)(numbers).value \
      : (field) == VORN_FIELD_MIN ? (double)(numbers).min   \
-     : (field) == VORN_FIELD_MAX ? (double)(numbers).max   \
-                                 : NAN)
+                                 : (double)(numbers).max)
 
-/* The number in a field of a register. STD_NO_NUMBER when there is none. */
-static int readField(const RegisterRecord *reg, int32_t field, double *number) {
-    const int isValue = field == VORN_FIELD_VALUE;
-    double found = NAN;
-    int known = isValue;
+/* The number in a field that the register has. */
+static double readField(const RegisterRecord *reg, int32_t field) {
     switch (reg->kind) {
+        case VORN_REG_SELECTION:
+            return reg->as.selection.selValue;
+        case VORN_REG_BITSET:
+            return reg->as.bitSet.bits;
         case VORN_REG_UINT32:
-            found = PICK_FIELD(reg->as.u32, field);
-            known = !isnan(found);
-            break;
+            return PICK_FIELD(reg->as.u32, field);
         case VORN_REG_INT32:
-            found = PICK_FIELD(reg->as.i32, field);
-            known = !isnan(found);
-            break;
+            return PICK_FIELD(reg->as.i32, field);
         case VORN_REG_UINT64:
-            found = PICK_FIELD(reg->as.u64, field);
-            known = !isnan(found);
-            break;
+            return PICK_FIELD(reg->as.u64, field);
         case VORN_REG_FLOAT:
-            found = (double)reg->as.f32.value;
-            break;
+            return (double)reg->as.f32.value;
         case VORN_REG_DOUBLE:
-            found = reg->as.f64.value;
-            break;
+            return reg->as.f64.value;
         case VORN_REG_COUNTER:
-            found = isValue                    ? (double)reg->as.counter.value
-                    : field == VORN_FIELD_RATE ? reg->as.counter.rate
-                                               : (double)reg->as.counter.secs;
-            known = isValue || field == VORN_FIELD_RATE || field == VORN_FIELD_SECS;
-            break;
-        case VORN_REG_UINT32_SECS:
-            found = isValue ? (double)reg->as.u32Secs.value : (double)reg->as.u32Secs.secs;
-            known = isValue || field == VORN_FIELD_SECS;
-            break;
-        default:
-            return STD_NO_NUMBER;
+            return field == VORN_FIELD_VALUE  ? (double)reg->as.counter.value
+                   : field == VORN_FIELD_RATE ? reg->as.counter.rate
+                                              : reg->as.counter.secs;
+        default: /* VORN_REG_UINT32_SECS */
+            return field == VORN_FIELD_VALUE ? reg->as.u32Secs.value : reg->as.u32Secs.secs;
     }
-    *number = found;
-    return known ? STD_OK : STD_NO_NUMBER;
+}
+
+/* The one number of an item that was found: STD_OK, STD_ABSENT, STD_NO_NUMBER. */
+static int readFound(const Item *found, double *number) {
+    const RegisterRecord *reg = found->reg;
+    if (found->index >= 0) {
+        *number = elementOf(reg, (size_t)found->index);
+        return STD_OK;
+    }
+    if (reg->kind >= sizeof fieldsOf || (fieldsOf[reg->kind] >> found->field & 1) == 0)
+        return STD_NO_NUMBER;
+    *number = readField(reg, found->field);
+    return isnan(*number) ? STD_ABSENT : STD_OK;
 }
 
 /* The number of the item that an argument names. */
 static int readItem(const Std *std, const TemplateParam *arguments, const char *name,
                     double *number) {
     const char *text = vorn_get_param_value(arguments, name);
-    const RegisterRecord *reg;
-    int32_t field;
+    Item found;
     int result;
     if (std == NULL) return STD_NO_MEMORY;
     if (text == NULL || *text == '\0') return STD_BAD_ARGUMENT;
-    result = findItem(std, arguments, text, strlen(text), &reg, &field);
-    return result == STD_OK ? readField(reg, field, number) : result;
+    result = findItem(std, arguments, text, strlen(text), &found);
+    return result == STD_OK ? readFound(&found, number) : result;
 }
 
 /* ---- what the functions give ---- */
@@ -165,8 +236,9 @@ static int32_t giveInt(ItemValue *value, int32_t number) {
     return give(value, VORN_TYPE_INT32, &number, sizeof number);
 }
 
+/* What comes of infinite numbers may be none: it is absent, too. */
 static int32_t giveDouble(ItemValue *value, double number) {
-    return give(value, VORN_TYPE_DOUBLE, &number, sizeof number);
+    return isnan(number) ? STD_OK : give(value, VORN_TYPE_DOUBLE, &number, sizeof number);
 }
 
 static int32_t giveText(ItemValue *value, const char *text) {
@@ -191,6 +263,7 @@ static int isWithin(const Std *std, const TemplateParam *arguments, int *within)
     if (!hasLow && !hasHigh) return STD_BAD_ARGUMENT;
     if (hasLow && readNumber(arguments, "low", &low) != STD_OK) return STD_BAD_ARGUMENT;
     if (hasHigh && readNumber(arguments, "high", &high) != STD_OK) return STD_BAD_ARGUMENT;
+    if (low > high) return STD_BAD_ARGUMENT;
     result = readItem(std, arguments, "item", &number);
     if (result == STD_OK) *within = number >= low && number <= high;
     return result;
@@ -232,19 +305,17 @@ EXPORTED int32_t compare(void *pluginData, const TemplateParam *arguments, ItemV
     if (readNumber(arguments, "number", &other) != STD_OK) return STD_BAD_ARGUMENT;
     result = readItem(pluginData, arguments, "item", &number);
     if (result != STD_OK) return giveNothing(result);
-    result = number < other ? LESS : number > other ? GREATER : number == other ? EQUAL : 0;
-    /* a number that is none (NaN) differs from every other */
-    return giveInt(value, result == 0 ? strcmp(op, "ne") == 0 : (operators[i].holds & result) != 0);
+    result = number < other ? LESS : number > other ? GREATER : EQUAL;
+    return giveInt(value, (operators[i].holds & result) != 0);
 }
 
 EXPORTED int32_t present(void *pluginData, const TemplateParam *arguments, ItemValue *value) {
     const char *text = vorn_get_param_value(arguments, "item");
-    const RegisterRecord *reg;
-    int32_t field;
+    Item found;
     int result;
     if (pluginData == NULL) return STD_NO_MEMORY;
     if (text == NULL || *text == '\0') return STD_BAD_ARGUMENT;
-    result = findItem(pluginData, arguments, text, strlen(text), &reg, &field);
+    result = findItem(pluginData, arguments, text, strlen(text), &found);
     if (result != STD_OK && result != STD_ABSENT) return result;
     return giveInt(value, result == STD_OK);
 }
@@ -279,7 +350,10 @@ static int readTime(const Std *std, const TemplateParam *arguments, const char *
     while (found != NULL && length > 0 &&
            (strlen(found->name) != length || strncmp(found->name, app, length) != 0))
         found = found->next;
-    if (found == NULL) return VORN_ITEM_MISSING;
+    if (found == NULL) { /* the look-up says so */
+        Item none;
+        return findItem(std, arguments, text, strlen(text), &none);
+    }
     if (strcmp(name, "%start-time") == 0)
         *seconds = found->startTime;
     else if (strcmp(name, "%stop-time") == 0)
@@ -336,49 +410,33 @@ static int append(Series *series, double number) {
     return STD_OK;
 }
 
-/* All elements of an array; the program keeps the size in bytes right before them. */
-static int appendArray(Series *series, const RegisterRecord *reg) {
-    uint64_t size;
-    uint64_t width;
+/* The numbers of one item: of an array all that the index leaves. */
+static int appendItem(Series *series, const Item *found) {
+    double number;
     size_t i;
     int result = STD_OK;
-    if (reg->as.array.length == 0) return STD_OK;
-    memcpy(&size, reg->as.array.data - sizeof size, sizeof size);
-    width = size / reg->as.array.length;
-    for (i = 0; i < reg->as.array.length && result == STD_OK; ++i) {
-        const uint8_t *element = reg->as.array.data + i * width;
-        uint16_t half;
-        uint32_t word = *element;
-        if (width == sizeof half) {
-            memcpy(&half, element, sizeof half); /* need not be aligned */
-            word = half;
-        } else if (width == sizeof word) {
-            memcpy(&word, element, sizeof word);
-        }
-        result = append(series, word);
+    if (found->reg->kind == VORN_REG_ARRAY && found->index < 0 &&
+        found->field == VORN_FIELD_VALUE) {
+        for (i = 0; i < found->reg->as.array.length && result == STD_OK; ++i)
+            result = append(series, elementOf(found->reg, i));
+        return result;
     }
-    return result;
+    result = readFound(found, &number);
+    return result == STD_OK ? append(series, number) : result;
 }
 
 /* Collects the numbers of all items that `item`, or `array`, lists. The caller frees them, also
- * after a failure. */
+ * after a failure. A list that fills an argument was most likely cut there. */
 static int collect(const Std *std, const TemplateParam *arguments, Series *series) {
     const char *rest = vorn_get_param_value(arguments, "item");
     if (rest == NULL) rest = vorn_get_param_value(arguments, "array");
     if (std == NULL) return STD_NO_MEMORY;
-    if (rest == NULL || *rest == '\0') return STD_BAD_ARGUMENT;
+    if (rest == NULL || *rest == '\0' || strlen(rest) >= VALUE_SIZE - 1) return STD_BAD_ARGUMENT;
     while (*(rest += strspn(rest, " ")) != '\0') {
         const size_t length = strcspn(rest, " ");
-        const RegisterRecord *reg;
-        int32_t field;
-        double number;
-        int result = findItem(std, arguments, rest, length, &reg, &field);
-        if (result == STD_OK && reg->kind == VORN_REG_ARRAY) {
-            result = appendArray(series, reg);
-        } else if (result == STD_OK) {
-            result = readField(reg, field, &number);
-            if (result == STD_OK) result = append(series, number);
-        }
+        Item found;
+        int result = findItem(std, arguments, rest, length, &found);
+        if (result == STD_OK) result = appendItem(series, &found);
         if (result != STD_OK && result != STD_ABSENT) return result;
         rest += length;
     }
@@ -460,7 +518,7 @@ EXPORTED int32_t percentile(void *pluginData, const TemplateParam *arguments, It
     if (result == STD_OK && (readNumber(arguments, "p", &p) != STD_OK || p < 0 || p > 100))
         result = STD_BAD_ARGUMENT;
     if (result == STD_OK && series.count > 0) {
-        const double rank = ceil(p * (double)series.count / 100);
+        const double rank = ceil(p * (double)series.count / 100 - 1e-9); /* 1.1 is none exactly */
         qsort(series.numbers, series.count, sizeof *series.numbers, orderNumbers);
         result = giveDouble(value, series.numbers[rank < 1 ? 0 : (size_t)rank - 1]);
     }
@@ -478,7 +536,7 @@ EXPORTED void *std_init(const Results *results, const TemplateParam *arguments,
     (void)dict;
     if (std == NULL) return NULL;
     std->results = results;
-    if (app != NULL) snprintf(std->app, sizeof std->app, "%.15s", app);
+    if (app != NULL) snprintf(std->app, sizeof std->app, "%s", app);
     return std;
 }
 

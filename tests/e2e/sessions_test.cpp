@@ -76,14 +76,24 @@ protected:
     TempDir dir_;
 };
 
-std::string nameOfDocument(const testing::TestParamInfo<std::string> &document) {
-    return std::filesystem::path(document.param).stem().string();
+std::vector<std::string> documents() {
+    std::vector<std::string> names;
+    for (const auto &entry : std::filesystem::directory_iterator(sourceDir() + "/docs/sessions"))
+        names.push_back(entry.path().stem());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string nameOfTest(const testing::TestParamInfo<std::string> &document) {
+    std::string name = document.param;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
 }
 
 }  // namespace
 
 TEST_P(Session, AnswersAsWritten) {
-    const std::string path = sourceDir() + "/" + GetParam();
+    const std::string path = sourceDir() + "/docs/sessions/" + GetParam() + ".md";
     std::ostringstream content;
     content << std::ifstream(path).rdbuf();
     std::istringstream lines(content.str());
@@ -121,7 +131,4 @@ TEST_P(Session, AnswersAsWritten) {
     EXPECT_EQ(actual, content.str());
 }
 
-INSTANTIATE_TEST_SUITE_P(Documents, Session,
-                         testing::Values("docs/sessions/making.md", "docs/sessions/checking.md",
-                                         "docs/sessions/tutorial.md"),
-                         nameOfDocument);
+INSTANTIATE_TEST_SUITE_P(Documents, Session, testing::ValuesIn(documents()), nameOfTest);
