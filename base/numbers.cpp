@@ -42,12 +42,40 @@ double readReal(std::string_view text, std::size_t *length, bool single) {
     return number;
 }
 
+// A number of a few digits, as most are: both the digits as a whole number and the power of ten
+// that their point stands for fit into the type, so that one division rounds right. False for
+// others.
+template <class Real>
+bool readShort(std::string_view text, Real *value) {
+    constexpr std::uint64_t most = std::uint64_t{1} << std::numeric_limits<Real>::digits;
+    constexpr std::uint64_t mostDecimals = std::same_as<Real, float> ? 10'000'000'000 : most;
+    if (text.ends_with('.')) return false;  // perhaps there is no digit at all
+    const bool negative = text.starts_with('-');
+    std::uint64_t digits = 0;
+    std::uint64_t decimals = 0;  // the power of ten; 0 before the point
+    for (const char c : text.substr(negative ? 1 : 0)) {
+        if (c == '.' && decimals == 0) {
+            decimals = 1;
+            continue;
+        }
+        if (c < '0' || c > '9' || digits > most / 10 - 1 || decimals > mostDecimals / 10)
+            return false;
+        digits = digits * 10 + static_cast<std::uint64_t>(c - '0');
+        decimals *= 10;
+    }
+    const Real size =
+        static_cast<Real>(digits) / static_cast<Real>(std::max<std::uint64_t>(decimals, 1));
+    *value = negative ? -size : size;
+    return true;
+}
+
 template <class Real>
 NumberResult parseRealOf(std::string_view text, Real *value) {
     // Blanks, a plus and the words are numbers to the C library.
     const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
     if (digits.empty() || std::string_view("0123456789.").find(digits[0]) == std::string_view::npos)
         return NUMBER_BROKEN;
+    if (readShort(text, value)) return NUMBER_OK;
     if (text.size() > REAL_TEXT_MAX) return NUMBER_OUT_OF_RANGE;
     std::size_t length = 0;
     errno = 0;

@@ -22,9 +22,12 @@ function(vorn_export_plugin_interface target)
     list(TRANSFORM VORN_PLUGIN_FUNCTIONS PREPEND "-Wl,--undefined=" OUTPUT_VARIABLE wanted)
     target_link_options(${target} PRIVATE ${wanted} -Wl,--dynamic-list=${VORN_PLUGIN_LIST})
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${VORN_PLUGIN_LIST} ${VORN_PLUGIN_MAP})
-    # A sanitizer's own functions stay to be found.
+    # A sanitizer's own functions stay to be found, and it wants the C++ library shared. Else that is
+    # in the program: the service depends on the C library alone, and to bind a shared one takes as long
+    # as a short report. The compiler's unwinder is shared: the C library uses it to cancel a thread, and
+    # a second one in the program would not know the first one's frames.
     if(NOT VORN_SANITIZE)
-        target_link_options(${target} PRIVATE
+        target_link_options(${target} PRIVATE -static-libstdc++
             -Wl,--version-script=${VORN_PLUGIN_MAP})
     endif()
 endfunction()
