@@ -10,6 +10,7 @@
  *   verdict(item; low; high)    string, "pass" or "fail": keys for a dictionary
  *   present(item)               INT32, 1 when the item holds a value, else 0
  *   count(item)                 INT32, how many numbers there are
+ *   last(array)                 INT32, index of the last, for a loop from 0; -1 without any
  *   sum, mean, min, max (item)  DOUBLE, of all numbers
  *   percentile(array; p)        DOUBLE, the smallest that is at least as large as p percent
  *   ratio(a; b)                 DOUBLE, a / b; absent when b is 0
@@ -496,12 +497,21 @@ EXPORTED int32_t max(void *pluginData, const TemplateParam *arguments, ItemValue
     return giveOf(maxOf, pluginData, arguments, value);
 }
 
-EXPORTED int32_t count(void *pluginData, const TemplateParam *arguments, ItemValue *value) {
+static int32_t giveCount(int32_t less, void *pluginData, const TemplateParam *arguments,
+                         ItemValue *value) {
     Series series = {NULL, 0, 0};
     int result = collect(pluginData, arguments, &series);
-    if (result == STD_OK) result = giveInt(value, (int32_t)series.count);
+    if (result == STD_OK) result = giveInt(value, (int32_t)series.count - less);
     free(series.numbers);
     return result;
+}
+
+EXPORTED int32_t count(void *pluginData, const TemplateParam *arguments, ItemValue *value) {
+    return giveCount(0, pluginData, arguments, value);
+}
+
+EXPORTED int32_t last(void *pluginData, const TemplateParam *arguments, ItemValue *value) {
+    return giveCount(1, pluginData, arguments, value);
 }
 
 static int orderNumbers(const void *a, const void *b) {

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Checks of the tracked files that the formatter does not make: each names its licence in its first
-lines, includes point down the layers only, and docs/internals.md names files and functions that are there.
+lines, includes point down the layers only, docs/internals.md names files and functions that are there,
+and the documents tell each message of the report engine.
 Prints a line a fault; exit status 1 when there is one."""
 import pathlib
 import re
@@ -62,11 +63,46 @@ def stale_names(path):
                     if "/" not in name and not re.search(rf"\b{re.escape(name)}\b", text))
 
 
+MESSAGE_FOLDERS = ("src/report", "src/output", "src/results")
+MESSAGE_DOCUMENTS = ("docs/messages.md", "docs/plugins.md")
+LITERALS = re.compile(r'(?:"(?:[^"\\\n]|\\.)*"\s*)+')  # side by side they are one text
+
+
+def shape(message):
+    """A message with "..." for what differs."""
+    message = re.sub(r"%[-+ #0-9.*]*(?:hh|h|ll|l|z)?[a-zA-Z]", "...", message.replace("%%", "%"))
+    return re.sub(r"[.]{3,}", "...", message).strip()
+
+
+def engine_messages():
+    """(path, shape) of each text of the report engine that is a sentence or a line."""
+    for path in sorted(path for folder in MESSAGE_FOLDERS for path in pathlib.Path(folder).iterdir()):
+        for found in LITERALS.finditer(re.sub(r"//.*", "", path.read_text(encoding="utf-8"))):
+            text = re.sub(r'"\s*"', "", found[0].strip()).strip('"')
+            first, end, _ = text.partition(r"\n")
+            if (end or first.endswith(".")) and re.search("[a-z] ", shape(first)):
+                yield path, shape(first)
+
+
+def untold_messages():
+    """Messages that no document tells, and advice for messages that there are not any more."""
+    lines = [line for name in MESSAGE_DOCUMENTS for line in pathlib.Path(name).read_text(encoding="utf-8").splitlines()]
+    told = {shape(span) for line in lines for span in re.findall(r"`([^`]+)`", line)}
+    messages = list(engine_messages())
+    yield from (f"{path}: no document tells '{text}'" for path, text in messages if text not in told)
+    advice = pathlib.Path("tools/report_advice.cpp")
+    texts = {text for _, text in messages}
+    for found in re.findall(r'\{"((?:[^"\\]|\\.)*)",', advice.read_text(encoding="utf-8")):
+        if shape(found) not in texts:
+            yield f"{advice}: the engine never says '{found}'"
+
+
 def main():
     listed = subprocess.run(["git", "ls-files", "-z"], capture_output=True, check=True).stdout
     paths = [pathlib.Path(name.decode()) for name in listed.split(b"\0") if name]
     found = [fault for path in paths if path.is_file() for fault in faults(path)]
     found += stale_names(pathlib.Path("docs/internals.md"))
+    found += untold_messages()
     print("\n".join(found), end="\n" if found else "")
     return 1 if found else 0
 

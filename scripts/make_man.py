@@ -41,10 +41,12 @@ PAGES = (
     Page("tarix-sim", 1, "plays the instrument for vorn", "service.md",
          synopsis=("tarix-sim COMMAND [WORDS]",), only=(SIMULATOR,), see_also=("vorn(8)", "vornctl(1)")),
     Page("vorn-templates", 5, "templates of reports", "templates.md",
-         see_also=("vorn-report(1)", "vorn(8)")),
+         see_also=("vorn-report(1)", "vorn-messages(5)", "vorn(8)")),
+    Page("vorn-messages", 5, "messages about templates of reports", "messages.md",
+         see_also=("vorn-templates(5)", "vorn-report(1)")),
 )
 DOCUMENT_PAGES = {"service.md": "vorn(8)", "vornctl.md": "vornctl(1)", "vorn-report.md": "vorn-report(1)",
-                  "templates.md": "vorn-templates(5)"}
+                  "templates.md": "vorn-templates(5)", "messages.md": "vorn-messages(5)"}
 
 
 # ---- characters ----
