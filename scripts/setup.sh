@@ -8,7 +8,7 @@ set -euo pipefail
 packages=(
     g++ cmake ninja-build                               # build
     libcli11-dev nlohmann-json3-dev                     # command line and JSON of the tools
-    libgtest-dev libbenchmark-dev python3 pkg-config qpdf poppler-utils  # tests: PDF is read back with the last two
+    libgtest-dev libbenchmark-dev python3 pkg-config qpdf poppler-utils parallel  # tests: the last three
     "$@"
 )
 

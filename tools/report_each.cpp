@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "report_each.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -8,6 +9,8 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <map>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -15,11 +18,14 @@
 #include <unistd.h>
 
 #include "base/guards.h"
+#include "base/whole_file.h"
 #include "output/dump_backend.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::uint32_t NO_REPORT = UINT32_MAX;
 
 // What the processes share. None waits for another.
 struct Progress {
@@ -28,26 +34,42 @@ struct Progress {
     std::atomic<std::uint32_t> made;
 };
 
-void makeOne(const ReportOrder &whole, const std::string &results, Progress *progress) {
-    ReportOrder order = whole;
-    order.results = results;
-    const std::string name = reportNameOf(results);
-    if (order.ownName) order.reportName = name;
-    order.output =
-        (fs::path(whole.output) / name).string() + (whole.format == RPT_FMT_PDF ? ".pdf" : ".txt");
-    if (makeReport(order))
-        ++progress->made;
-    else
-        std::fprintf(stderr, "vorn-report: no report of %s\n", results.c_str());
-    ++progress->tried;
+// What every process works on, or has in work.
+struct Batch {
+    const ReportOrder &order;
+    const std::vector<std::string> &results;
+    const std::vector<std::string> &names;  // of the reports; empty: none is made
+    Progress *progress;
+    std::atomic<std::uint32_t> *inWork;  // by process
+};
+
+void makeOne(const Batch &batch, std::size_t index) {
+    ReportOrder order = batch.order;
+    order.results = batch.results[index];
+    if (order.ownName) order.reportName = batch.names[index];
+    order.output = (fs::path(batch.order.output) / batch.names[index]).string() +
+                   (order.format == RPT_FMT_PDF ? ".pdf" : ".txt");
+    if (makeReport(order)) ++batch.progress->made;
 }
 
-void work(const ReportOrder &order, const std::vector<std::string> &results, Progress *progress) {
+void work(const Batch &batch, std::size_t process) {
     for (;;) {
-        const std::uint32_t mine = progress->next++;
-        if (mine >= results.size()) return;
-        makeOne(order, results[mine], progress);
+        const std::uint32_t mine = batch.progress->next++;
+        if (mine >= batch.results.size()) return;
+        batch.inWork[process] = mine;
+        if (!batch.names[mine].empty()) makeOne(batch, mine);
+        ++batch.progress->tried;
+        batch.inWork[process] = NO_REPORT;
     }
+}
+
+// Starts a process; -1 when there can be none.
+pid_t startWorker(const Batch &batch, std::size_t process) {
+    batch.inWork[process] = NO_REPORT;
+    const pid_t child = fork();
+    if (child != 0) return child;
+    work(batch, process);
+    _exit(0);
 }
 
 void showBar(const Progress &progress, std::size_t total) {
@@ -57,24 +79,63 @@ void showBar(const Progress &progress, std::size_t total) {
                  std::string(WIDTH - filled, '.').c_str(), progress.tried.load(), total);
 }
 
-void waitForWorkers(const Progress &progress, std::size_t total, unsigned workers) {
+// Tells what a process has failed on that was ended from outside, as by a plug-in's fault.
+void tellEnded(const Batch &batch, std::size_t process, int status) {
+    const std::uint32_t index = batch.inWork[process];
+    ++batch.progress->tried;
+    tellFailure(batch.results[index],
+                WIFSIGNALED(status)
+                    ? std::string("its process was ended by ") + strsignal(WTERMSIG(status))
+                    : "its process ended early");
+}
+
+// Waits until all processes have ended; another takes the place of one that failed on a report.
+void waitForWorkers(const Batch &batch, std::vector<pid_t> *workers) {
     const bool terminal = isatty(STDERR_FILENO) == 1;
-    while (workers > 0) {
+    for (std::size_t left = workers->size(); left > 0;) {
         int status = 0;
         const pid_t ended = waitpid(-1, &status, terminal ? WNOHANG : 0);
-        if (ended > 0) {
-            --workers;
-            if (!WIFEXITED(status))
-                std::fprintf(stderr, "vorn-report: a process was ended by signal %d\n",
-                             WTERMSIG(status));
-        } else if (ended < 0 && errno != EINTR) {
-            break;
+        if (ended < 0 && errno != EINTR) break;
+        const auto worker = std::find(workers->begin(), workers->end(), ended);
+        if (ended > 0 && worker != workers->end()) {
+            const auto process = static_cast<std::size_t>(worker - workers->begin());
+            const bool failed = batch.inWork[process] != NO_REPORT;
+            if (failed) tellEnded(batch, process, status);
+            *worker = failed ? startWorker(batch, process) : -1;
+            if (*worker < 0) --left;
         }
         if (!terminal) continue;
-        showBar(progress, total);
+        showBar(*batch.progress, batch.results.size());
         if (ended == 0) usleep(100'000);
     }
     if (terminal) std::fputs("\n", stderr);
+}
+
+void makeAll(const Batch &batch, unsigned jobs) {
+    std::vector<pid_t> workers;
+    while (workers.size() < jobs) {
+        const pid_t child = startWorker(batch, workers.size());
+        if (child < 0) break;
+        workers.push_back(child);
+    }
+    if (workers.empty()) work(batch, 0);
+    waitForWorkers(batch, &workers);
+}
+
+// The names of the reports. Of two results files of one name the second gets none: which of the
+// reports were whose, nobody could tell.
+std::vector<std::string> reportNames(const std::vector<std::string> &results) {
+    std::map<std::string, std::size_t> takers;
+    std::vector<std::string> names;
+    for (const std::string &path : results) {
+        const std::string name = reportNameOf(path);
+        const auto [taker, isNew] = takers.emplace(name, names.size());
+        if (!isNew)
+            tellFailure(path,
+                        "its report would have the name of that of " + results[taker->second]);
+        names.push_back(isNew ? name : "");
+    }
+    return names;
 }
 
 // Brings all that was written to the disk at once.
@@ -88,27 +149,24 @@ bool syncFolder(const std::string &folder) {
 bool makeEach(const ReportOrder &order, const std::vector<std::string> &results, unsigned jobs) {
     std::error_code error;
     fs::create_directories(order.output, error);
-    void *shared =
-        mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (error) {
+        std::fprintf(stderr, "vorn-report: %s: %s\n", order.output.c_str(),
+                     error.message().c_str());
+        return false;
+    }
+    const std::size_t size = sizeof(Progress) + jobs * sizeof(std::atomic<std::uint32_t>);
+    void *shared = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (shared == MAP_FAILED) {
         std::perror("vorn-report");
         return false;
     }
     auto *progress = new (shared) Progress{};
-    unsigned workers = 0;
-    while (workers < jobs) {
-        const pid_t child = fork();
-        if (child == 0) {
-            work(order, results, progress);
-            _exit(0);
-        }
-        if (child < 0) break;
-        ++workers;
-    }
-    if (workers == 0) work(order, results, progress);
-    waitForWorkers(*progress, results.size(), workers);
+    auto *inWork = reinterpret_cast<std::atomic<std::uint32_t> *>(progress + 1);
+    const std::vector<std::string> names = reportNames(results);
+    makeAll({order, results, names, progress, inWork}, jobs);
     const std::size_t made = progress->made;
-    munmap(shared, sizeof(Progress));
+    munmap(shared, size);
+    if (made < results.size()) removeLeftParts(order.output.c_str());
     const bool synced = syncFolder(order.output);
     if (!synced)
         std::fprintf(stderr, "vorn-report: %s: %s\n", order.output.c_str(), std::strerror(errno));

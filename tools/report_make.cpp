@@ -14,7 +14,6 @@
 #include "base/guards.h"
 #include "base/open_file.h"
 #include "base/whole_file.h"
-#include "dmon/dmon.h"
 #include "output/dump_backend.h"
 #include "report/merge.h"
 #include "report/report.h"
@@ -116,27 +115,43 @@ bool fill(const ReportOrder &order, std::FILE *templateFile, std::FILE *report) 
 bool make(const ReportOrder &order, const FindingList &findings) {
     const FileGuard templateFile = openTemplate(order.templateFile);
     if (!templateFile) {
-        dmon_log(1, "Error opening template file '%s': %s\n",
-                 shownTemplate(order.templateFile).c_str(), std::strerror(errno));
+        tellFreeError("Error opening template file '%s': %s",
+                      shownTemplate(order.templateFile).c_str(), std::strerror(errno));
         return false;
     }
     Target target(order);
     int error = target.begin();
     if (error != 0) {
-        dmon_log(1, "Error creating report file '%s': %s\n", order.output.c_str(),
-                 std::strerror(error));
+        tellFreeError("Error creating report file '%s': %s", order.output.c_str(),
+                      std::strerror(error));
         return false;
     }
     if (!fill(order, templateFile.get(), target.stream())) return false;
     if (order.strict && !findings.empty()) return false;
     error = target.commit();
     if (error != 0)
-        dmon_log(1, "Error writing report file '%s': %s\n", order.output.c_str(),
-                 std::strerror(error));
+        tellFreeError("Error writing report file '%s': %s", order.output.c_str(),
+                      std::strerror(error));
     return error == 0;
 }
 
+// Of many reports each failure is one line, with the first reason.
+void tellFindings(const ReportOrder &order, const FindingList &findings, bool made) {
+    if (!order.oneOfMany) {
+        std::fputs(findings.logText(!order.quiet || order.strict).c_str(), stderr);
+    } else if (!made) {
+        const std::string text = findings.logText(order.strict);
+        tellFailure(order.results, text.substr(0, text.find('\n')));
+    }
+}
+
 }  // namespace
+
+void tellFailure(const std::string &results, const std::string &reason) {
+    static const bool hasBar = isatty(STDERR_FILENO) == 1;  // that stands where the line begins
+    std::fprintf(stderr, "%svorn-report: no report of %s: %s\n", hasBar ? "\r\033[K" : "",
+                 results.c_str(), reason.c_str());
+}
 
 std::string reportNameOf(const std::string &results) {
     const std::string name = results.substr(results.rfind('/') + 1);
@@ -170,12 +185,12 @@ bool makeReport(const ReportOrder &order) {
     reportSink = &sink;
     const bool made = make(order, findings);
     reportSink = nullptr;
-    if (made && order.oneOfMany) return true;
     try {
-        std::fputs(findings.logText(!order.quiet || order.strict).c_str(), stderr);
+        tellFindings(order, findings, made);
     } catch (const std::bad_alloc &) {  // the report is there, or not, all the same
         std::fputs("vorn-report: no memory to tell the warnings\n", stderr);
     }
+    if (order.oneOfMany) return made;
     if (!made && order.strict && !findings.empty() && !findings.hasErrors())
         std::fputs("vorn-report: no report was written: with --strict a warning is an error\n",
                    stderr);

@@ -18,7 +18,7 @@ struct ReportOrder {
     bool overwrite;            // an earlier report is replaced, not moved aside
     bool strict;               // a warning is an error
     bool quiet;                // warnings and the outcome are not told
-    bool oneOfMany;            // only failures are told, and the caller syncs
+    bool oneOfMany;            // only a failure is told, in one line, and the caller syncs
     bool ownName;              // `report-name` is not set by the user
     std::string reportName;    // of this report; empty: as the user variables say
 };
@@ -26,6 +26,9 @@ struct ReportOrder {
 // Makes the report, whole or not at all, and tells on standard error what was found and which
 // report was written. The user variables are those of kv_urv. False after a message.
 bool makeReport(const ReportOrder &order);
+
+// Tells that one of many reports was not made: one line on standard error.
+void tellFailure(const std::string &results, const std::string &reason);
 
 // Opens a template for reading, or a copy of standard input for "-"; null with errno set.
 FileGuard openTemplate(const std::string &path);

@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t FINDING_SIZE = 4096;  // longer than any text; the log cuts there, too
 
 constexpr FindingForm causeForm = {REPORT_CAUSE, 1, false, "Error: "};
+constexpr FindingForm freeErrorForm = {REPORT_ERROR, 1, false, ""};
 constexpr FindingForm warningForm = {REPORT_WARNING, 2, false, "Warning: "};
 constexpr FindingForm freeWarningForm = {REPORT_WARNING, 2, false, ""};
 constexpr FindingForm hintForm = {REPORT_HINT, 0, true, "Warning in "};
@@ -52,6 +53,13 @@ void tellCause(const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
     tellReport(&causeForm, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+void tellFreeError(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    tellReport(&freeErrorForm, nullptr, format, arguments);
     va_end(arguments);
 }
 

@@ -11,6 +11,7 @@
 #include "okra/okra.h"
 #include "okra/records.h"
 #include "results/loaded_app.h"
+#include "results/report_findings.h"
 #include "results/results.h"
 #include "storage/strings.h"
 
@@ -265,10 +266,10 @@ int loadResultsFile(const char *path, Results **results) {
     LoadContext context{};
     const int code = APX_Load_Results_File(path, addApplication, addRegister, &context);
     if (code != 0) {
-        dmon_log(1, "Error loading results file '%s': %s (%d)\n", path, APX_Error(code), code);
+        tellFreeError("Error loading results file '%s': %s (%d)", path, APX_Error(code), code);
     } else if (context.noMemory || !indexNames(context)) {
-        dmon_log(1, "Error loading results file '%s': %s (%d)\n", path, "no memory",
-                 RESULTS_NOT_LOADED);
+        tellFreeError("Error loading results file '%s': %s (%d)", path, "no memory",
+                      RESULTS_NOT_LOADED);
     } else {
         if (context.first != nullptr) noteLoadedList(context.first);
         *results = context.first != nullptr ? &context.first->record : nullptr;

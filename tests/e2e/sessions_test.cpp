@@ -38,7 +38,8 @@ protected:
     }
     // What a command writes: both streams, without the marks of a text report.
     [[nodiscard]] std::string answer(const std::string &command) const {
-        std::vector<std::string> words = {"env", "PATH=" + binDir() + ":" + std::getenv("PATH")};
+        std::vector<std::string> words = {"env", "PATH=" + binDir() + ":" + std::getenv("PATH"),
+                                          "HOME=" + dir_.path()};
 #ifdef VORN_SANITIZED  // plug-ins are loaded by the sanitizer then, which knows no folder of ours
         words.push_back("LD_LIBRARY_PATH=" + binDir() + "/../lib/vorn");
 #endif
