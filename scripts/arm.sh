@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh g++-arm-linux-gnueabihf qemu-user googletest
 folders=(util storage pdf output results report)
 cmake --preset armhf
-cmake --build --preset armhf --parallel "$(nproc)" --target vorn vorn_report "${folders[@]/%/_tests}"
+cmake --build --preset armhf --parallel "$(nproc)" --target vorn vorn_report vorn_std "${folders[@]/%/_tests}"
 pattern=$(IFS='|' && echo "${folders[*]}")
 ctest --test-dir build/armhf --parallel "$(nproc)" --output-on-failure -R "^($pattern)[.]"
 
@@ -20,5 +20,12 @@ for format in txt pdf; do
     build/release/bin/vorn-report "${report[@]}" "$work/here.$format"
     "${emulated[@]}" "${report[@]}" "$work/arm.$format"
     cmp "$work/here.$format" "$work/arm.$format"
+done
+# What the standard plug-in computes.
+for template in examples/cookbook/*.tpl; do
+    build/release/bin/vorn-report --quiet examples/lab.res "$template" "$work/here.txt"
+    "${emulated[@]}" --quiet examples/lab.res "$template" "$work/arm.txt"
+    cmp "$work/here.txt" "$work/arm.txt"
+    rm "$work"/*.txt
 done
 echo "arm: tests passed, and reports are the same"

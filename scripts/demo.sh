@@ -31,7 +31,8 @@ cat "$out/tester-de.txt"
 say "A report whose values a plug-in computes, from examples/plugin"
 cp examples/plugin/*.tpl "$out"
 cc -std=gnu99 -O2 -Wall -fPIC -shared -Iinclude examples/plugin/stats.c -o "$out/libstats.so"
-(cd "$out" && "$bin/vorn-report" "$OLDPWD/examples/tester.res" stats.tpl stats.txt)
+(cd "$out" && "$bin/vorn-report" --check stats.tpl "$OLDPWD/examples/tester.res" &&
+    "$bin/vorn-report" "$OLDPWD/examples/tester.res" stats.tpl stats.txt)
 cat "$out/stats.txt"
 
 # ---- the service ----
