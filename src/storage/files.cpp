@@ -9,6 +9,7 @@
 
 #include <sys/stat.h>
 
+#include "base/guards.h"
 #include "base/whole_file.h"
 #include "base/words.h"
 #include "dmon/dmon.h"
@@ -67,7 +68,13 @@ int misc_alphasort(const struct dirent **a, const struct dirent **b) {
 }
 
 int countDirFiles(const char *directory, DirFilter filter) {
-    return DirListing(directory, filter, nullptr).count();
+    const DirectoryGuard entries(opendir(directory));
+    if (!entries) return 0;
+    int count = 0;
+    errno = 0;
+    while (const dirent *entry = readdir(entries.get()))
+        if (filter(entry) != 0) ++count;
+    return errno == 0 ? count : 0;
 }
 
 int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int keep) {
