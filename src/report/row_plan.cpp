@@ -60,7 +60,7 @@ const TemplateTag *keepTag(RowPlans *plans, const TemplateTag *tag) {
     return kept;
 }
 
-const char *keepText(RowPlans *plans, std::string_view text) {
+char *keepText(RowPlans *plans, std::string_view text) {
     auto *kept = static_cast<char *>(takeRoom(plans, text.size() + 1));
     if (kept != nullptr) kept[text.copy(kept, text.size())] = '\0';
     return kept;
@@ -159,12 +159,21 @@ std::string_view onlyLink(const TemplateTag *tag) {
     return tag->furtherArgs.empty() ? link : std::string_view();
 }
 
+// Whether the text means nothing but itself: it is neither translated, expanded nor cut.
+bool isPlainText(const PlannedValue *value) {
+    if (value->text == nullptr || (value->clause.flags & VALUE_USE_DICT) != 0) return false;
+    const std::string_view text = value->text;
+    return text.size() < sizeof TemplateContext::expansion &&
+           text.find(REFERENCE) == std::string_view::npos;
+}
+
 PlannedKind planKind(TemplateContext *ctx, const TemplateTag *tag, PlannedValue *value) {
     if (value->tag != nullptr) {
         const std::string_view link = onlyLink(tag);
         return link.data() != nullptr && planLink(ctx, link, value) ? PLANNED_LINK
                                                                     : PLANNED_READING;
     }
+    if (isPlainText(value)) return PLANNED_TEXT;
     if (value->clause.source != SOURCE_LINK) return PLANNED_CLAUSE;
     value->reg = registerOf(ctx, value->clause.sourceText, value);
     return value->reg != nullptr ? PLANNED_REGISTER : PLANNED_CLAUSE;
@@ -186,11 +195,16 @@ const RegisterRecord *plannedRegister(const PlannedValue *value) {
     return findRegister(value->app, {name, static_cast<std::size_t>(end - name)});
 }
 
-// Takes the value of a planned link; ITEM_HAS_NO_FIELD, without a message, when it must be taken
-// the plain way.
+// Takes a planned text or the value of a planned link; ITEM_HAS_NO_FIELD, without a message, when
+// it must be taken the plain way.
 int takePlanned(TemplateContext *ctx, const PlannedValue *planned, ReportRow *row) {
+    if (row->count == ROW_MAX_VALUES) return ITEM_HAS_NO_FIELD;
+    if (planned->kind == PLANNED_TEXT) {
+        row->values[row->count++] = {VORN_TYPE_STRING, planned->text, 0, 0};
+        return MERGE_OK;
+    }
     const RegisterRecord *reg = plannedRegister(planned);
-    if (reg == nullptr || row->count == ROW_MAX_VALUES) return ITEM_HAS_NO_FIELD;
+    if (reg == nullptr) return ITEM_HAS_NO_FIELD;
     ItemValue *value = &row->values[row->count];
     const int result = takeItemValue(ctx, reg, planned->field, planned->index, value);
     if (result == ITEM_HAS_NO_FIELD) return result;

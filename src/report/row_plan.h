@@ -8,6 +8,7 @@
 // A plan holds what no pass can change: which value clauses the row has, on which lines, and where
 // the reader stands behind the row. For each value it holds as much as is certain:
 //   - a clause without references ${name} always means the same, so it is kept as it was read;
+//   - a text without references is printed as it stands here;
 //   - of a link without references the register is kept, since results never change in a merge;
 //   - of a link like "ports@frames${i}:max" the application, the texts on both sides of the
 //     reference, the parameter and the field are kept: a pass puts the name together and looks the
@@ -38,6 +39,7 @@ constexpr std::size_t ROW_PLAN_SLOTS = 128;
 // How much of a value is certain.
 enum PlannedKind : std::uint8_t {
     PLANNED_CLAUSE,    // the clause
+    PLANNED_TEXT,      // and that the text is printed as it is
     PLANNED_REGISTER,  // and its register
     PLANNED_LINK,      // the parts of a link around one reference
     PLANNED_READING,   // nothing: the clause is read anew
@@ -48,7 +50,7 @@ struct PlannedValue {
     PlannedKind kind;
     std::int32_t lines;      // from the row clause's line down to this one
     std::int32_t textLines;  // from there down to the end of the text
-    const char *text;        // the literal text, of a clause without a source
+    char *text;              // the literal text, of a clause without a source
     const TemplateTag *tag;  // taken apart; null for a clause without references
     const RegisterRecord *reg;
     const Results *app;          // of a link: where its register is
