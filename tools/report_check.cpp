@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "report_check.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -63,6 +67,8 @@ private:
                                         path.c_str() + name, format, &kv_urv, order_.dict.c_str(),
                                         nullptr, path.substr(0, name).c_str()));
         reportSink = nullptr;
+        // What is no finding, as why a dictionary cannot be read, would be said each time.
+        if (dmon_level() == 1) dmon_set_level(0);
     }
 
     const CheckOrder &order_;
@@ -91,9 +97,22 @@ int lineOf(const ListedFinding &finding) {
     return finding.path.empty() ? 1 : finding.line;
 }
 
+// By file in the order in which they were read, and by line.
+std::vector<ListedFinding> sorted(const CheckOrder &order, const FindingList &list) {
+    std::map<std::string, std::size_t> files = {{shownTemplate(order.templateFile), 0}};
+    for (const ListedFinding &finding : list.findings())
+        files.emplace(fileOf(order, finding), files.size());
+    std::vector<ListedFinding> findings = list.findings();
+    std::stable_sort(findings.begin(), findings.end(), [&](const auto &a, const auto &b) {
+        return std::pair(files[fileOf(order, a)], lineOf(a)) <
+               std::pair(files[fileOf(order, b)], lineOf(b));
+    });
+    return findings;
+}
+
 std::string asLines(const CheckOrder &order, const FindingList &list) {
     std::string text;
-    for (const ListedFinding &finding : list.findings()) {
+    for (const ListedFinding &finding : sorted(order, list)) {
         text += fileOf(order, finding) + ':' + std::to_string(lineOf(finding));
         text += finding.isError ? ": error: " : ": warning: ";
         text += messageOf(finding);
@@ -106,7 +125,7 @@ std::string asLines(const CheckOrder &order, const FindingList &list) {
 
 std::string asJson(const CheckOrder &order, const FindingList &list) {
     Json findings = Json::array();
-    for (const ListedFinding &finding : list.findings())
+    for (const ListedFinding &finding : sorted(order, list))
         findings.push_back({{"file", fileOf(order, finding)},
                             {"line", lineOf(finding)},
                             {"severity", finding.isError ? "error" : "warning"},

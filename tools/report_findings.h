@@ -19,7 +19,7 @@ struct ListedFinding {
     bool isError;
     std::string path;  // empty: no place
     int line;
-    const char *message;  // one for all findings of a kind
+    std::string message;  // one for all findings of a kind
     std::string text;
     std::string why;          // what belongs to it, in words of its own; empty: nothing
     std::uint64_t times = 1;  // that it was found

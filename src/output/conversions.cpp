@@ -14,6 +14,7 @@
 #include "output/c_format.h"
 #include "output/report_records.h"
 #include "results/dict_resolver.h"
+#include "results/report_findings.h"
 #include "storage/strings.h"
 #include "storage/time_format.h"
 
@@ -70,9 +71,11 @@ const char *toTime(const Job *job) {
 const char *toBitmapText(const Job *job) {
     const std::string_view argument = job->argument;
     const std::size_t question = argument.find('?');
-    if (question == std::string_view::npos) return CONVERTED;
     const std::size_t colon = argument.find(':', question);
-    if (colon == std::string_view::npos) return CONVERTED;
+    if (question == std::string_view::npos || colon == std::string_view::npos) {
+        tellHint("a 'bitmap' conversion without '?' and ':' changes nothing.");
+        return CONVERTED;
+    }
 
     const bool isSet = (load<std::uint32_t>(job->value) & toUint32(argument)) != 0;
     char text[ARGUMENT_SIZE];
@@ -125,6 +128,10 @@ struct UnitTable {
 
 constexpr std::size_t UNIT_NUMBER_ROOM = 49;  // bytes of the number; the name comes on top
 
+void hintCutUnit(std::string_view text, std::size_t room, const char *what) {
+    if (text.size() >= room) tellHint("a unit's %s is cut to %zu characters.", what, room - 1);
+}
+
 // Parses name=factor[:format];... from the smallest unit to the largest; entries after the eighth
 // are ignored. False for an entry without "=".
 bool parseUnits(std::string_view text, UnitTable *table) {
@@ -137,13 +144,16 @@ bool parseUnits(std::string_view text, UnitTable *table) {
         Unit *unit = &table->units[table->count++];
         const std::string_view name = entry.substr(0, equals);
         copyPiece(unit->name, cutAtCharacter(name, sizeof unit->name - 1));
+        hintCutUnit(name, sizeof unit->name, "name");
         const std::string_view number = entry.substr(equals + 1);
         const std::size_t colon = number.find(':');
         unit->factor = toDouble(number.substr(0, colon));
         if (colon == std::string_view::npos) continue;
         const std::string_view format = number.substr(colon + 1);
         copyPiece(unit->format, cutAtCharacter(format, sizeof unit->format - 1));
+        hintCutUnit(format, sizeof unit->format, "format");
     }
+    if (!text.empty()) tellHint("units after the eighth are left out.");
     return true;
 }
 

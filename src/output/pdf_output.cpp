@@ -150,6 +150,18 @@ void logLoss(const WinAnsiLoss *loss) {
                     loss->firstIsByte ? "byte 0x" : "U+", loss->firstIsByte ? 2 : 4, loss->first);
 }
 
+// What a check looks for in a row.
+void hintLine(PdfReport *report, const ReportRow *row, const RowFormat *format,
+              std::string_view line) {
+    hintConversions(row, format);
+    hintPdfLine(&report->document, line, LINE_TEXT_MAX);
+    const WinAnsiLoss *loss = &report->loss;
+    if (loss->count > 0)
+        tellHint("in a PDF characters of the row are shown as '?', the first is %s%0*X.",
+                 loss->firstIsByte ? "byte 0x" : "U+", loss->firstIsByte ? 2 : 4, loss->first);
+    report->loss = {};
+}
+
 // Says what a code means. Without a report there was no memory for it.
 void logReason(const PdfReport *report, int result) {
     dmon_log(1, "PDF report: %s.\n",
@@ -196,8 +208,8 @@ int dumpPDFRow(void *state, const ReportRow *row) {
     for (std::int32_t i = 0; i < row->count; ++i)
         length += formatValue(report, line + length, LINE_TEXT_MAX - length, &format->pieces[i],
                               &row->values[i]);
+    if (wantsHints()) hintLine(report, row, format, {line, length});
     line[length++] = '\n';
-    if (wantsHints()) hintPdfLine(&report->document, {line, length});
     const int result = pdf_add_text_line(&report->document, {line, length});
     if (result == PDF_OK) return DUMP_OK;
     dmon_log(1, "Error writing to PDF stream (err=%d).\n", result);

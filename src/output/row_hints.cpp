@@ -5,6 +5,8 @@
 #include <iterator>
 
 #include "output/c_format.h"
+#include "output/text_output.h"
+#include "pdf/font_widths.h"
 #include "results/report_findings.h"
 
 namespace {
@@ -27,34 +29,37 @@ bool fits(const Conversion *conversion, std::uint32_t type) {
     return true;
 }
 
-std::size_t countCharacters(const char *text) {
-    return static_cast<std::size_t>(std::count_if(text, text + std::string_view(text).size(),
-                                                  [](char c) { return (c & 0xC0) != 0x80; }));
+std::size_t countCharacters(std::string_view text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
 }
 
 }  // namespace
 
-void hintRow(const ReportRow *row, const RowFormat *format) {
+void hintConversions(const ReportRow *row, const RowFormat *format) {
     for (std::int32_t i = 0; i < row->count; ++i) {
-        const ItemValue *value = &row->values[i];
-        const CFormatPiece *piece = &format->pieces[i].piece;
-        if (!fits(&piece->conversion, value->type))
+        const Conversion *conversion = &format->pieces[i].piece.conversion;
+        const std::uint32_t type = row->values[i].type;
+        if (!fits(conversion, type))
             tellHint("value %d is a %s, which its conversion '%%%c' does not fit.", i + 1,
-                     typeLetters[value->type].name, piece->conversion.letter);
-        if (value->type == VORN_TYPE_STRING && value->data != nullptr &&
-            countCharacters(static_cast<const char *>(value->data)) > CFORMAT_MAX_STRING)
-            tellHint("value %d is cut to %zu characters.", i + 1, CFORMAT_MAX_STRING);
-        if (piece->conversion.width > 127)
-            tellHint("value %d is wider than 127 characters and is cut there.", i + 1);
+                     typeLetters[type].name, conversion->letter);
     }
 }
 
-void hintPdfLine(const PdfDocument *doc, std::string_view line) {
-    constexpr std::int32_t PITCH_TENTHS = 6;  // a column of Courier has 0.6 of the font's size
-    line = line.substr(0, line.find_last_not_of(" \n") + 1);
-    if (!std::string_view(doc->fonts[doc->currentFont]).starts_with("Courier")) return;
-    const std::int32_t room = doc->info.pageWidth - doc->info.marginLeft;
-    const std::int32_t columns = room * 10 / (PITCH_TENTHS * std::max(doc->fontSize, 1));
-    if (line.size() > static_cast<std::size_t>(std::max(columns, 0)))
-        tellHint("in a PDF the row leaves the page from column %d on.", columns + 1);
+void hintCutValue(std::int32_t index, const ItemValue *value, std::string_view printed) {
+    constexpr std::size_t MOST = VALUE_TEXT_SIZE - 1;
+    const bool isText = value->type == VORN_TYPE_STRING && value->data != nullptr;
+    if (isText && countCharacters(static_cast<const char *>(value->data)) > CFORMAT_MAX_STRING)
+        tellHint("value %d is cut to %zu characters.", index + 1, CFORMAT_MAX_STRING);
+    if (countCharacters(printed) >= MOST)
+        tellHint("value %d is cut to %zu characters with the text around it.", index + 1, MOST);
+}
+
+void hintPdfLine(const PdfDocument *doc, std::string_view line, std::size_t room) {
+    if (line.size() >= room) tellHint("in a PDF the row is cut to %zu characters.", room);
+    line = line.substr(0, line.find_last_not_of(' ') + 1);
+    const std::size_t fitting = countFitting(doc->fonts[doc->currentFont], doc->fontSize,
+                                             doc->info.pageWidth - doc->info.marginLeft, line);
+    if (fitting < line.size())
+        tellHint("in a PDF the row leaves the page from column %zu on.", fitting + 1);
 }

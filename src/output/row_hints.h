@@ -8,8 +8,13 @@
 #include "output/row_format.h"
 #include "pdf/pdf_document.h"
 
-// Tells of conversions that do not fit their value, and of texts that are cut.
-void hintRow(const ReportRow *row, const RowFormat *format);
+// Tells of conversions that do not fit their value.
+void hintConversions(const ReportRow *row, const RowFormat *format);
 
-// Tells of a line that leaves the page. Fonts of one pitch only.
-void hintPdfLine(const PdfDocument *doc, std::string_view line);
+// Tells of a value that a text report cuts: the text of a string, or what was printed of it with
+// the text around it.
+void hintCutValue(std::int32_t index, const ItemValue *value, std::string_view printed);
+
+// The same for a line of a PDF report, and of one that leaves the page.
+//   room  characters of a line at most
+void hintPdfLine(const PdfDocument *doc, std::string_view line, std::size_t room);

@@ -99,11 +99,15 @@ int dumpTextRow(void *stream, const ReportRow *row) {
         tellHiddenCause("values: %d, conversions: %d", row->count, format->count);
         return DUMP_ROW_MISMATCH;
     }
-    if (wantsHints()) hintRow(row, format);
+    if (wantsHints()) hintConversions(row, format);
     char line[LINE_SIZE];
     std::size_t length = 0;
-    for (std::int32_t i = 0; i < row->count; ++i)
-        length += printRowValue(line + length, &format->pieces[i], &row->values[i]);
+    for (std::int32_t i = 0; i < row->count; ++i) {
+        const std::size_t printed =
+            printRowValue(line + length, &format->pieces[i], &row->values[i]);
+        if (wantsHints()) hintCutValue(i, &row->values[i], {line + length, printed});
+        length += printed;
+    }
     line[length++] = '\r';
     line[length++] = '\n';
     return writeAll(streamOf(stream), line, length);

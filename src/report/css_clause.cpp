@@ -2,6 +2,7 @@
 #include "report/css_clause.h"
 
 #include "report/clause_args.h"
+#include "report/template_hints.h"
 #include "storage/strings.h"
 
 namespace {
@@ -24,9 +25,13 @@ int parseCssStyle(TemplateContext *ctx, std::string_view rest, OutputStyle *styl
         const std::string_view value = takeWord(&rest, " :;");
         if (property == "font-family") {
             if (!value.empty()) copyPiece(style->fontFamily, value);
+            hintCut(value, sizeof style->fontFamily, "the font's name");
         } else if (property == "font-size") {
             if (!value.empty()) style->fontSize = toInt32(value);
-        } else if (property != "font-weight") {
+            if (style->fontSize < 1) hintNoEffect("font-size", value);
+        } else if (property == "font-weight") {
+            hintNoEffect(property, value);
+        } else {
             return templateError(ctx, MERGE_TEMPLATE_ERROR,
                                  "unknown style argument '%.*s' in css clause.",
                                  static_cast<int>(property.size()), property.data());

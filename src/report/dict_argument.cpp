@@ -6,6 +6,7 @@
 
 #include "base/numbers.h"
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "results/dict_resolver.h"
 #include "storage/strings.h"
 
@@ -39,6 +40,7 @@ int parseDictSpec(TemplateContext *ctx, std::string_view rest) {
     char untrimmed[TEMPLATE_TEXT_SIZE];
     char dictName[TEMPLATE_NAME_SIZE];
     copyPiece(untrimmed, rest.substr(0, open));
+    hintCut(withoutBlanks(untrimmed), sizeof dictName, "the dictionary's name");
     trimcpy(dictName, untrimmed, sizeof dictName);
 
     rest.remove_prefix(open + 1);
@@ -52,6 +54,7 @@ int parseDictSpec(TemplateContext *ctx, std::string_view rest) {
         const std::size_t end = std::min(rest.find(';'), rest.size());
         char entry[DICT_ENTRY_SIZE];
         copyPiece(untrimmed, rest.substr(0, end));
+        hintCut(withoutBlanks(untrimmed), sizeof entry, "a dictionary's group");
         trimcpy(entry, untrimmed, sizeof entry);
         rest.remove_prefix(std::min(end + 1, rest.size()));
         if (entry[0] == '\0') continue;

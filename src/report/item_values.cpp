@@ -106,7 +106,11 @@ int takeBitSet(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value
             label = translateLabel(ctx, label);
         }
         const std::size_t length = std::strlen(label);
-        if (length + 2 > room) break;
+        if (length + 2 > room) {
+            tellHint("of the labels of a bit set only those show that fit %zu characters.",
+                     sizeof text - 1);
+            break;
+        }
         if (i > 0) safe_strncat_size(&cursor, &room, ",", 1);
         safe_strncat_size(&cursor, &room, label, length);
     }

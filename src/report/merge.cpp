@@ -46,6 +46,12 @@ struct Merge {
     RowPlans plans;
     bool hadReport;
     bool rowIsSpoiled;  // by a clause that a check left out
+    // Of checks: where the report begins, what is told at the end is about, and what was passed
+    // over.
+    TemplatePlace reportPlace;
+    TemplatePlace endPlace;
+    MergeState ignoredState;
+    TemplatePlace ignoredPlace;
 };
 
 // Logs that the back-end refused something; passes its code on.
@@ -58,6 +64,7 @@ int onReport(Merge *merge, const TemplateTag *tag) {
     if (parseReportClause(&merge->ctx, tag->args) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     merge->ctx.state = MERGE_REPORT;
     merge->hadReport = true;
+    merge->reportPlace = currentPlace(&merge->ctx);
     return MERGE_OK;
 }
 
@@ -120,7 +127,7 @@ int writeRow(Merge *merge) {
 
 int onRow(Merge *merge, const TemplateTag *tag) {
     TemplateContext *ctx = &merge->ctx;
-    const bool isChecked = reportSink != nullptr && reportSink->goOn;  // reads every tag
+    const bool isChecked = readsOn();  // every tag
     RowPlan *plan = isChecked ? nullptr : findRowPlan(ctx, tag);
     if (plan != nullptr) {
         const int result = runRowPlan(ctx, plan, &merge->row, &merge->clause, merge->userVars);
@@ -151,6 +158,7 @@ int onValue(Merge *merge, const TemplateTag *tag) {
     const char *text = nullptr;
     if (clause->source == SOURCE_TEXT && readTemplateText(ctx, buffer, sizeof buffer) == 0)
         text = buffer;
+    if (readsOn() && merge->row.count == ROW_MAX_VALUES) merge->rowIsSpoiled = true;
     const int result = addRowValue(ctx, &merge->row, clause, merge->userVars, text);
     if (result != MERGE_OK) return result;
     planRowValue(ctx, tag, line, clause, text);
@@ -211,21 +219,44 @@ constexpr bool rowsOfANameStandTogetherAndDiffer() {
 }
 static_assert(rowsOfANameStandTogetherAndDiffer());
 
+// Leaves a row that was not closed out of a check.
+void dropRow(Merge *merge) {
+    TemplateContext *ctx = &merge->ctx;
+    releaseRowValues(&merge->row);
+    merge->rowIsSpoiled = false;
+    ctx->rowPlace = {};
+    ctx->state = ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
+}
+
 int warnNested(Merge *merge, const TemplateTag *tag) {
-    dropRowPlan(&merge->ctx);
-    templateFinding(&merge->ctx, FINDING_NESTED_CLAUSE, "nested '%s' clause.",
+    TemplateContext *ctx = &merge->ctx;
+    dropRowPlan(ctx);
+    templateFinding(ctx, FINDING_NESTED_CLAUSE, "nested '%s' clause.",
                     clauses[tag->clause].name.data());
+    if (!readsOn() || ctx->state == MERGE_REPORT) return MERGE_OK;
+    if (ctx->state == MERGE_ROW) {
+        dropRow(merge);
+        return onRow(merge, tag);
+    }
+    merge->rowIsSpoiled = true;  // its values are fewer than were meant
     return MERGE_OK;
 }
 
-// Tells of a tag that is passed over for what is most likely a misspelt name.
-void hintNearClause(std::string_view name) {
-    if (name.starts_with('!')) return;
+// The clause of a name, or the table's end.
+const Clause *findClause(std::string_view name) {
+    return std::find_if(std::begin(clauses), std::end(clauses),
+                        [name](const Clause &clause) { return clause.name == name; });
+}
+
+// Tells of a tag that is passed over for what is most likely a misspelt name. A check reads it as
+// the clause that was meant, so that what follows counts.
+const Clause *findNearClause(std::string_view name) {
     const auto *near = std::find_if(std::begin(clauses), std::end(clauses),
                                     [name](const Clause &c) { return isNearName(name, c.name); });
     if (near != std::end(clauses))
         tellHint("tag '%.*s' is passed over; '%s' is a clause.", static_cast<int>(name.size()),
                  name.data(), near->name.data());
+    return near;
 }
 
 // Finds a tag's clause and takes its arguments apart; done once for as long as the tag is
@@ -233,31 +264,78 @@ void hintNearClause(std::string_view name) {
 void readTag(TemplateTag *tag) {
     tag->args = tag->text;
     const std::string_view name = takeClauseName(&tag->args);
-    const auto *row = std::find_if(std::begin(clauses), std::end(clauses),
-                                   [name](const Clause &clause) { return clause.name == name; });
+    const Clause *clause = findClause(name);
+    if (clause == std::end(clauses) && wantsHints()) clause = findNearClause(name);
     tag->clause = CLAUSE_UNKNOWN;
-    if (row == std::end(clauses)) {
-        if (wantsHints()) hintNearClause(name);
+    if (clause == std::end(clauses)) return;
+    hintSplitQuotes(tag->args);
+    tag->clause = static_cast<std::int16_t>(clause - clauses);
+    splitTagArgs(tag);
+}
+
+// A check ends a tag without ">" where the next clause begins, and reads that next.
+void endAtNextClause(TemplateContext *ctx, TemplateTag *tag) {
+    if (tag->text.starts_with('!')) return;
+    for (std::size_t at = tag->text.find('<'); at != std::string_view::npos;
+         at = tag->text.find('<', at + 1)) {
+        std::string_view rest = tag->text.substr(at + 1);
+        if (findClause(takeClauseName(&rest)) == std::end(clauses)) continue;
+        tellHint("a '<' without '>' before the next tag.");
+        ctx->cursor = tag->text.data() + at;
+        tag->text = tag->text.substr(0, at);
+        tag->clause = CLAUSE_UNREAD;
         return;
     }
-    hintSplitQuotes(tag->args);
-    tag->clause = static_cast<std::int16_t>(row - clauses);
-    splitTagArgs(tag);
+}
+
+// The row of a tag's clause that counts in a state, or null.
+const Clause *clauseIn(MergeState state, const TemplateTag *tag) {
+    const Clause *clause = &clauses[tag->clause];
+    const std::string_view name = clause->name;
+    for (; clause != std::end(clauses) && clause->name == name; ++clause)
+        if (((clause->states >> state) & 1U) != 0) return clause;
+    return nullptr;
+}
+
+// What a check takes for closed when a clause comes that counts only behind it: a value, or the
+// row. Returns the clause to act on, or null.
+const Clause *closeForgotten(Merge *merge, const TemplateTag *tag) {
+    TemplateContext *ctx = &merge->ctx;
+    if (ctx->state != MERGE_ROW && ctx->state != MERGE_VALUE) return nullptr;
+    if (clauses[tag->clause].name == "/row") {
+        merge->rowIsSpoiled = true;
+        return clauseIn(MERGE_ROW, tag);
+    }
+    const MergeState around = ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
+    const Clause *clause = clauseIn(around, tag);
+    if (clause != nullptr) dropRow(merge);
+    return clause;
+}
+
+// Tells a check of a clause that is passed over, once a line, and once outside the report. Returns
+// what to act on all the same, or null.
+const Clause *passOver(Merge *merge, const TemplateTag *tag) {
+    TemplateContext *ctx = &merge->ctx;
+    const TemplatePlace place = currentPlace(ctx);
+    const TemplatePlace *last = &merge->ignoredPlace;
+    const bool sameLine = last->lineNo == place.lineNo && std::strcmp(last->path, place.path) == 0;
+    const bool isTold = last->lineNo > 0 && merge->ignoredState == ctx->state &&
+                        (sameLine || ctx->state == MERGE_OUTSIDE);
+    if (!isTold) hintIgnored(ctx, clauses[tag->clause].name);
+    merge->ignoredState = ctx->state;
+    merge->ignoredPlace = place;
+    return closeForgotten(merge, tag);
 }
 
 // Acts on one tag. One that the state does not know is passed over: templates may carry comments
 // and tags of other programs.
 int interpretTag(Merge *merge, TemplateTag *tag) {
+    if (readsOn()) endAtNextClause(&merge->ctx, tag);
     if (tag->clause == CLAUSE_UNREAD) readTag(tag);
     if (tag->clause == CLAUSE_UNKNOWN) return MERGE_OK;
-    const auto first = static_cast<std::size_t>(tag->clause);
-    std::size_t i = first;
-    do {
-        if (((clauses[i].states >> merge->ctx.state) & 1U) != 0) return clauses[i].act(merge, tag);
-        ++i;
-    } while (i < CLAUSE_COUNT && clauses[i].name == clauses[first].name);
-    hintIgnored(&merge->ctx, clauses[first].name);
-    return MERGE_OK;
+    const Clause *clause = clauseIn(merge->ctx.state, tag);
+    if (clause == nullptr && wantsHints()) clause = passOver(merge, tag);
+    return clause != nullptr ? clause->act(merge, tag) : MERGE_OK;
 }
 
 // Starts a loop of one pass with the variable of an iterate clause that failed.
@@ -283,6 +361,9 @@ int leaveOut(Merge *merge, const TemplateTag *tag, int result) {
     if (name == "report") {
         ctx->state = MERGE_REPORT;
         merge->hadReport = true;
+        merge->reportPlace = currentPlace(ctx);
+    } else if (name == "include") {
+        ctx->cursor = ctx->lineEnd;  // as behind a file that is there
     } else if (name == "section") {
         return ctx->sectionLevel < TEMPLATE_MAX_SECTIONS ? pushSection(ctx, {}) : MERGE_OK;
     } else if (name == "iterate") {
@@ -308,8 +389,7 @@ int interpretTemplate(Merge *merge) {
             result = interpretTag(merge, ctx->tag);
         else
             popTemplateFile(ctx);
-        if (result != MERGE_OK && reportSink != nullptr && reportSink->goOn)
-            result = leaveOut(merge, ctx->tag, result);
+        if (result != MERGE_OK && readsOn()) result = leaveOut(merge, ctx->tag, result);
         if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;
         ctx->steps += STEPS_TAG;
         countRowTag(ctx);
@@ -319,13 +399,15 @@ int interpretTemplate(Merge *merge) {
     return result;
 }
 
-void locateFinding(const void *merge, ReportFinding *finding) {
-    const auto *ctx = static_cast<const TemplateContext *>(merge);
+void locateFinding(const void *user, ReportFinding *finding) {
+    const auto *merge = static_cast<const Merge *>(user);
+    const TemplateContext *ctx = &merge->ctx;
     const TemplateFile *file = currentFile(ctx);
-    if (file == nullptr) return;
-    finding->folder = templateFolder(ctx, file->path);
-    finding->path = file->path;
-    finding->line = file->lineNo;
+    const char *path = file != nullptr ? file->path : merge->endPlace.path;
+    if (path[0] == '\0') return;
+    finding->folder = templateFolder(ctx, path);
+    finding->path = path;
+    finding->line = file != nullptr ? file->lineNo : merge->endPlace.lineNo;
 }
 
 using OpenList = char[4096];  // a message has no more
@@ -349,6 +431,14 @@ void warnUnclosed(TemplateContext *ctx) {
         templateFinding(ctx, FINDING_UNCLOSED, "template ends with open clauses: %s.", list);
 }
 
+// The place of the first that is still open.
+TemplatePlace firstOpen(const Merge *merge) {
+    const TemplateContext *ctx = &merge->ctx;
+    if (ctx->sectionLevel > 0) return ctx->sectionPlaces[0];
+    if (ctx->iterDepth > 0) return ctx->iterationPlaces[0];
+    return ctx->rowPlace.path[0] != '\0' ? ctx->rowPlace : merge->reportPlace;
+}
+
 // Everything of a merge after its files are open and the back-end is ready.
 int runMerge(Merge *merge, const char *dictName) {
     TemplateContext *ctx = &merge->ctx;
@@ -357,10 +447,12 @@ int runMerge(Merge *merge, const char *dictName) {
     const char *lang = ctx->backend.format == RPT_FMT_PDF ? "en" : nullptr;
     dictResolvCreate(&ctx->dict, dictName, lang, opt_dflt_lang_id);
 
-    if (reportSink != nullptr) findingPlace = {locateFinding, ctx};
+    if (reportSink != nullptr) findingPlace = {locateFinding, merge};
     int result = interpretTemplate(merge);
+    if (wantsHints()) merge->endPlace = firstOpen(merge);
     if (result == MERGE_OK && wantsHints()) hintEnd(ctx, merge->hadReport);
     if (result == MERGE_OK) warnUnclosed(ctx);
+    merge->endPlace = {};
     dmon_log(2, "Template merged (ret: %d).\n", result);
 
     releaseRowValues(&merge->row);
@@ -391,7 +483,7 @@ int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *re
     merge->userVars = userVars;
 
     IncludeSpec spec{};
-    copyPath(spec.file, sizeof spec.file, templatePath);
+    copyReportPath(spec.file, sizeof spec.file, templatePath);
     int result = pushTemplateFile(ctx, &spec, templateFile);
     if (result == MERGE_OK) result = dumpInit(&ctx->backend, report, format);
     if (result == MERGE_OK) result = runMerge(merge.get(), dictName);

@@ -4,7 +4,7 @@
 #include "report/clause_args.h"
 #include "report/plugins.h"
 #include "report/template_hints.h"
-#include "storage/files.h"
+#include "results/report_findings.h"
 #include "storage/strings.h"
 
 namespace {
@@ -25,7 +25,7 @@ int setName(TemplateContext *ctx, std::string_view value, PluginClause *clause) 
 }
 
 int setLib(TemplateContext *, std::string_view value, PluginClause *clause) {
-    copyPath(clause->lib, sizeof clause->lib, value.data());
+    copyReportPath(clause->lib, sizeof clause->lib, value.data());
     return MERGE_OK;
 }
 
@@ -62,7 +62,12 @@ int declarePlugin(TemplateContext *ctx, std::string_view args) {
     if (ctx->pluginCount == TEMPLATE_MAX_PLUGINS)
         return templateError(ctx, MERGE_TEMPLATE_ERROR, "too many plugins.");
     PluginClause clause{};
-    const int result = readPluginClause(ctx, args, &clause);
-    if (result != MERGE_OK) return result;
-    return startPlugin(ctx, &clause.plugin, clause.lib, clause.initCall);
+    int result = readPluginClause(ctx, args, &clause);
+    if (result == MERGE_OK) result = startPlugin(ctx, &clause.plugin, clause.lib, clause.initCall);
+    // Its calls are no mistakes of their own.
+    if (result != MERGE_OK && readsOn() && findPlugin(ctx, clause.plugin.name) == nullptr) {
+        clause.plugin.handle = nullptr;
+        ctx->plugins[ctx->pluginCount++] = clause.plugin;
+    }
+    return result;
 }

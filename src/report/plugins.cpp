@@ -157,9 +157,11 @@ int callPluginFunction(TemplateContext *ctx, std::string_view pluginName, std::s
     copyPiece(text, call);
     const std::string_view argumentText = unclose_str(text, '(', ')');
     PluginFunction function{};
+    hintCut(withoutBlanks(text), sizeof function.name, "the function's name");
     trimcpy(function.name, text, sizeof function.name);
 
     function.plugin = findPlugin(ctx, pluginName);
+    if (function.plugin != nullptr && function.plugin->handle == nullptr) return MERGE_LEFT_OUT;
     if (function.plugin == nullptr)
         return templateError(ctx, MERGE_PLUGIN_FAILED, "plugin '%.*s' not declared.",
                              static_cast<int>(pluginName.size()), pluginName.data());
@@ -193,6 +195,7 @@ int callPlugin(TemplateContext *ctx, const char *text, ItemValue *value) {
 }
 
 int pluginFailed(TemplateContext *ctx, int code) {
+    if (code == MERGE_LEFT_OUT) return code;
     return templateError(ctx, code, "plugin returned error.");
 }
 
@@ -207,6 +210,7 @@ int checkPluginValue(TemplateContext *ctx, const char *text, const ItemValue *va
 void unloadPlugins(TemplateContext *ctx) {
     for (std::int32_t i = 0; i < ctx->pluginCount; ++i) {
         TemplatePlugin *plugin = &ctx->plugins[i];
+        if (plugin->handle == nullptr) continue;
         if (plugin->endCall[0] != '\0')
             static_cast<void>(
                 callPluginFunction(ctx, plugin->name, plugin->endCall, PLUGIN_END, nullptr));

@@ -25,6 +25,8 @@ int setEnabledBy(TemplateContext *ctx, std::string_view value, TemplateSection *
 
 int setEnabled(TemplateContext *, std::string_view value, TemplateSection *section) {
     section->enabled = strcasecmp(value.data(), "yes") == 0 ? 1 : 0;
+    if (section->enabled == 0 && strcasecmp(value.data(), "no") != 0)
+        tellHint("'enabled=%s' counts as no.", value.data());
     return MERGE_OK;
 }
 

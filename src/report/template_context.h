@@ -66,6 +66,7 @@ enum MergeResult : int {
     MERGE_UNKNOWN_GLOBAL = -16,   // no such global variable, or no application at all
     MERGE_NO_SUCH_FIELD = -17,    // a field that the item's kind does not have
     MERGE_PLUGIN_FAILED = -22,    // a plug-in or function not found, or one that failed
+    MERGE_LEFT_OUT = -23,         // needs what a check left out, and told of
 };
 
 // A line of a template file, kept after the file was left.
@@ -112,7 +113,7 @@ struct TemplateIteration {
 struct TemplatePlugin {
     char name[TEMPLATE_NAME_SIZE];
     char endCall[TEMPLATE_TEXT_SIZE];  // may be empty
-    void *handle;                      // the dynamic loader's
+    void *handle;                      // the dynamic loader's; null: a check left its clause out
     void *pluginData;                  // what init returned
 };
 

@@ -6,6 +6,7 @@
 
 #include <strings.h>
 
+#include "pdf/font_widths.h"
 #include "report/template_tag.h"
 
 namespace {
@@ -38,16 +39,11 @@ constexpr const char *stateNames[] = {"outside the report",
                                       "in a loop that is skipped"};
 static_assert(std::size(stateNames) == MERGE_SKIPPED + 1);
 
-constexpr std::string_view pdfFonts[] = {
-    "Courier",     "Courier-Bold",   "Courier-Oblique",   "Courier-BoldOblique",
-    "Helvetica",   "Helvetica-Bold", "Helvetica-Oblique", "Helvetica-BoldOblique",
-    "Times-Roman", "Times-Bold",     "Times-Italic",      "Times-BoldItalic",
-    "Symbol",      "ZapfDingbats"};
-
 }  // namespace
 
 bool isNearName(std::string_view name, std::string_view known) {
     if (name.size() < 3 || name.size() > NAME_MAX_COMPARED) return false;
+    if (name.starts_with('/') != known.starts_with('/') || name.starts_with('!')) return false;
     if (name.size() == known.size() && strncasecmp(name.data(), known.data(), name.size()) == 0)
         return true;
     return distance(name, known) <= (known.size() > 4 ? 2U : 1U);
@@ -79,14 +75,18 @@ void hintSplitQuotes(std::string_view args) {
     }
 }
 
-void hintCut(std::string_view value, std::size_t room, const char *what) {
-    if (wantsHints() && room > 0 && value.size() >= room)
-        tellHint("%s is cut to %zu characters.", what, room - 1);
+void tellCut(std::string_view value, std::size_t room, const char *what) {
+    if (room > 0 && value.size() >= room) tellHint("%s is cut to %zu characters.", what, room - 1);
+}
+
+void hintNoEffect(std::string_view property, std::string_view value) {
+    if (wantsHints())
+        tellHint("'%.*s:%.*s' has no effect.", static_cast<int>(property.size()), property.data(),
+                 static_cast<int>(value.size()), value.data());
 }
 
 void hintFont(const char *family) {
-    if (!wantsHints() || *family == '\0') return;
-    if (std::find(std::begin(pdfFonts), std::end(pdfFonts), family) == std::end(pdfFonts))
+    if (wantsHints() && *family != '\0' && !isPdfFont(family))
         tellHint("'%s' is no font of a PDF report.", family);
 }
 

@@ -14,6 +14,11 @@ inline bool withoutResults() {
     return reportSink != nullptr && reportSink->withoutResults;
 }
 
+// Whether wrong clauses are left out and all that follows is read, as a check does.
+inline bool readsOn() {
+    return reportSink != nullptr && reportSink->goOn;
+}
+
 // Whether a name was most likely meant to be another: one or two letters differ.
 bool isNearName(std::string_view name, std::string_view known);
 
@@ -26,8 +31,14 @@ void hintRestOfLine(const TemplateContext *ctx, std::string_view clause);
 // Tells of a value whose quotes a "," splits.
 void hintSplitQuotes(std::string_view args);
 
-// Tells of a value of which `room` - 1 characters are used.
-void hintCut(std::string_view value, std::size_t room, const char *what);
+// Tells of a value of which `room` - 1 characters are used. `what` is in the singular.
+void tellCut(std::string_view value, std::size_t room, const char *what);
+inline void hintCut(std::string_view value, std::size_t room, const char *what) {
+    if (wantsHints()) tellCut(value, room, what);
+}
+
+// Tells of a css property that changes nothing.
+void hintNoEffect(std::string_view property, std::string_view value);
 
 // Tells of a font that PDF readers do not have.
 void hintFont(const char *family);

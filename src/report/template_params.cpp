@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "storage/strings.h"
 
 namespace {
@@ -51,13 +52,18 @@ bool appendReference(TemplateContext *ctx, Expansion *expansion, std::string_vie
 std::string_view expandInto(TemplateContext *ctx, std::string_view text,
                             char (&out)[TEMPLATE_TEXT_SIZE]) {
     Expansion expansion{out, 0};
+    bool failed = false;  // on a name; a check looks at the others too
     for (;;) {
         const std::size_t reference = std::min(text.find("${"), text.size());
         if (!appendPiece(ctx, &expansion, text.substr(0, reference))) return {};
         text.remove_prefix(reference);
         if (text.empty()) break;
-        if (!appendReference(ctx, &expansion, &text)) return {};
+        const std::size_t before = text.size();
+        if (appendReference(ctx, &expansion, &text)) continue;
+        if (!readsOn() || text.size() == before) return {};
+        failed = true;
     }
+    if (failed) return {};
     out[expansion.length] = '\0';
     return {out, expansion.length};
 }
@@ -78,6 +84,8 @@ TemplateParam *findTemplateParam(TemplateParam *first, std::string_view name, st
 }
 
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value) {
+    if (wantsHints())
+        tellCut(withoutBlanks(value), sizeof TemplateParam::value, "a parameter's value");
     name = withoutBlanks(withoutBlanks(name).substr(0, TEMPLATE_NAME_SIZE - 1));
     if (name.empty()) return MERGE_OK;
     std::int64_t steps = 0;
@@ -119,6 +127,7 @@ TemplateParam **currentParams(TemplateContext *ctx) {
 
 int expandArg(TemplateContext *ctx, const RawArg &raw, std::size_t valueSize, ParsedArg *arg) {
     arg->name = raw.name;
+    if (valueSize == TEMPLATE_TEXT_SIZE) hintCut(raw.value, valueSize, "an argument's value");
     const std::string_view value = raw.value.substr(0, valueSize - 1);
     bool failed = false;
     if (raw.hasReference) {
@@ -148,6 +157,9 @@ int parseParamPieces(TemplateContext *ctx, std::string_view text, std::size_t va
     ParsedArg arg;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find(';'), text.size());
+        if (wantsHints())
+            tellCut(withoutBlanks(text.substr(0, text.find_first_of(":;"))), TEMPLATE_NAME_SIZE,
+                    "a parameter's name");
         // A failed expansion was reported; the parameter keeps the unexpanded text.
         static_cast<void>(parseClauseArg(ctx, text.substr(0, end), ':', valueSize, &arg));
         if (setTemplateParam(list, arg.name, arg.value) != MERGE_OK) return templateNoMemory(ctx);

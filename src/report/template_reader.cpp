@@ -9,6 +9,7 @@
 
 #include "report/row_plan.h"
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "report/template_params.h"
 #include "report/template_place.h"
 #include "results/report_findings.h"
@@ -70,7 +71,7 @@ void resolvePath(const TemplateContext *ctx, const char *name, char (&path)[TEMP
     char whole[2 * TEMPLATE_PATH_SIZE] = "";
     if (name[0] != '/' && includer != nullptr) copyPiece(whole, folderOf(includer->path));
     safe_strncat(whole, name, sizeof whole);
-    copyPath(path, sizeof path, whole);
+    copyReportPath(path, sizeof path, whole);
 }
 
 // What it means that an included file could not be opened, for `error` of errno: without memory,
@@ -133,8 +134,8 @@ bool recallNextTag(TemplateContext *ctx) {
 void takeTag(TemplateContext *ctx, const char *start, bool newLine, std::string_view text) {
     const TemplateFile *file = currentFile(ctx);
     const std::size_t offset = windowOffset(file, start);
-    FoundTag *found =
-        offset < file->windowLength ? rememberTag(&ctx->memo, {offset, newLine}) : &ctx->unkept;
+    const bool isKept = offset < file->windowLength && !readsOn();  // a check may end it elsewhere
+    FoundTag *found = isKept ? rememberTag(&ctx->memo, {offset, newLine}) : &ctx->unkept;
     found->tag.text = text;
     found->tag.clause = CLAUSE_UNREAD;
     found->lineEnd = ctx->lineEnd;
@@ -186,11 +187,11 @@ std::string_view nextTemplateTag(TemplateContext *ctx) {
         const char *open = findInLine(ctx, start, '<');
         const char *close = open != nullptr ? findInLine(ctx, open, '>') : nullptr;
         ctx->cursor = close != nullptr ? close + 1 : nullptr;
-        if (close == nullptr) {
-            if (open != nullptr)
-                tellHint("a '<' without '>' on its line drops the rest of the line.");
-            continue;
-        }
+        if (close == nullptr && open != nullptr)
+            tellHint("a '<' without '>' on its line drops the rest of the line.");
+        if (close == nullptr && open != nullptr && readsOn())
+            close = ctx->cursor = ctx->lineEnd;  // it is taken for the tag that it was to be
+        if (close == nullptr) continue;
         takeTag(ctx, start, newLine, {open + 1, static_cast<std::size_t>(close - open - 1)});
         return ctx->tag->text;
     }
@@ -200,6 +201,7 @@ int readTemplateText(TemplateContext *ctx, char *out, std::size_t size) {
     if (atLineEnd(ctx) && readTemplateLine(ctx) != 0) return -1;
     const char *open = findInLine(ctx, ctx->cursor, '<');
     const char *end = open != nullptr ? open : ctx->lineEnd;
+    hintCut({ctx->cursor, static_cast<std::size_t>(end - ctx->cursor)}, size, "the value's text");
     const std::size_t length = std::min(static_cast<std::size_t>(end - ctx->cursor), size - 1);
     std::memcpy(out, ctx->cursor, length);
     out[length] = '\0';

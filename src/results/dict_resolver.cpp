@@ -7,7 +7,6 @@
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "results/report_findings.h"
-#include "storage/files.h"
 #include "storage/strings.h"
 
 namespace {
@@ -17,7 +16,7 @@ int openDictionary(LexicaDict *dict, const char *name, const char *lang) {
     char file[sizeof DictEntry::dictName + sizeof DictResolver::lang + sizeof "_.lxc"];
     std::snprintf(file, sizeof file, "%s_%s.lxc", name, lang);
     char path[OPTION_PATH_SIZE];
-    joinPath(path, sizeof path, opt_dictdir, file);
+    joinReportPath(path, sizeof path, opt_dictdir, file);
     tellOpened(path);
     return lexica_open(dict, path);
 }

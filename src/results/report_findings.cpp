@@ -17,6 +17,7 @@ constexpr FindingForm causeForm = {REPORT_CAUSE, 1, false, "Error: "};
 constexpr FindingForm freeErrorForm = {REPORT_ERROR, 1, false, ""};
 constexpr FindingForm warningForm = {REPORT_WARNING, 2, false, "Warning: "};
 constexpr FindingForm freeWarningForm = {REPORT_WARNING, 2, false, ""};
+constexpr FindingForm pathForm = {REPORT_WARNING, 1, false, "Warning: "};
 constexpr FindingForm hintForm = {REPORT_HINT, 0, true, "Warning in "};
 constexpr FindingForm hiddenCauseForm = {REPORT_CAUSE, 0, false, nullptr};
 
@@ -29,6 +30,20 @@ void handOver(const FindingForm *form, const char *format, const char *text) {
     ReportFinding finding = {form, "", nullptr, 0, passesOn(format) ? text : format, text};
     if (findingPlace.locate != nullptr) findingPlace.locate(findingPlace.merge, &finding);
     reportSink->take(reportSink->user, finding);
+}
+
+[[gnu::cold, gnu::format(printf, 2, 3)]] void tellForm(const FindingForm *form, const char *format,
+                                                       ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    tellReport(form, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+bool fitsOrWarn(const char *out, std::size_t size, int length) {
+    if (length >= 0 && static_cast<std::size_t>(length) < size) return true;
+    tellForm(&pathForm, "path '%s' was cut at %zu characters.", out, size - 1);
+    return false;
 }
 
 }  // namespace
@@ -75,6 +90,14 @@ void tellFreeWarning(const char *format, ...) {
     va_start(arguments, format);
     tellReport(&freeWarningForm, nullptr, format, arguments);
     va_end(arguments);
+}
+
+bool copyReportPath(char *out, std::size_t size, const char *path) {
+    return fitsOrWarn(out, size, std::snprintf(out, size, "%s", path));
+}
+
+bool joinReportPath(char *out, std::size_t size, const char *directory, const char *name) {
+    return fitsOrWarn(out, size, std::snprintf(out, size, "%s/%s", directory, name));
 }
 
 void tellHint(const char *format, ...) {

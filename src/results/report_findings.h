@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 
 enum FindingSeverity : std::uint8_t {
@@ -79,6 +80,10 @@ bool isFindingRead(const FindingForm *form);
 // "Warning: TEXT", or the TEXT alone, at level 2.
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellReportWarning(const char *format, ...);
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellFreeWarning(const char *format, ...);
+
+// copyPath and joinPath of storage/files.h for the files of a report: the warning is a finding.
+bool copyReportPath(char *out, std::size_t size, const char *path);
+bool joinReportPath(char *out, std::size_t size, const char *directory, const char *name);
 
 // For sinks alone, with the place of the merge; the second is the cause of the error that follows.
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellHint(const char *format, ...);
