@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/guards.h"
+#include "core/options.h"
 #include "dmon/dmon.h"
 #include "output/dump_backend.h"
 #include "report/merge.h"
@@ -43,10 +44,16 @@ public:
         }
         nowhere_.reset(std::fopen("/dev/null", "we"));
         if (order_.results.empty()) return nowhere_ != nullptr;
-        Results *loaded = nullptr;
-        if (loadResultsFile(order_.results.c_str(), &loaded) != RESULTS_OK) return false;
-        results_.reset(loaded);
+        if (!loadResults(order_.results, &results_)) return false;
         return nowhere_ != nullptr;
+    }
+
+    // Takes a dictionary that has no file for an empty one.
+    bool allowMissingDicts() {
+        emptyFile_.reset(std::tmpfile());
+        if (!emptyFile_) return false;
+        emptyDict_ = "/proc/self/fd/" + std::to_string(fileno(emptyFile_.get()));
+        return true;
     }
 
     // What needs no results is looked at in every section and loop, whatever the results say.
@@ -57,8 +64,13 @@ public:
 
 private:
     void mergeOnce(std::uint32_t format, bool withoutResults) {
-        const ReportSink sink = {FindingList::take, findings_,     true, true,
-                                 withoutResults,    noteReportFile};
+        const ReportSink sink = {FindingList::take,
+                                 findings_,
+                                 true,
+                                 true,
+                                 withoutResults,
+                                 noteReportFile,
+                                 emptyDict_.empty() ? nullptr : emptyDict_.c_str()};
         reportSink = &sink;
         std::rewind(template_.get());
         const std::string path = shownTemplate(order_.templateFile);
@@ -73,8 +85,9 @@ private:
 
     const CheckOrder &order_;
     FindingList *findings_;
-    FileGuard template_, nowhere_;
-    std::unique_ptr<Results, void (*)(Results *)> results_{nullptr, freeResults};
+    FileGuard template_, nowhere_, emptyFile_;
+    std::string emptyDict_;
+    ResultsGuard results_;
 };
 
 // A text without the full stop that the next part of a line would follow.
@@ -108,6 +121,43 @@ std::vector<ListedFinding> sorted(const CheckOrder &order, const FindingList &li
                std::pair(files[fileOf(order, b)], lineOf(b));
     });
     return findings;
+}
+
+// A missing key's "NAME[GROUP]"; the text in the default language, if any, follows it.
+std::string groupOf(const ListedFinding &finding) {
+    return finding.why.substr(0, finding.why.find(": "));
+}
+
+// Those of keys alone, by dictionary and group in the order of their first.
+std::vector<ListedFinding> missingKeys(const CheckOrder &order, const FindingList &list) {
+    std::map<std::string, std::size_t> groups;
+    std::vector<ListedFinding> keys;
+    for (const ListedFinding &finding : sorted(order, list)) {
+        if (finding.message != MISSING_KEY) continue;
+        groups.emplace(groupOf(finding), groups.size());
+        keys.push_back(finding);
+    }
+    std::stable_sort(keys.begin(), keys.end(), [&groups](const auto &a, const auto &b) {
+        return groups[groupOf(a)] < groups[groupOf(b)];
+    });
+    return keys;
+}
+
+// The dictionary of "NAME[GROUP]" as a comment, and the line that begins the group.
+std::string headingOf(const std::string &group) {
+    const std::size_t open = group.find('[');
+    if (open == std::string::npos) return "# no dictionary is named: dict=NAME[1] in the report\n";
+    return "# " + group.substr(0, open) + '_' + opt_lang_id.get().text + ".lxc\n" +
+           group.substr(open) + '\n';
+}
+
+// A key as a dictionary holds it.
+std::string keyOf(const ListedFinding &finding) {
+    const std::size_t start = finding.text.find('\'') + 1;
+    const std::string key = finding.text.substr(start, finding.text.rfind('\'') - start);
+    const bool isPlain = !key.empty() && key.find('=') == std::string::npos &&
+                         key.find_first_of(" \t#[") != 0 && !key.ends_with(' ');
+    return isPlain ? key : '"' + key + '"';
 }
 
 std::string asLines(const CheckOrder &order, const FindingList &list) {
@@ -154,15 +204,17 @@ int checkTemplate(const CheckOrder &order) {
 int listMissingKeys(const CheckOrder &order) {
     FindingList findings(FindingUse::LINES);
     Check check(order, &findings);
-    if (!check.open()) return -1;
+    if (!check.open() || !check.allowMissingDicts()) return -1;
     check.merge(RPT_FMT_TXT);
     std::string text;
+    std::string heading;  // dictionary and group of the lines so far
     int count = 0;
-    for (const ListedFinding &finding : findings.findings()) {
-        if (finding.message != MISSING_KEY) continue;
-        const std::size_t start = finding.text.find('\'') + 1;
-        text += "# " + fileOf(order, finding) + ':' + std::to_string(lineOf(finding)) + '\n';
-        text += finding.text.substr(start, finding.text.rfind('\'') - start) + " = \n";
+    for (const ListedFinding &finding : missingKeys(order, findings)) {
+        const std::string group = groupOf(finding);
+        if (group != heading || count == 0) text += headingOf(heading = group);
+        text += "# " + fileOf(order, finding) + ':' + std::to_string(lineOf(finding)) +
+                finding.why.substr(group.size()) + '\n';
+        text += keyOf(finding) + " = \n";
         ++count;
     }
     std::fputs(text.c_str(), stdout);

@@ -24,11 +24,6 @@
 
 namespace {
 
-struct ResultsFreer {
-    void operator()(Results *results) const { freeResults(results); }
-};
-using ResultsGuard = std::unique_ptr<Results, ResultsFreer>;
-
 constexpr FindingForm ownWarning = {REPORT_WARNING, 1, false, "Warning: "};
 
 // Copies a stream to another; false, with errno set, when one of them fails.
@@ -44,6 +39,25 @@ bool copyStream(std::FILE *from, std::FILE *to) {
 bool isOpenFile(const std::string &path) {
     return path.starts_with("/dev/std") || path.starts_with("/dev/fd/") ||
            path.starts_with("/proc/self/fd/");
+}
+
+// Whether a path names what can be read once only, or by its number.
+bool isStream(const std::string &path) {
+    struct stat status {};
+    return path == "-" || isOpenFile(path) ||
+           (stat(path.c_str(), &status) == 0 &&
+            (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)));
+}
+
+// A copy of a stream in a file without a name, which can be read again; null with errno set.
+FileGuard copyOf(const std::string &path) {
+    const FileGuard given(path == "-" ? fdopen(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "r")
+                                      : std::fopen(path.c_str(), "re"));
+    FileGuard copy(std::tmpfile());
+    if (!given || !copy || !copyStream(given.get(), copy.get()) ||
+        std::fseek(copy.get(), 0, SEEK_SET) != 0)
+        return nullptr;
+    return copy;
 }
 
 // The stream of an output that is no file of its own: standard output, a pipe, a device, an open
@@ -101,9 +115,8 @@ private:
 
 // Loads the results and merges them; false after a message.
 bool fill(const ReportOrder &order, std::FILE *templateFile, std::FILE *report) {
-    Results *loaded = nullptr;
-    if (loadResultsFile(order.results.c_str(), &loaded) != RESULTS_OK) return false;
-    const ResultsGuard results(loaded);
+    ResultsGuard results;
+    if (!loadResults(order.results, &results)) return false;
     const std::string path = shownTemplate(order.templateFile);
     const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
     return mergeTemplate(results.get(), templateFile, report, path.c_str() + name, order.format,
@@ -163,15 +176,25 @@ std::string shownTemplate(const std::string &path) {
 }
 
 FileGuard openTemplate(const std::string &path) {
-    if (path != "-" && !isOpenFile(path)) return openForReading(path.c_str());
-    const FileGuard given(path == "-" ? fdopen(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "r")
-                                      : std::fopen(path.c_str(), "re"));
-    // Loops read again what a pipe gives once.
-    FileGuard copy(std::tmpfile());
-    if (!given || !copy || !copyStream(given.get(), copy.get()) ||
-        std::fseek(copy.get(), 0, SEEK_SET) != 0)
-        return nullptr;
-    return copy;
+    return isStream(path) ? copyOf(path) : openForReading(path.c_str());
+}
+
+bool loadResults(const std::string &path, ResultsGuard *results) {
+    FileGuard copy;
+    std::string file = path;
+    if (isStream(path)) {
+        copy = copyOf(path);
+        if (!copy) {
+            tellFreeError("Error loading results file '%s': %s", path.c_str(),
+                          std::strerror(errno));
+            return false;
+        }
+        file = "/proc/self/fd/" + std::to_string(fileno(copy.get()));
+    }
+    Results *loaded = nullptr;
+    if (loadResultsFile(file.c_str(), &loaded) != RESULTS_OK) return false;
+    results->reset(loaded);
+    return true;
 }
 
 bool makeReport(const ReportOrder &order) {
@@ -181,7 +204,8 @@ bool makeReport(const ReportOrder &order) {
             "PDF reports are in English: --lang " + order.lang + " has no effect.";
         findings.add({&ownWarning, "", nullptr, 0, "", text.c_str()});
     }
-    const ReportSink sink = {FindingList::take, &findings, false, false, false, noteReportFile};
+    const ReportSink sink = {FindingList::take, &findings, false, false, false,
+                             noteReportFile,    nullptr};
     reportSink = &sink;
     const bool made = make(order, findings);
     reportSink = nullptr;

@@ -3,10 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "base/guards.h"
 #include "report_findings.h"
+#include "results/results.h"
 
 struct ReportOrder {
     std::string results;
@@ -30,8 +32,17 @@ bool makeReport(const ReportOrder &order);
 // Tells that one of many reports was not made: one line on standard error.
 void tellFailure(const std::string &results, const std::string &reason);
 
-// Opens a template for reading, or a copy of standard input for "-"; null with errno set.
+// Opens a template for reading, or a copy of it when it is a stream: "-" for standard input, a
+// FIFO, an open file by its number. Null with errno set.
 FileGuard openTemplate(const std::string &path);
+
+struct ResultsFreer {
+    void operator()(Results *results) const { freeResults(results); }
+};
+using ResultsGuard = std::unique_ptr<Results, ResultsFreer>;
+
+// Loads results, of a stream as well; false after a message.
+bool loadResults(const std::string &path, ResultsGuard *results);
 
 // What `report-name` is unless it is set: the name of the results file without ".res".
 std::string reportNameOf(const std::string &results);

@@ -72,7 +72,9 @@ std::string isFolder(const std::string &path) {
 }
 
 void declareArguments(CLI::App *app, Arguments *args) {
-    app->add_option("RESULTS", args->results, "results file (.res)")->required()->type_name("");
+    app->add_option("RESULTS", args->results, "results file (.res); - for standard input")
+        ->required()
+        ->type_name("");
     app->add_option("TEMPLATE", args->templateFile, "report template; - for standard input")
         ->type_name("");
     app->add_option("OUTPUT", args->output,
@@ -187,9 +189,13 @@ void checkArguments(Arguments *args) {
         args->output = args->templateFile;  // the folder
         args->templateFile = args->results;
         if (args->format.empty()) args->format = "txt";
+        if (args->templateFile == "-")
+            throw CLI::ExcludesError("--each", "a template on standard input");
         return;
     }
     if (!args->more.empty()) throw CLI::ExtrasError(args->more);
+    if (args->results == "-" && args->templateFile == "-")
+        throw CLI::ExcludesError("RESULTS from standard input", "TEMPLATE");
     if (args->items || args->scaffold) {
         if (!args->templateFile.empty()) throw CLI::ExtrasError({args->templateFile});
         return;
@@ -255,7 +261,7 @@ bool prepare(const Arguments &args, DescriptorGuard *dictFolder) {
     if (dictDir.empty()) dictDir = fs::path(args.templateFile).parent_path().string();
     dictFolder->reset(setDictDir(dictDir.empty() ? "." : dictDir).release());
     opt_lang_id.set(args.missingKeys.empty() ? args.lang : args.missingKeys);
-    copyPiece(opt_dflt_lang_id, args.missingKeys.empty() ? args.defLang : args.missingKeys);
+    copyPiece(opt_dflt_lang_id, args.defLang);
     if (setVariables(args)) return true;
     std::fputs("vorn-report: the user variables cannot be stored: no memory\n", stderr);
     return false;
@@ -309,12 +315,11 @@ int runCheck(const Arguments &args) {
 }
 
 int listItems(const Arguments &args) {
-    Results *results = nullptr;
-    if (loadResultsFile(args.results.c_str(), &results) != RESULTS_OK) return EXIT_FAILED;
-    const std::unique_ptr<Results, void (*)(Results *)> owner(results, freeResults);
-    const std::string list = args.scaffold ? scaffoldFor(results)
-                             : args.json   ? itemListJson(results)
-                                           : itemListText(results);
+    ResultsGuard results;
+    if (!loadResults(args.results, &results)) return EXIT_FAILED;
+    const std::string list = args.scaffold ? scaffoldFor(results.get())
+                             : args.json   ? itemListJson(results.get())
+                                           : itemListText(results.get());
     std::fputs(list.c_str(), stdout);
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return EXIT_MADE;
     std::perror("vorn-report: standard output");

@@ -4,12 +4,19 @@
 #include <cstdio>
 #include <cstring>
 
+#include <unistd.h>
+
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "results/report_findings.h"
 #include "storage/strings.h"
 
 namespace {
+
+// Whether it is looked for what a language lacks; what the default language has is no answer then.
+bool isTranslationWanted() {
+    return reportSink != nullptr && reportSink->emptyDict != nullptr;
+}
 
 // Opens the file of a dictionary in a language: lexica_open's result.
 int openDictionary(LexicaDict *dict, const char *name, const char *lang) {
@@ -18,6 +25,8 @@ int openDictionary(LexicaDict *dict, const char *name, const char *lang) {
     char path[OPTION_PATH_SIZE];
     joinReportPath(path, sizeof path, opt_dictdir, file);
     tellOpened(path);
+    if (isTranslationWanted() && access(path, F_OK) != 0)
+        return lexica_open(dict, reportSink->emptyDict);
     return lexica_open(dict, path);
 }
 
@@ -57,7 +66,9 @@ bool isStacked(const DictResolver *resolver, const DictStackEntry &wanted) {
 
 // Searches the stack, newest entry first, in the report's or in the default language. Null when no
 // dictionary holds the key.
-const char *searchStack(DictResolver *resolver, LexicaDict DictEntry::*language, const char *key) {
+//   at  gets the index of the entry that does
+const char *searchStack(DictResolver *resolver, LexicaDict DictEntry::*language, const char *key,
+                        std::int32_t *at) {
     for (std::int32_t i = resolver->depth - 1; i >= 0; --i) {
         const DictStackEntry &entry = resolver->stack[i];
         DictEntry *dictionary = &resolver->dicts[entry.dictIndex];
@@ -65,6 +76,7 @@ const char *searchStack(DictResolver *resolver, LexicaDict DictEntry::*language,
         if (lexica_locate_entry(&(dictionary->*language), &group, entry.subgroup, key) != 0)
             continue;
         const auto shown = static_cast<std::int32_t>(group);
+        *at = i;
         if (language == &DictEntry::langDict)
             dmon_log(3, "  Key '%s' found in %s[%d].\n", key, dictionary->dictName, shown);
         else
@@ -72,6 +84,17 @@ const char *searchStack(DictResolver *resolver, LexicaDict DictEntry::*language,
         return lexica_get_value(&(dictionary->*language));
     }
     return nullptr;
+}
+
+// Tells a check where the key that was not found belongs.
+void hintGroup(const DictResolver *resolver, std::int32_t at) {
+    if (!wantsHints() || at < 0) return;
+    const DictStackEntry *entry = &resolver->stack[at];
+    const char *name = resolver->dicts[entry->dictIndex].dictName;
+    if (entry->subgroup == 0)
+        tellHintDetail("%s[%u]", name, entry->group);
+    else
+        tellHintDetail("%s[%u:%u]", name, entry->group, entry->subgroup);
 }
 
 }  // namespace
@@ -126,14 +149,18 @@ void dictResolvPop(DictResolver *resolver, std::int32_t level) {
 
 const char *dictResolvGet(DictResolver *resolver, const char *key) {
     const char *text = nullptr;
+    std::int32_t at = resolver != nullptr ? resolver->depth - 1 : -1;
     if (resolver != nullptr) {
-        text = searchStack(resolver, &DictEntry::langDict, key);
-        if (text == nullptr && resolver->dfltLang[0] != '\0')
-            text = searchStack(resolver, &DictEntry::dfltDict, key);
+        text = searchStack(resolver, &DictEntry::langDict, key, &at);
+        if (text != nullptr) return text;
+        if (resolver->dfltLang[0] != '\0')
+            text = searchStack(resolver, &DictEntry::dfltDict, key, &at);
     }
-    if (text != nullptr) return text;
+    if (text != nullptr && !isTranslationWanted()) return text;
     tellReportWarning("dictionary key '%s' not found.", key);
-    return key;
+    hintGroup(resolver, at);
+    if (text != nullptr) tellHintDetail("%s", text);
+    return text != nullptr ? text : key;
 }
 
 char *dictResolvGetCopy(DictResolver *resolver, const char *key) {

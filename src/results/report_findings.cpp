@@ -19,6 +19,7 @@ constexpr FindingForm warningForm = {REPORT_WARNING, 2, false, "Warning: "};
 constexpr FindingForm freeWarningForm = {REPORT_WARNING, 2, false, ""};
 constexpr FindingForm pathForm = {REPORT_WARNING, 1, false, "Warning: "};
 constexpr FindingForm hintForm = {REPORT_HINT, 0, true, "Warning in "};
+constexpr FindingForm hintDetailForm = {REPORT_DETAIL, 0, false, nullptr};
 constexpr FindingForm hiddenCauseForm = {REPORT_CAUSE, 0, false, nullptr};
 
 // A format that only passes a text on says nothing of its kind.
@@ -104,6 +105,13 @@ void tellHint(const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
     if (wantsHints()) tellReport(&hintForm, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+void tellHintDetail(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    if (wantsHints()) tellReport(&hintDetailForm, nullptr, format, arguments);
     va_end(arguments);
 }
 

@@ -41,6 +41,8 @@ struct ReportSink {
     bool goOn;            // leaves a wrong clause out and reads on
     bool withoutResults;  // looks at everything that needs no results, whatever they would say
     void (*opens)(const char *path);  // is told each file before it is opened; null: nobody is
+    const char *emptyDict;            // not null: looks for keys that the language lacks, and
+                                      // opens this for a dictionary without a file
 };
 
 // Null: findings go to the log. A program sets it before its first report and has one thread.
@@ -85,6 +87,8 @@ bool isFindingRead(const FindingForm *form);
 bool copyReportPath(char *out, std::size_t size, const char *path);
 bool joinReportPath(char *out, std::size_t size, const char *directory, const char *name);
 
-// For sinks alone, with the place of the merge; the second is the cause of the error that follows.
+// For sinks alone: a hint with the place of the merge, what belongs to the finding before it, and
+// the cause of the error that follows.
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellHint(const char *format, ...);
+[[gnu::cold, gnu::format(printf, 1, 2)]] void tellHintDetail(const char *format, ...);
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellHiddenCause(const char *format, ...);
