@@ -57,6 +57,7 @@ constexpr Advice advices[] = {
     {"a '<' without '>' before the next tag.", "end the tag; a plain '<' cannot be written"},
     {"a '<' without '>' on its line drops the rest of the line.",
      "end the tag on its line; a plain '<' cannot be written"},
+    {"a value's quote is not closed before '>'.", "close it; a value cannot hold a '>'"},
     {"a ',' splits a value in quotes.", "a value cannot hold a ','"},
     {"'%.*s:%.*s' has no effect.",
      "sizes are numbers above 0; for bold, name a face such as Courier-Bold"},

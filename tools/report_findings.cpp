@@ -9,6 +9,12 @@ namespace {
 
 constexpr std::size_t MOST_FINDINGS = 1000;
 
+// Of a parameter that a file was not handed: once a file.
+constexpr std::string_view MISSING_PARAMETER = "Parameter '%.*s' not defined.";
+
+// Follows what a call failed of, unless it is the function that failed.
+constexpr std::string_view CALL_FAILED = "plugin returned error.";
+
 // Joins what belongs to a finding.
 void join(std::string *text, std::string_view more) {
     if (more.ends_with('.')) more.remove_suffix(1);
@@ -69,9 +75,10 @@ void FindingList::take(const ReportFinding &finding, bool isError) {
         finding.text,
         {}};
     if (isError) listed.why = std::exchange(pending_, {});
+    if (use_ == FindingUse::LINES && listed.message == CALL_FAILED && listed.why.empty()) return;
     const bool byText = !isError && (use_ == FindingUse::LOG || finding.message == MISSING_KEY);
     std::string key = listed.text + '\n' + listed.why + '\n';
-    if (!byText) key += placeOf(listed);
+    if (!byText) key += listed.message == MISSING_PARAMETER ? listed.path : placeOf(listed);
     const auto known = known_.find(key);
     lastIsNew_ = known == known_.end();
     if (!lastIsNew_) {

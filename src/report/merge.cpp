@@ -449,8 +449,9 @@ int runMerge(Merge *merge, const char *dictName) {
 
     if (reportSink != nullptr) findingPlace = {locateFinding, merge};
     int result = interpretTemplate(merge);
-    if (wantsHints()) merge->endPlace = firstOpen(merge);
+    merge->endPlace = merge->reportPlace;
     if (result == MERGE_OK && wantsHints()) hintEnd(ctx, merge->hadReport);
+    merge->endPlace = wantsHints() ? firstOpen(merge) : TemplatePlace{};
     if (result == MERGE_OK) warnUnclosed(ctx);
     merge->endPlace = {};
     dmon_log(2, "Template merged (ret: %d).\n", result);

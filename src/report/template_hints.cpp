@@ -69,9 +69,10 @@ void hintSplitQuotes(std::string_view args) {
         const std::string_view piece = args.substr(0, args.find(','));
         args.remove_prefix(std::min(piece.size() + 1, args.size()));
         const std::size_t quote = piece.find_first_of("'\"");
-        if (quote == std::string_view::npos || args.empty()) continue;
-        if (piece.find(piece[quote], quote + 1) == std::string_view::npos)
-            tellHint("a ',' splits a value in quotes.");
+        if (quote == std::string_view::npos) continue;
+        if (piece.find(piece[quote], quote + 1) != std::string_view::npos) continue;
+        tellHint(args.empty() ? "a value's quote is not closed before '>'."
+                              : "a ',' splits a value in quotes.");
     }
 }
 
