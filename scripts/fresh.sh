@@ -11,4 +11,6 @@ cd "$(dirname "$0")/.."
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 git clone --quiet --no-local . "$work/vorn"
-scripts/bare-debian.sh -p git,ca-certificates -d "$work/vorn" "${@/#/cd /vorn && exec }"
+commands=()
+for command in "$@"; do commands+=("cd /vorn && exec $command"); done
+scripts/bare-debian.sh -p git,ca-certificates -d "$work/vorn" "${commands[@]}"
