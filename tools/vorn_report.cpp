@@ -302,7 +302,8 @@ int runReport(const Arguments &args) {
     watchFiles(files, args.quiet, [&] {
         const int found = checkTemplate(order);
         std::fflush(stdout);
-        if (!args.quiet && found >= 0) std::fprintf(stderr, "vorn-report: %d findings\n", found);
+        if (!args.quiet && found >= 0)
+            std::fprintf(stderr, "vorn-report: %d finding%s\n", found, found == 1 ? "" : "s");
     });
 }
 

@@ -73,6 +73,7 @@ void hintSplitQuotes(std::string_view args) {
         if (piece.find(piece[quote], quote + 1) != std::string_view::npos) continue;
         tellHint(args.empty() ? "a value's quote is not closed before '>'."
                               : "a ',' splits a value in quotes.");
+        return;  // the rest of the value looks like more of the kind
     }
 }
 
