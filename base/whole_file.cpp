@@ -135,12 +135,11 @@ int WholeFile::begin(const char *path, PartBusy busy, mode_t mode) {
 }
 
 int WholeFile::commit(PartTarget target, PartSync sync) {
-    // The stream remembers a write that failed earlier; errno may be long gone then.
-    errno = EIO;
-    int error = 0;
-    if (std::ferror(part_.get()) != 0 || std::fflush(part_.get()) != 0 ||
-        (sync == SYNC_NOW && fsync(fileno(part_.get())) != 0))
-        error = errno;
+    // The stream remembers that a write failed earlier, but not why: it tries to write the same
+    // again.
+    const bool failedBefore = std::ferror(part_.get()) != 0;
+    int error = std::fflush(part_.get()) != 0 ? errno : failedBefore ? EIO : 0;
+    if (error == 0 && sync == SYNC_NOW && fsync(fileno(part_.get())) != 0) error = errno;
     if (error == 0) error = renameToFree(partPath_, path_);
     const bool isNew = error == 0;
     if (error == EEXIST && target == TARGET_REPLACED)

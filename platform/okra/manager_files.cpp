@@ -56,8 +56,9 @@ int copyRegisters(const char *path, ResultsReader *reader, std::FILE *out) {
         if (line == RESULTS_END) return OKRA_OK;
         if (line == RESULTS_APP) return failFile(OKRA_BAD_FILE, path, "more than one application");
         if (out == nullptr) continue;
-        std::fwrite(reader->line.data(), 1, reader->line.size(), out);
-        std::fputc('\n', out);
+        const std::size_t size = reader->line.size();
+        if (std::fwrite(reader->line.data(), 1, size, out) != size || std::fputc('\n', out) == EOF)
+            return okraFail(OKRA_FILE_ERROR, "%s", std::strerror(errno));
     }
 }
 

@@ -38,6 +38,12 @@ const char *APX_Error(int code);
 
 // ---- the running manager ----
 
+// What callers tell apart; any other error is a failure.
+enum ApxError : int {
+    APX_NOT_RUNNING = -2,  // no such application, or a handle of one that is gone
+    APX_DISABLED = -3,     // the application's measurements are disabled
+};
+
 int APX_Open_Manager();
 
 // Has application events sent to a System V message queue. Arguments as the library's manual gives

@@ -2,11 +2,13 @@
 // The error codes of the host's application manager and their texts.
 #pragma once
 
+#include "okra/okra.h"
+
 enum OkraError : int {
     OKRA_OK = 0,
     OKRA_NOT_READY = -1,    // the manager's directory is not there
-    OKRA_NOT_RUNNING = -2,  // no such application, or a handle of one that is gone
-    OKRA_DISABLED = -3,     // the application's measurements are disabled
+    OKRA_NOT_RUNNING = APX_NOT_RUNNING,
+    OKRA_DISABLED = APX_DISABLED,
     OKRA_BAD_REQUEST = -4,  // an argument or a request record that makes no sense
     OKRA_BAD_FILE = -5,     // a results file, or a file of the manager, breaks its rules
     OKRA_FILE_ERROR = -6,   // a file or a queue cannot be had, read or written

@@ -61,9 +61,13 @@ int makeRoom(Save *save) {
     return SAVE_FAILED;
 }
 
+bool isGone(const char *path) {
+    return access(path, F_OK) != 0 && errno == ENOENT;
+}
+
 // A purge keeps the names that sort last, and the new one need not be among them.
 void tellWhenPurged(const Save *save) {
-    if (access(save->path, F_OK) == 0 || errno != ENOENT) return;
+    if (!isGone(save->path)) return;
     dmon_log(1,
              "Error: the quota's purge deleted %s, which was just saved: its name sorts before "
              "those of the files that stay.\n",
@@ -89,9 +93,8 @@ int saveResultsFile(const Save *save) {
     return SAVE_OK;
 }
 
-int makeAutoreport(const Save *save) {
+int makeAutoreport(const Save *save, char (&reportPath)[RESULT_PATH_SIZE]) {
     const Subscription *subscription = save->subscription;
-    char reportPath[RESULT_PATH_SIZE];
     makeReportPath(reportPath, save->path, save->settings.reportFormat);
     char templatePath[RESULT_PATH_SIZE];
     makeTemplatePath(templatePath, subscription);
@@ -110,10 +113,18 @@ int makeAutoreport(const Save *save) {
 // Turns the results file into a report, which takes its place. A failed report leaves the results
 // file, and its count, as they are: what was measured is not lost.
 int replaceByReport(const Save *save) {
-    const int error = makeAutoreport(save);
+    char reportPath[RESULT_PATH_SIZE];
+    const int error = makeAutoreport(save, reportPath);
     if (error != REPORT_OK) {
         dmon_log(1, "Error: could not generate autoreport from %s (err=%d).\n", save->path, error);
         return error;
+    }
+    // A purge of the reports takes those that look oldest, as this one does when the clock was set
+    // back.
+    if (opt_fullact_rpt == FULL_PURGE && isGone(reportPath)) {
+        dmon_log(1, "Error: report %s is not there any more, so the results stay in %s.\n",
+                 reportPath, save->path);
+        return REPORT_OK;
     }
     if (unlink(save->path) == 0)
         quotaAddCount(save->subscription->quotaId, -1);

@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr unsigned RETRY_SECONDS = 1;  // after a failure of the manager
+
 KvStore appTable;  // application name -> AppEntry, from malloc
 
 // What stands in the table for an application of a subscription.
@@ -36,6 +38,17 @@ int createChangeList(std::int32_t handle) {
 void unwatchApp(AppEntry *entry) {
     entry->active = 0;
     APX_Kill_Chg_List(entry->handle, CHANGE_LIST_NAME);
+}
+
+// Takes the application's handle; 0 when it runs and measures, else the manager's error code.
+int lookUpApp(AppEntry *entry) {
+    entry->handle = APX_Get_Handle(entry->name);
+    TimeRecord time{};
+    return entry->handle < 0 ? entry->handle : APX_Get_Time_Info(entry->handle, 0, &time);
+}
+
+bool isFailure(int state) {
+    return state != 0 && state != APX_NOT_RUNNING && state != APX_DISABLED;
 }
 
 // A new entry in the table, watched when the application runs; null without memory.
@@ -92,14 +105,19 @@ void releaseApp(const char *name) {
 }
 
 int watchApp(AppEntry *entry) {
-    constexpr unsigned RETRY_SECONDS = 1;
-    entry->handle = APX_Get_Handle(entry->name);
+    int state = lookUpApp(entry);
+    if (isFailure(state)) {
+        sleep(RETRY_SECONDS);
+        state = lookUpApp(entry);
+    }
+    if (isFailure(state))
+        dmon_log(1, "Error: could not look up application '%s': %s.\n", entry->name,
+                 APX_Error(state));
     if (entry->handle < 0) {
         dmon_log(2, "Application '%s' not found. Subscription delayed.\n", entry->name);
         return WATCH_NO_APP;
     }
-    TimeRecord time{};
-    if (APX_Get_Time_Info(entry->handle, 0, &time) != 0) {
+    if (state != 0) {
         entry->active = 0;
         dmon_log(2, "Application '%s' has measurements disabled. Ignored.\n", entry->name);
         return WATCH_OK;

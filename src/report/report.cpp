@@ -55,12 +55,18 @@ int compareFileAge(const struct dirent **a, const struct dirent **b) {
     return timeA < timeB ? -1 : 1;
 }
 
+// Of reports made within a second, those whose names sort first.
+int compareAgeAndName(const struct dirent **a, const struct dirent **b) {
+    const int age = compareFileAge(a, b);
+    return age != 0 ? age : misc_alphasort(a, b);
+}
+
 int countReportFiles(void *) {
     return countDirFiles(opt_rptdir, isReportFile);
 }
 
 int purgeReportFiles(void *, int keep) {
-    return purgeDirFiles(opt_rptdir, isReportFile, compareFileAge, keep);
+    return purgeDirFiles(opt_rptdir, isReportFile, compareAgeAndName, keep);
 }
 
 std::uint16_t reportMax() {

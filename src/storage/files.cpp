@@ -9,6 +9,7 @@
 
 #include <sys/stat.h>
 
+#include "base/folders.h"
 #include "base/guards.h"
 #include "base/whole_file.h"
 #include "base/words.h"
@@ -21,6 +22,13 @@ int exists(const char *path) {
     struct stat status;
     if (stat(path, &status) == 0) return 1;
     return errno == ENOENT || errno == ENOTDIR ? 0 : -1;
+}
+
+// Files that cannot be seen are neither counted nor deleted, which is not to pass for an empty
+// folder.
+void tellUnreadable(const char *directory, int error) {
+    if (error != 0 && error != ENOENT)
+        dmon_log(1, "Error: could not read folder '%s': %s.\n", directory, std::strerror(error));
 }
 
 // Where the extension of the path's file name begins: its last dot, or its end.
@@ -69,16 +77,20 @@ int misc_alphasort(const struct dirent **a, const struct dirent **b) {
 
 int countDirFiles(const char *directory, DirFilter filter) {
     const DirectoryGuard entries(opendir(directory));
-    if (!entries) return 0;
     int count = 0;
-    errno = 0;
-    while (const dirent *entry = readdir(entries.get()))
-        if (filter(entry) != 0) ++count;
-    return errno == 0 ? count : 0;
+    if (entries) {
+        errno = 0;
+        while (const dirent *entry = readdir(entries.get()))
+            if (filter(entry) != 0) ++count;
+        if (errno == 0) return count;
+    }
+    tellUnreadable(directory, errno);
+    return 0;
 }
 
 int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int keep) {
     const DirListing listing(directory, filter, order);
+    tellUnreadable(directory, listing.error());
     const int surplus = std::max(0, listing.count() - std::max(0, keep));
     for (int i = 0; i < surplus; ++i) {
         char path[PATH_MAX];
@@ -111,9 +123,12 @@ int backup_file(const char *path) {
         const int there = exists(moved);
         if (there < 0) return -1;
         if (there > 0) continue;
-        const int error = renameToFree(path, moved);
-        if (error == 0 || error == ENOENT) return 0;  // somebody else took the file away
-        if (error == EEXIST) continue;                // or the name that was free
+        int error = renameToFree(path, moved);
+        if (error == ENOENT) return 0;  // somebody else took the file away
+        // Else a power cut might leave what takes the name, and not what made room for it.
+        if (error == 0) error = syncFolderOf(path);
+        if (error == 0) return 0;
+        if (error == EEXIST) continue;  // or the name that was free
         errno = error;
         return -1;
     }

@@ -84,7 +84,7 @@ def check(folder, initial, promises):
                 if not os.path.basename(path).startswith(".") and bytes_left not in disk.whole.get(path, ()):
                     found.add(f"after '{what} {name}' {path} may hold {len(bytes_left)} bytes of none of its versions")
             for names in kept:
-                older = {initial[one] for one in names if one in initial}
-                if not any(one in state for one in names) and not older & set(state.values()):
+                older = {initial[one] for one in names if one in initial}  # perhaps under another name
+                if not (older & set(state.values()) if older else any(one in state for one in names)):
                     found.add(f"after '{what} {name}' none of {sorted(names)} may be left")
     return states, sorted(found)
