@@ -21,14 +21,32 @@ constexpr std::uint32_t COMMAND_TYPE = 2;  // handed back with each command; nob
 pthread_mutex_t placeLock = PTHREAD_MUTEX_INITIALIZER;
 pthread_cond_t placeFreed = PTHREAD_COND_INITIALIZER;
 
+// The queue says MQ_FULL without memory too.
+bool isFull() {
+    return mqNumElems(&commandQueue) >= COMMAND_QUEUE_SIZE;
+}
+
+constexpr std::uint32_t MEMORY_MS =
+    100;  // between two tries without memory: nobody tells when it is back
+
+// Waits, with placeLock held, until it is worth trying again; false when the time is over.
+bool waitForPlace(const WaitLimit &limit, std::uint32_t *tries) {
+    if (isFull()) return waitOnce(&placeFreed, &placeLock, limit);
+    if (*tries == 0) return false;
+    --*tries;
+    waitOnce(&placeFreed, &placeLock, limitOfMilliseconds(MEMORY_MS));
+    return true;
+}
+
 // Puts a command into the queue as soon as there is a place. MQ_OK, or mqPut's last refusal.
 std::int32_t putCommand(MeasCommand *command, const Posting &posting) {
     const WaitLimit limit = limitOfMilliseconds(posting.placeMs);
+    std::uint32_t tries = limit.kind == WaitKind::UNTIL ? posting.placeMs / MEMORY_MS : 0;
     const MutexGuard lock = lockForWork(&placeLock);
     std::int32_t result = MQ_FULL;
     do {
         result = mqPut(&commandQueue, command, COMMAND_TYPE, COMMAND_KEY, posting.poster);
-    } while (result == MQ_FULL && waitOnce(&placeFreed, &placeLock, limit));
+    } while (result == MQ_FULL && waitForPlace(limit, &tries));
     statHighest(STAT_QUEUE_MAX, static_cast<std::uint32_t>(mqNumElems(&commandQueue)));
     return result;
 }
@@ -61,10 +79,9 @@ MeasCommand *newCommand(CommandCode code) {
 int postCommand(MeasCommand *command, const Posting &posting) {
     HeapGuard<MeasCommand> owner(command);
     if (command == nullptr || putCommand(command, posting) != MQ_OK) {
-        // The queue tells both by one code.
-        const bool full = command != nullptr && mqNumElems(&commandQueue) >= COMMAND_QUEUE_SIZE;
-        dmon_log(1, full ? "Overflow in command queue.\n"
-                         : "Error: no memory for a command to the listener; it is lost.\n");
+        dmon_log(1, command != nullptr && isFull()
+                        ? "Overflow in command queue.\n"
+                        : "Error: no memory for a command to the listener; it is lost.\n");
         return POST_REFUSED;
     }
     static_cast<void>(owner.release());
