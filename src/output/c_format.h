@@ -54,7 +54,8 @@ constexpr std::int32_t CFORMAT_MAX_WIDTH = 4095;
 // the value by its type (integers in decimal or in the base asked for, floating numbers as %f)
 // with the flags, the width and, where it has the same meaning, the precision; so does "*", which
 // counts as not given. Conversions after the first are literal text. The decimal sign is a point;
-// only the flag ' and rare forms (#, %a, a precision above 128) ask the numeric locale.
+// what the C library prints (the flags ' and #, %e, %g, %a, more than nine decimals, very large
+// numbers) asks the numeric locale, where it is one too unless a plug-in has set another.
 //
 // A value of type none, or a number without data, prints as the string "----", a string without
 // data as "", and a value of an unknown type gives no text at all.
@@ -68,6 +69,10 @@ std::size_t printCFormat(char *out, std::size_t room, CFormatUnit unit, std::str
 // bytes; by the format itself when it has no letters to change.
 std::size_t printCFormatAs(char *out, std::size_t room, CFormatUnit unit, std::string_view format,
                            std::string_view newType, const ItemValue *value);
+
+// How much of this thread's printing since the last call took long, in units of some 60 ns: the
+// numbers that the C library prints, of up to 308 digits. Limits of templates count it.
+std::int32_t takePrintWork();
 
 // printCFormat by a piece that was taken apart before.
 std::size_t printCFormatPiece(char *out, std::size_t room, CFormatUnit unit,

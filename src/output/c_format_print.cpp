@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "base/utf8_text.h"
 #include "output/c_format.h"
@@ -150,6 +151,20 @@ LibraryFormat libraryFormat(const Conversion *conversion, std::string_view modif
     to = std::copy(modifier.begin(), modifier.end(), to);
     *to = letter;
     return format;
+}
+
+thread_local std::int32_t printWork = 0;
+
+// Notes a floating number that the C library prints: it works out digit by digit, of large ones
+// some hundred.
+void notePrinted(const Conversion *conversion, double number) {
+    constexpr std::int32_t least = 4;
+    constexpr std::int32_t digitsEach = 8;
+    constexpr double large[] = {1e20, 1e50, 1e100, 1e150, 1e200, 1e250, 1e300};
+    constexpr std::int32_t largeEach = 20;
+    printWork += least + std::max(conversion->precision, 0) / digitsEach;
+    for (const double limit : large)
+        if (std::fabs(number) > limit) printWork += largeEach;
 }
 
 #pragma GCC diagnostic push
@@ -351,7 +366,10 @@ void putDouble(Text *text, const Conversion *conversion, double number) {
     const char *end = nullptr;
     if ((letter == 'f' || letter == 'F') && !conversion->has(FLAG_ALTERNATE | FLAG_GROUP))
         end = putFixed(digits, std::fabs(number), precision);
-    if (end == nullptr) return putByLibrary(text, conversion, "", letter, number);
+    if (end == nullptr) {
+        notePrinted(conversion, number);
+        return putByLibrary(text, conversion, "", letter, number);
+    }
     putNumber(text, conversion, signOf(conversion, std::signbit(number)), 0,
               {digits, static_cast<std::size_t>(end - digits)}, true);
 }
@@ -430,6 +448,10 @@ void putValue(Text *text, const Conversion *conversion, const ItemValue *value) 
 }
 
 }  // namespace
+
+std::int32_t takePrintWork() {
+    return std::exchange(printWork, 0);
+}
 
 std::size_t printCFormatPiece(char *out, std::size_t room, CFormatUnit unit,
                               const CFormatPiece *piece, const ItemValue *value) {

@@ -130,6 +130,7 @@ int takeArrayElement(TemplateContext *ctx, const RegisterRecord *reg, std::int32
 
 int takeWholeArray(TemplateContext *ctx, const RegisterRecord *reg, ItemValue *value) {
     const auto length = std::min<std::size_t>(reg->as.array.length, resultsArrayBytes(reg));
+    ctx->steps += STEPS_ARRAY * static_cast<std::int64_t>(length / 128);
     value->size = static_cast<std::uint8_t>(reg->as.array.length);
     return ownText(ctx, value, {reinterpret_cast<const char *>(reg->as.array.data), length});
 }

@@ -11,6 +11,7 @@
 #include "base/guards.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
+#include "output/c_format.h"
 #include "output/dump_backend.h"
 #include "output/row_format.h"
 #include "report/css_clause.h"
@@ -391,7 +392,7 @@ int interpretTemplate(Merge *merge) {
             popTemplateFile(ctx);
         if (result != MERGE_OK && readsOn()) result = leaveOut(merge, ctx->tag, result);
         if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;
-        ctx->steps += STEPS_TAG;
+        ctx->steps += STEPS_TAG + takePrintWork();
         countRowTag(ctx);
         if (result == MERGE_OK && ctx->steps > TEMPLATE_MAX_STEPS)
             result = templateError(ctx, MERGE_TEMPLATE_ERROR, "the template takes too many steps.");

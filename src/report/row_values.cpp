@@ -96,6 +96,7 @@ int applyDataConversions(TemplateContext *ctx, const ValueClause *clause, ItemVa
     if (clause->convType == CONV_NONE || value->type == VORN_TYPE_NONE) return CONV_OK;
     DictResolver *dict = (clause->flags & VALUE_USE_DICT) != 0 ? &ctx->dict : nullptr;
     if (dict != nullptr) countLookup(ctx);
+    ctx->steps += STEPS_CONVERSION;
     const char *refusal = convertValue(clause->convType, clause->convArg, dict, value);
     if (refusal == nullptr) return CONV_OK;
     return refusal == CONVERSION_NO_MEMORY ? templateNoMemory(ctx) : reportRefusal(ctx, refusal);

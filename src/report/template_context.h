@@ -29,6 +29,8 @@ enum TemplateSteps : std::int32_t {
     STEPS_EXPANSION = 1,     // for each 8 characters that are searched for references
     STEPS_LOOKUP = 10,       // of a dictionary key, and
     STEPS_LOOKUP_ENTRY = 4,  // for each entry of the dictionary stack
+    STEPS_CONVERSION = 3,
+    STEPS_ARRAY = 1,  // for each 128 bytes of an array that is shown
     STEPS_PLUGIN_CALL = 5,
     STEPS_FINDING = 20,  // a line of the log
     STEPS_WINDOW = 40,   // a window's bytes, read anew
