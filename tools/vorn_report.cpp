@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -355,6 +356,11 @@ int run(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    // A list as JSON asks for memory even when it is released, where no exception can pass.
+    std::set_terminate([] {
+        std::fputs("vorn-report: no memory\n", stderr);
+        std::_Exit(EXIT_FAILED);
+    });
     std::signal(SIGXFSZ, SIG_IGN);  // a file above the size limit is a write that fails
     if (loadLocalTime() != 0) {
         std::fputs("vorn-report: no memory\n", stderr);

@@ -174,7 +174,9 @@ char *vorn_copy_dict_value(DictResolver *dict, const char *key);
  * Any thread may call any operation. Callbacks run under the store's lock and call no operation of
  * the same store unless it is recursive. Then they may call any: an element that a callback deletes
  * is not visited any more, one that it adds is when it comes behind, and a match whose callback
- * deleted its own element gives none. Waits are cancellation points that leave the lock free. */
+ * deleted its own element gives none. Waits are cancellation points that leave the lock free; but a
+ * thread that holds a recursive lock already, in a callback or by kvLock, keeps it while it waits,
+ * and nobody else can signal: there a wait needs a time-out. */
 
 enum {
     KV_OK = 0,
@@ -311,8 +313,8 @@ void kvFreeList(char **list);
 
 /* Copies `size` bytes of each source value, which has at least as many, under its key into the
  * destination, over values that are there; kvCopy empties the destination first. KV_OK, KV_FULL
- * (the rest is left out), or KV_BAD_ARG for a null store, the same store twice, or a size below 1.
- * No two threads name the same pair in opposite order. */
+ * (the rest is left out), or KV_BAD_ARG for a null store or the same store twice. With a size of 0
+ * or below the values are null. No two threads name the same pair in opposite order. */
 int32_t kvCopy(KvStore *destination, KvStore *source, int32_t size);
 int32_t kvMerge(KvStore *destination, KvStore *source, int32_t size);
 

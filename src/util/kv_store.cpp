@@ -124,6 +124,7 @@ std::int32_t comparePair(const KvElem *a, const KvElem *b, KvCompareFn compare, 
 // True when two neighbours, of which either may be missing, stand as sortMethod wants them.
 bool inOrder(const KvStore *store, const KvElem *a, const KvElem *b) {
     if (a == nullptr || b == nullptr) return true;
+    if (store->sortMethod == nullptr) return true;  // it has just been taken away by a call of it
     const std::int32_t order = store->sortMethod(a->value, b->value, store->context);
     return order == KV_EQUAL || order == KV_BEFORE;
 }

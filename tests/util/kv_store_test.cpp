@@ -141,6 +141,13 @@ TEST(KvStore, SurvivesWhatItsCallbacksDoToItWhenRecursive) {
         EXPECT_EQ(kvCondGet(&s.kv, takeB, nullptr), nullptr);
         EXPECT_EQ(kvSort(&s.kv, dropA, 0, nullptr), KV_OK);
         EXPECT_EQ(s.text(), "d=4 ");
+        const auto sortNoMore = [](const void *, const void *, void *) -> std::int32_t {
+            kvSetSortMethod(&store->kv, nullptr);
+            return KV_BEFORE;
+        };
+        fill();
+        kvSetSortMethod(&s.kv, sortNoMore);
+        EXPECT_EQ(kvSortElement(&s.kv, "b"), KV_OK);
     }
 }
 
