@@ -6,7 +6,7 @@
 
 enum OkraError : int {
     OKRA_OK = 0,
-    OKRA_NOT_READY = -1,    // the manager's directory is not there
+    OKRA_NOT_READY = -1,  // the manager's directory is not there
     OKRA_NOT_RUNNING = APX_NOT_RUNNING,
     OKRA_DISABLED = APX_DISABLED,
     OKRA_BAD_REQUEST = -4,  // an argument or a request record that makes no sense
