@@ -45,7 +45,7 @@ bool isText(const Json &value) {
 // The elements in a loop; an array of a few bytes is a text, and one that may be is both.
 std::string arrayRows(const std::string &name, const Json &links) {
     const std::string link = links[0]["link"].get<std::string>();
-    const std::string textRow = row(name, "%s", "link=" + link);
+    std::string textRow = row(name, "%s", "link=" + link);
     if (links.size() < 2) return textRow;
     return (isText(links[0]["value"]) ? textRow : "") +
            "<iterate var=i, from=0, to=" + std::to_string(links.size() - 2) + ">\n" +
