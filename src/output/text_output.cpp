@@ -99,13 +99,14 @@ int dumpTextRow(void *stream, const ReportRow *row) {
         tellHiddenCause("values: %d, conversions: %d", row->count, format->count);
         return DUMP_ROW_MISMATCH;
     }
-    if (wantsHints()) hintConversions(row, format);
+    const bool hints = wantsHints();
+    if (hints) hintConversions(row, format);
     char line[LINE_SIZE];
     std::size_t length = 0;
     for (std::int32_t i = 0; i < row->count; ++i) {
         const std::size_t printed =
             printRowValue(line + length, &format->pieces[i], &row->values[i]);
-        if (wantsHints()) hintCutValue(i, &row->values[i], {line + length, printed});
+        if (hints) hintCutValue(i, &row->values[i], {line + length, printed});
         length += printed;
     }
     line[length++] = '\r';

@@ -290,11 +290,13 @@ void endAtNextClause(TemplateContext *ctx, TemplateTag *tag) {
 }
 
 // The row of a tag's clause that counts in a state, or null.
-const Clause *clauseIn(MergeState state, const TemplateTag *tag) {
-    const Clause *clause = &clauses[tag->clause];
-    const std::string_view name = clause->name;
-    for (; clause != std::end(clauses) && clause->name == name; ++clause)
+inline const Clause *clauseIn(MergeState state, const TemplateTag *tag) {
+    const Clause *first = &clauses[tag->clause];
+    const Clause *clause = first;
+    do {
         if (((clause->states >> state) & 1U) != 0) return clause;
+        ++clause;
+    } while (clause != std::end(clauses) && clause->name == first->name);
     return nullptr;
 }
 

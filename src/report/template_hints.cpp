@@ -68,6 +68,7 @@ void hintSplitQuotes(std::string_view args) {
     while (!args.empty()) {
         const std::string_view piece = args.substr(0, args.find(','));
         args.remove_prefix(std::min(piece.size() + 1, args.size()));
+        tellCut(splitArg(piece, '=').value, TEMPLATE_TEXT_SIZE, "an argument's value");
         const std::size_t quote = piece.find_first_of("'\"");
         if (quote == std::string_view::npos) continue;
         if (piece.find(piece[quote], quote + 1) != std::string_view::npos) continue;

@@ -127,7 +127,6 @@ TemplateParam **currentParams(TemplateContext *ctx) {
 
 int expandArg(TemplateContext *ctx, const RawArg &raw, std::size_t valueSize, ParsedArg *arg) {
     arg->name = raw.name;
-    if (valueSize == TEMPLATE_TEXT_SIZE) hintCut(raw.value, valueSize, "an argument's value");
     const std::string_view value = raw.value.substr(0, valueSize - 1);
     bool failed = false;
     if (raw.hasReference) {

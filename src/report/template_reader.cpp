@@ -201,8 +201,11 @@ int readTemplateText(TemplateContext *ctx, char *out, std::size_t size) {
     if (atLineEnd(ctx) && readTemplateLine(ctx) != 0) return -1;
     const char *open = findInLine(ctx, ctx->cursor, '<');
     const char *end = open != nullptr ? open : ctx->lineEnd;
-    hintCut({ctx->cursor, static_cast<std::size_t>(end - ctx->cursor)}, size, "the value's text");
-    const std::size_t length = std::min(static_cast<std::size_t>(end - ctx->cursor), size - 1);
+    auto length = static_cast<std::size_t>(end - ctx->cursor);
+    if (length >= size) {
+        hintCut({ctx->cursor, length}, size, "the value's text");
+        length = size - 1;
+    }
     std::memcpy(out, ctx->cursor, length);
     out[length] = '\0';
     ctx->cursor = end;
