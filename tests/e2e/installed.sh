@@ -20,6 +20,11 @@ report() {
 "$CMAKE" --build build >/dev/null
 mv build/libstats.so .
 report stats | diff - "$SOURCE"/tests/e2e/golden/plugin_stats.txt
+# From a path beyond 63 characters, where the library is still that of the working folder.
+deep=$(printf 'deep-%.0s' {1..40})
+mkdir "$deep"
+cp ./*.tpl "$deep"
+report "$deep/stats" | diff - "$SOURCE"/tests/e2e/golden/plugin_stats.txt
 
 # The first plug-in of the manual, as it stands there, by pkg-config in plain C and in C++.
 manual=$SOURCE/docs/plugins.md

@@ -83,7 +83,9 @@ constexpr Call calls[] = {
     {SYS_mkdir, MKDIR, "mkdir"},       {SYS_newfstatat, STAT, nullptr},
     {SYS_flock, LOCK, nullptr},        {SYS_ftruncate, LOCK, "truncate"},
     {SYS_socket, SOCKET, nullptr},     {SYS_bind, SOCKET, nullptr},
-    {SYS_accept4, SOCKET, nullptr},
+    {SYS_accept4, SOCKET, nullptr},    {SYS_access, STAT, nullptr},
+    {SYS_unlinkat, UNLINK, nullptr},   {SYS_msgget, SOCKET, nullptr},
+    {SYS_msgctl, SOCKET, nullptr},
 };
 constexpr std::size_t CALL_COUNT = sizeof calls / sizeof calls[0];
 

@@ -71,11 +71,11 @@ def check(folder, initial, promises):
     """Replays a run. `promises` are (pattern of a log line, function that gives the names of which one is to be whole
     from then on). Gives the number of states looked at, and what is wrong."""
     disk, states, found = Disk(initial), 0, set()
-    kept = [{name} for name in initial]
+    promised = []
     for what, name, other, content in read_record(f"{folder}/record", str(folder)):
         if what == "log":
             for pattern, names in promises:
-                kept += [set(names(match)) for match in re.finditer(pattern, content.decode(errors="replace"))]
+                promised += [set(names(match)) for match in re.finditer(pattern, content.decode(errors="replace"))]
             continue
         disk.change(what, name, other, content)
         for state in disk.left():
@@ -83,8 +83,9 @@ def check(folder, initial, promises):
             for path, bytes_left in state.items():
                 if not os.path.basename(path).startswith(".") and bytes_left not in disk.whole.get(path, ()):
                     found.add(f"after '{what} {name}' {path} may hold {len(bytes_left)} bytes of none of its versions")
-            for names in kept:
-                older = {initial[one] for one in names if one in initial}  # perhaps under another name
-                if not (older & set(state.values()) if older else any(one in state for one in names)):
+            left = set(state.values())
+            found |= {f"after '{what} {name}' {one} may be lost" for one in initial if bytes(initial[one]) not in left}
+            for names in promised:  # not what was there before
+                if not any(one in state and state[one] != initial.get(one) for one in names):
                     found.add(f"after '{what} {name}' none of {sorted(names)} may be left")
     return states, sorted(found)
