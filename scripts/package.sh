@@ -25,7 +25,7 @@ rm -rf "$out"
 mkdir -p "$out/source"
 git ls-files -z | xargs -0 cp --parents -t "$out/source"
 cd "$out/source"
-export DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:-} parallel=$(nproc) nocheck"
+export DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS:+$DEB_BUILD_OPTIONS }parallel=$(nproc) nocheck"
 dpkg-buildpackage "${options[@]}" >"$out/build.log" 2>&1 || {
     tail -40 "$out/build.log" >&2
     exit 1
