@@ -170,6 +170,9 @@ std::string asLines(const CheckOrder &order, const FindingList &list) {
         if (!advice.empty()) text.append("; ").append(advice);
         text += '\n';
     }
+    if (list.leftOut() > 0)
+        text += shownTemplate(order.templateFile) +
+                ":1: warning: " + std::to_string(list.leftOut()) + " more findings are left out\n";
     return text;
 }
 
@@ -182,7 +185,9 @@ std::string asJson(const CheckOrder &order, const FindingList &list) {
                             {"message", messageOf(finding)},
                             {"advice", adviceFor(finding.message)},
                             {"times", finding.times}});
-    return Json{{"findings", findings}}.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return Json{{"findings", findings}, {"left_out", list.leftOut()}}.dump(
+               2, ' ', false, Json::error_handler_t::replace) +
+           '\n';
 }
 
 int print(const std::string &text, const FindingList &findings) {
