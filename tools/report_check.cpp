@@ -64,6 +64,7 @@ public:
 
 private:
     void mergeOnce(std::uint32_t format, bool withoutResults) {
+        if (findings_->leftOut() > 0) return;  // there is room for no more
         const ReportSink sink = {FindingList::take,
                                  findings_,
                                  true,

@@ -8,6 +8,7 @@
 
 #include "report/template_context.h"
 #include "report/template_error.h"
+#include "report/template_hints.h"
 #include "report/template_params.h"
 
 template <class Target>
@@ -38,14 +39,23 @@ int applyClauseArg(TemplateContext *ctx, const RawArg &raw, const char *clause,
     return row->apply(ctx, arg.value, target);
 }
 
+// Applies an argument after others that gave `result`; after one that failed only a check looks at
+// it. Returns the code of the first that failed.
+template <class Target, std::size_t N>
+int applyNextArg(TemplateContext *ctx, const RawArg &raw, const char *clause,
+                 const ClauseArg<Target> (&known)[N], Target *target, int result) {
+    if (result != MERGE_OK && !readsOn()) return result;
+    const int next = applyClauseArg(ctx, raw, clause, known, target);
+    return result == MERGE_OK ? next : result;
+}
+
 // Applies each argument of a clause in its order. MERGE_OK, or the code of the first that fails.
 //   clause  its name, for messages
+//   result  of arguments before
 template <class Target, std::size_t N>
 int parseClauseArgs(TemplateContext *ctx, std::string_view args, const char *clause,
-                    const ClauseArg<Target> (&known)[N], Target *target) {
-    int result = MERGE_OK;
-    while (result == MERGE_OK && !args.empty())
-        result = applyClauseArg(ctx, takeArg(&args), clause, known, target);
+                    const ClauseArg<Target> (&known)[N], Target *target, int result = MERGE_OK) {
+    while (!args.empty()) result = applyNextArg(ctx, takeArg(&args), clause, known, target, result);
     return result;
 }
 
@@ -54,8 +64,7 @@ template <class Target, std::size_t N>
 int parseClauseArgs(TemplateContext *ctx, const TemplateTag *tag, const char *clause,
                     const ClauseArg<Target> (&known)[N], Target *target) {
     int result = MERGE_OK;
-    for (std::int32_t i = 0; i < tag->argCount && result == MERGE_OK; ++i)
-        result = applyClauseArg(ctx, tag->split[i], clause, known, target);
-    return result == MERGE_OK ? parseClauseArgs(ctx, tag->furtherArgs, clause, known, target)
-                              : result;
+    for (std::int32_t i = 0; i < tag->argCount; ++i)
+        result = applyNextArg(ctx, tag->split[i], clause, known, target, result);
+    return parseClauseArgs(ctx, tag->furtherArgs, clause, known, target, result);
 }

@@ -19,9 +19,10 @@ int parseCssClause(TemplateContext *ctx, std::string_view args, OutputStyle *sty
 }
 
 int parseCssStyle(TemplateContext *ctx, std::string_view rest, OutputStyle *style) {
+    int result = MERGE_OK;
     for (;;) {
         const std::string_view property = takeWord(&rest, " :;");
-        if (property.empty()) return MERGE_OK;
+        if (property.empty()) return result;
         const std::string_view value = takeWord(&rest, " :;");
         if (property == "font-family") {
             if (!value.empty()) copyPiece(style->fontFamily, value);
@@ -32,9 +33,10 @@ int parseCssStyle(TemplateContext *ctx, std::string_view rest, OutputStyle *styl
         } else if (property == "font-weight") {
             hintNoEffect(property, value);
         } else {
-            return templateError(ctx, MERGE_TEMPLATE_ERROR,
-                                 "unknown style argument '%.*s' in css clause.",
-                                 static_cast<int>(property.size()), property.data());
+            result = templateError(ctx, MERGE_TEMPLATE_ERROR,
+                                   "unknown style argument '%.*s' in css clause.",
+                                   static_cast<int>(property.size()), property.data());
+            if (!readsOn()) return result;
         }
     }
 }

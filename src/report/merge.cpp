@@ -46,7 +46,8 @@ struct Merge {
     KvStore *userVars;
     RowPlans plans;
     bool hadReport;
-    bool rowIsSpoiled;  // by a clause that a check left out
+    bool rowIsSpoiled;        // by a clause that a check left out
+    std::int32_t valueIndex;  // in the row, of the value that is read
     // Of checks: where the report begins, what is told at the end is about, and what was passed
     // over.
     TemplatePlace reportPlace;
@@ -153,7 +154,9 @@ int onRowEnd(Merge *merge, const TemplateTag *) {
 int onValue(Merge *merge, const TemplateTag *tag) {
     TemplateContext *ctx = &merge->ctx;
     ValueClause *clause = &merge->clause;
-    if (parseValueClause(ctx, tag, clause) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
+    merge->valueIndex = merge->row.count;
+    const int parsed = parseValueClause(ctx, tag, clause);
+    if (parsed != MERGE_OK && !readsOn()) return MERGE_TEMPLATE_ERROR;
     const std::int32_t line = currentPlace(ctx).lineNo;
     char buffer[TEMPLATE_TEXT_SIZE];
     const char *text = nullptr;
@@ -162,6 +165,7 @@ int onValue(Merge *merge, const TemplateTag *tag) {
     if (readsOn() && merge->row.count == ROW_MAX_VALUES) merge->rowIsSpoiled = true;
     const int result = addRowValue(ctx, &merge->row, clause, merge->userVars, text);
     if (result != MERGE_OK) return result;
+    if (parsed != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     planRowValue(ctx, tag, line, clause, text);
     ctx->state = MERGE_VALUE;
     return MERGE_OK;
@@ -353,6 +357,17 @@ int beginSinglePass(TemplateContext *ctx, std::string_view args) {
     return beginIteration(ctx, {});
 }
 
+// Puts a value of no kind in the place of one that failed, so that the row has as many as were
+// meant.
+void leaveValueOut(Merge *merge) {
+    ReportRow *row = &merge->row;
+    if (merge->valueIndex >= ROW_MAX_VALUES) return;
+    ItemValue *value = &row->values[merge->valueIndex];
+    if (row->count > merge->valueIndex) releaseItemValue(value);
+    *value = ItemValue{};
+    row->count = merge->valueIndex + 1;
+}
+
 // Leaves a clause that failed out, so that a check reads on: what it opens is open all the same.
 // MERGE_OK, or `result` when the merge cannot go on.
 int leaveOut(Merge *merge, const TemplateTag *tag, int result) {
@@ -378,7 +393,7 @@ int leaveOut(Merge *merge, const TemplateTag *tag, int result) {
         merge->rowIsSpoiled = true;
     } else if (name == "value") {
         ctx->state = MERGE_VALUE;
-        merge->rowIsSpoiled = true;
+        leaveValueOut(merge);
     }
     return MERGE_OK;
 }
