@@ -31,9 +31,14 @@ int applyClauseArg(TemplateContext *ctx, const RawArg &raw, const char *clause,
 
     const auto *row = std::find_if(std::begin(known), std::end(known),
                                    [&arg](const auto &k) { return k.name == arg.name; });
-    if (row == std::end(known))
+    if (row == std::end(known)) {
+        const auto *near = std::find_if(std::begin(known), std::end(known), [&arg](const auto &k) {
+            return isNearName(arg.name, k.name);
+        });
+        if (near != std::end(known)) tellHiddenCause("'%s' is one", near->name.data());
         return templateError(ctx, MERGE_TEMPLATE_ERROR, "unknown argument '%.*s' in '%s' clause.",
                              static_cast<int>(arg.name.size()), arg.name.data(), clause);
+    }
     if (row->missing != nullptr && arg.value.empty())
         return templateError(ctx, MERGE_TEMPLATE_ERROR, "%s", row->missing);
     return row->apply(ctx, arg.value, target);

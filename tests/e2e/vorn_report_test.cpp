@@ -163,8 +163,8 @@ TEST_F(VornReport, TakesPlacesIncludesAndDictionariesWholeHoweverLongPathsAre) {
     EXPECT_EQ(run({"-q", "s.res", deep + "/t.tpl", output}).err, "");
     EXPECT_EQ(reportText(output), "text\n");
 
-    dir_.write(deep + "/part.tpl", "\n<row style=a>\n");
-    const std::string fault = ": unknown argument 'style' in 'row' clause.\n";
+    dir_.write(deep + "/part.tpl", "\n<row size=a>\n");
+    const std::string fault = ": unknown argument 'size' in 'row' clause.\n";
     for (const std::string &folder : {deep, dir_.path(deep)})
         EXPECT_EQ(run({"s.res", folder + "/t.tpl", output}).err,
                   "Error in " + folder + "/part.tpl:2" + fault);
