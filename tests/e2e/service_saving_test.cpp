@@ -69,9 +69,13 @@ TEST_F(ServiceSaving, WaitsForEveryActiveApplicationAndTakesTheEarliestStart) {
     run.app("tx", "1700000180");
     sync("Command: sync on 'tx'", "tx");
     sync(saved, "rx");  // at the same time as before
+    sync("Command: sync on 'tx'", "tx");
+    run.root.write("run/tarix/okra/apps/tx", "okra 1\napp tx start=1\ndamaged\n");
+    const std::string folder = "tarix/data/results/both";
+    sync("Error: could not save results to " + run.root.path(folder), "rx");
     EXPECT_EQ(run.files("tarix/data/results"), "both");
-    EXPECT_EQ(run.files("tarix/data/results/both"),
-              "2023-11-14-221320.res 2023-11-14-221420.res 2023-11-14-221420_01.res");
+    EXPECT_EQ(run.files(folder),
+              "2023-11-14-221320.res 2023-11-14-221420_01.res 2023-11-14-221420_02.res");
     const std::string file = run.root.read("tarix/data/results/both/2023-11-14-221320.res");
     EXPECT_LT(file.find("app rx "), file.find("app tx "));
     EXPECT_NE(file.find("app tx "), std::string::npos);

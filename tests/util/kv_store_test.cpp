@@ -83,6 +83,7 @@ TEST(KvStore, KeepsOneValueAKeyInOrderUpToItsCapacity) {
     EXPECT_EQ(s.text(), "a=4 b=2 ");
     EXPECT_EQ(kvDel(&s.kv, "B"), KV_NOT_FOUND);
     EXPECT_EQ(kvDel(&s.kv, nullptr), KV_OK);
+    EXPECT_EQ(kvDel(nullptr, "b"), KV_BAD_ARG);
     EXPECT_EQ(s.add("c", 3), KV_OK);
     EXPECT_EQ(s.text(), "b=2 c=3 ");
     kvFlush(&s.kv);
