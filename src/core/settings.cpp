@@ -63,7 +63,7 @@ bool isYes(const char *word) {
 
 // Words that look like a yes, or like a slip, are a no.
 void hintWhenNoIsMeant(const FindingSink &sink, const Place &at, const char *word) {
-    constexpr std::string_view noWords[] = {"", "no", "No", "NO", "n", "N", "0", "off", "false"};
+    constexpr std::string_view noWords[] = {"no", "No", "NO", "n", "N", "0", "off", "false"};
     if (isYes(word) || std::find(std::begin(noWords), std::end(noWords), word) != std::end(noWords))
         return;
     tellText(sink, LINE_HINT, at, "'%s' means no: yes begins with y, Y or 1.", word);
