@@ -58,5 +58,6 @@ std::int32_t toInt32(std::string_view text);
 // negates.
 std::uint32_t toUint32(std::string_view text);
 
-// As strtod: too large gives infinity, too small 0. Only 1,100 characters count.
+// As strtod, which knows words too: too large gives infinity, too small 0. Only 1,100 characters
+// count.
 double toDouble(std::string_view text);

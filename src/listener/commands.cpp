@@ -16,32 +16,32 @@ MsgQueue commandQueue;
 constexpr std::uint32_t COMMAND_KEY = 1;
 constexpr std::uint32_t COMMAND_TYPE = 2;  // handed back with each command; nobody asks for it
 
+// Between two tries without memory, which nobody tells to be back.
+constexpr std::uint32_t MEMORY_MS = 100;
+
 // Who finds the queue full waits under this lock, and who takes a command signals under it, so that
 // no place becomes free unseen between the look and the wait.
 pthread_mutex_t placeLock = PTHREAD_MUTEX_INITIALIZER;
 pthread_cond_t placeFreed = PTHREAD_COND_INITIALIZER;
 
-// The queue says MQ_FULL without memory too.
 bool isFull() {
     return mqNumElems(&commandQueue) >= COMMAND_QUEUE_SIZE;
 }
 
-constexpr std::uint32_t MEMORY_MS =
-    100;  // between two tries without memory: nobody tells when it is back
-
-// Waits, with placeLock held, until it is worth trying again; false when the time is over.
+// Waits, with placeLock held, until it is worth trying again; false when the time is over. A queue
+// that refuses and is not full has got a place meanwhile, or has no memory: the last of the tries
+// is made at once.
 bool waitForPlace(const WaitLimit &limit, std::uint32_t *tries) {
     if (isFull()) return waitOnce(&placeFreed, &placeLock, limit);
     if (*tries == 0) return false;
-    --*tries;
-    waitOnce(&placeFreed, &placeLock, limitOfMilliseconds(MEMORY_MS));
+    if (--*tries > 0) waitOnce(&placeFreed, &placeLock, limitOfMilliseconds(MEMORY_MS));
     return true;
 }
 
 // Puts a command into the queue as soon as there is a place. MQ_OK, or mqPut's last refusal.
 std::int32_t putCommand(MeasCommand *command, const Posting &posting) {
     const WaitLimit limit = limitOfMilliseconds(posting.placeMs);
-    std::uint32_t tries = limit.kind == WaitKind::UNTIL ? posting.placeMs / MEMORY_MS : 0;
+    std::uint32_t tries = limit.kind == WaitKind::UNTIL ? posting.placeMs / MEMORY_MS + 1 : 1;
     const MutexGuard lock = lockForWork(&placeLock);
     std::int32_t result = MQ_FULL;
     do {

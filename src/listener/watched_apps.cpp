@@ -69,6 +69,17 @@ std::int32_t rewatchApp(const char *, void *value, void *) {
     return KV_NO_MATCH;
 }
 
+std::int32_t isUnknown(const char *, void *value, void *) {
+    return static_cast<const AppEntry *>(value)->isUnknown ? KV_MATCH_STOP : KV_NO_MATCH;
+}
+
+// Quietly, as long as it cannot be found out.
+std::int32_t watchUnknown(const char *, void *value, void *) {
+    auto *entry = static_cast<AppEntry *>(value);
+    if (entry->isUnknown && !isFailure(lookUpApp(entry))) watchApp(entry);
+    return KV_NO_MATCH;
+}
+
 }  // namespace
 
 int initWatchedApps() {
@@ -110,8 +121,9 @@ int watchApp(AppEntry *entry) {
         sleep(RETRY_SECONDS);
         state = lookUpApp(entry);
     }
-    if (isFailure(state))
-        dmon_log(1, "Error: could not look up application '%s': %s.\n", entry->name,
+    entry->isUnknown = isFailure(state);
+    if (entry->isUnknown)
+        dmon_log(1, "Error: could not look up application '%s': %s. Retrying...\n", entry->name,
                  APX_Error(state));
     if (entry->handle < 0) {
         dmon_log(2, "Application '%s' not found. Subscription delayed.\n", entry->name);
@@ -137,6 +149,14 @@ int watchApp(AppEntry *entry) {
     entry->active = 1;
     dmon_log(2, "Created sync change list on app '%s'.\n", entry->name);
     return WATCH_OK;
+}
+
+bool isAnyAppUnknown() {
+    return kvCondGet(&appTable, isUnknown, nullptr) != nullptr;
+}
+
+void watchUnknownApps() {
+    kvIterate(&appTable, watchUnknown, nullptr);
 }
 
 void rewatchApps() {

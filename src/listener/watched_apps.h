@@ -14,6 +14,7 @@ struct AppEntry {
     std::int32_t handle;      // negative: the application does not run
     char name[APP_KEY_SIZE];  // the key in the table
     std::int32_t active;      // 1: the change list exists and measurements are enabled
+    bool isUnknown;           // whether it runs could not be found out
 };
 
 enum WatchResult : int {
@@ -36,6 +37,11 @@ void releaseApp(const char *name);
 
 // Has the manager make the change list, when the application runs and its measurements are enabled.
 int watchApp(AppEntry *entry);
+
+// Whether watching an application failed for a reason that may pass, and another try for all of
+// these.
+bool isAnyAppUnknown();
+void watchUnknownApps();
 
 // Has the manager send what it tells of all applications to the registry's queue as it is now.
 void rewatchApps();
