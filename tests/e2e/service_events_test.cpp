@@ -117,9 +117,13 @@ TEST(ServiceEvents, GoOnOnAnotherQueueWhenTheRegistrysIsRemoved) {
     run.sim({"up"});
     run.app("tx");
     run.config("autosave yes\n");
-    run.subscriptions("subscribe both:tx,late\n");
+    run.subscriptions("subscribe both:tx,late\nsubscribe hurt:hurt\n");
+    run.root.write("run/tarix/okra/apps/hurt", "damaged\n");
     run.startServing();
     run.waitForLog("Application 'late' not found. Subscription delayed.\n");
+    run.waitForLog("Error: could not look up application 'hurt'");
+    run.app("hurt");  // looked up again without being told
+    run.waitForLog("Created sync change list on app 'hurt'.\n");
     ASSERT_EQ(msgctl(run.queueId(), IPC_RMID, nullptr), 0);
     run.waitForLog("Error receiving events: Identifier removed. Retrying...\n");
     EXPECT_EQ(run.control("status"), "2 KELP queue not created. Retrying...");
@@ -131,7 +135,7 @@ TEST(ServiceEvents, GoOnOnAnotherQueueWhenTheRegistrysIsRemoved) {
     run.waitForLog("Saved results file");
     run.sim({"create", "new"});
     run.waitForLog("Command: app created 'new'.\n");
-    EXPECT_EQ(run.countInLog("Error"), 1);
+    EXPECT_EQ(run.countInLog("Error"), 2);
 }
 
 TEST(ServiceEvents, OverflowTellsClientsAtOnceAndDropsEventsAfterAWhile) {
