@@ -86,12 +86,12 @@ public:
             return copy_ ? 0 : errno;
         }
         if (errno != 0 && errno != ENOENT) return errno;
-        return beginReportFile(&file_, order_.output.c_str(), earlier());
+        return beginReportFile(&file_, order_.output.c_str(), earlier(), sync());
     }
     [[nodiscard]] std::FILE *stream() const { return copy_ ? copy_.get() : file_.stream(); }
 
     int commit() {
-        if (!copy_) return file_.commit(earlier(), order_.oneOfMany ? SYNC_LATER : SYNC_NOW);
+        if (!copy_) return file_.commit(earlier(), sync());
         std::FILE *stream = fdopen(sink_.release(), "a");
         if (stream == nullptr) return errno;
         FileGuard out(stream);
@@ -106,6 +106,8 @@ private:
     [[nodiscard]] PartTarget earlier() const {
         return order_.overwrite ? TARGET_REPLACED : TARGET_KEPT;
     }
+
+    [[nodiscard]] PartSync sync() const { return order_.oneOfMany ? SYNC_LATER : SYNC_NOW; }
 
     const ReportOrder &order_;
     WholeFile file_;

@@ -106,12 +106,12 @@ int counted(int result) {
 
 }  // namespace
 
-int beginReportFile(WholeFile *file, const char *reportPath, PartTarget earlier) {
+int beginReportFile(WholeFile *file, const char *reportPath, PartTarget earlier, PartSync sync) {
     if (isPartName(reportPath)) return EINVAL;
     struct stat status;
     if (stat(reportPath, &status) == 0 && !S_ISREG(status.st_mode))
         return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
-    if (earlier == TARGET_KEPT && backup_file(reportPath) != 0)
+    if (earlier == TARGET_KEPT && backup_file(reportPath, sync) != 0)
         return errno == ENAMETOOLONG ? EEXIST : errno;
     return file->begin(reportPath, PART_REFUSE);
 }

@@ -23,7 +23,9 @@ int initReports();
 // Begins a report's file. An earlier report that is kept is moved aside under a numbered name; one
 // that cannot be moved stays. So does what is no regular file: a device or a folder is nobody's
 // earlier report. A name that the next start would sweep away is refused. 0 or the errno.
-int beginReportFile(WholeFile *file, const char *reportPath, PartTarget earlier);
+//   sync  of the earlier report's move, as of WholeFile::commit
+int beginReportFile(WholeFile *file, const char *reportPath, PartTarget earlier,
+                    PartSync sync = SYNC_NOW);
 
 // Makes one report. The file appears at reportPath when it is complete, or not at all; an earlier
 // one is moved aside under a numbered name, also when the new one fails. May run in several threads

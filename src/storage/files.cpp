@@ -107,6 +107,10 @@ int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int k
 }
 
 int backup_file(const char *path) {
+    return backup_file(path, SYNC_NOW);
+}
+
+int backup_file(const char *path, PartSync sync) {
     const std::string_view given = path;
     const std::size_t base = extensionStart(given);
     char moved[PATH_MAX];
@@ -126,7 +130,7 @@ int backup_file(const char *path) {
         int error = renameToFree(path, moved);
         if (error == ENOENT) return 0;  // somebody else took the file away
         // Else a power cut might leave what takes the name, and not what made room for it.
-        if (error == 0) error = syncFolderOf(path);
+        if (error == 0 && sync == SYNC_NOW) error = syncFolderOf(path);
         if (error == 0) return 0;
         if (error == EEXIST) continue;  // or the name that was free
         errno = error;

@@ -9,6 +9,7 @@
 #include <dirent.h>
 
 #include "base/open_file.h"
+#include "base/whole_file.h"
 
 // scandir's forms: a filter accepts with non-zero, an order compares two entries.
 using DirFilter = int (*)(const struct dirent *entry);
@@ -60,6 +61,8 @@ int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int k
 
 // Moves an existing file aside to the first free name with _01, _02 ... before its extension, so
 // that the name is free. The extension is that of the file's name: dots of its folders do not
-// count. Nothing is overwritten. Returns 0, or -1 with errno set: the file is where it was then,
-// and its name must not be written to.
+// count. Nothing is overwritten. Returns 0, or -1 with errno set: the file is where it was then, or
+// its move may not outlive a power cut, and its name must not be written to.
 int backup_file(const char *path);
+// The same; SYNC_LATER leaves it to the caller to bring the folder to the disk.
+int backup_file(const char *path, PartSync sync);
