@@ -38,6 +38,10 @@ sed -e "s#@CMAKE_INSTALL_FULL_BINDIR@#$bin#g" -e 's#@VORN_PLUGIN_DIR@#/usr/lib/v
 MANPATH=$work/man silent systemd-analyze verify "$work/vorn.service"
 systemd-analyze security --offline=true --threshold="$MAX_EXPOSURE" --no-pager "$work/vorn.service" |
     tail -1 || fault "the unit is not fenced tightly enough"
+# What the unit mounts below "/" is not fenced with it.
+for folder in /run/tarix /tmp $(sed -nE 's/^Read(Write|Only)Paths=//p' systemd/vorn.service.in); do
+    grep -qE "^NoExecPaths=.* -?${folder#-}( |\$)" systemd/vorn.service.in || fault "${folder#-} may be executed"
+done
 mkdir "$work/etc"
 systemd-sysusers --root="$work" "$PWD/systemd/sysusers.conf" >/dev/null 2>&1 || fault "sysusers.conf"
 grep -q '^vorn:' "$work/etc/passwd" || fault "sysusers.conf makes no user"
