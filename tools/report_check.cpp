@@ -14,6 +14,8 @@
 #include <nlohmann/json.hpp>
 
 #include "base/guards.h"
+#include "base/utf8_text.h"
+#include "base/words.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "output/dump_backend.h"
@@ -152,13 +154,20 @@ std::string headingOf(const std::string &group) {
            group.substr(open) + '\n';
 }
 
-// A key as a dictionary holds it.
-std::string keyOf(const ListedFinding &finding) {
+std::string missingKey(const ListedFinding &finding) {
     const std::size_t start = finding.text.find('\'') + 1;
-    const std::string key = finding.text.substr(start, finding.text.rfind('\'') - start);
-    const bool isPlain = !key.empty() && key.find('=') == std::string::npos &&
-                         key.find_first_of(" \t#[") != 0 && !key.ends_with(' ');
-    return isPlain ? key : '"' + key + '"';
+    return finding.text.substr(start, finding.text.rfind('\'') - start);
+}
+
+// The line of a dictionary that gives a key its text, or a comment: not every key can be written.
+std::string entryOf(const std::string &key) {
+    const bool isText = !key.empty() && key.find('\n') == std::string::npos && isUtf8Text(key);
+    const bool isQuotable = key.find('"') == std::string::npos;
+    const bool isPlain = key.find_first_of("#[\"") != 0 && key.find('=') == std::string::npos &&
+                         trim(key) == key && std::count(key.begin(), key.end(), '"') % 2 == 0;
+    if (!isText || (!isPlain && !isQuotable))
+        return "# a dictionary cannot hold the key: " + key.substr(0, key.find('\n')) + '\n';
+    return (isPlain ? key : '"' + key + '"') + " = \n";
 }
 
 std::string asLines(const CheckOrder &order, const FindingList &list) {
@@ -220,7 +229,7 @@ int listMissingKeys(const CheckOrder &order) {
         if (group != heading || count == 0) text += headingOf(heading = group);
         text += "# " + fileOf(order, finding) + ':' + std::to_string(lineOf(finding)) +
                 finding.why.substr(group.size()) + '\n';
-        text += keyOf(finding) + " = \n";
+        text += entryOf(missingKey(finding));
         ++count;
     }
     std::fputs(text.c_str(), stdout);

@@ -203,12 +203,15 @@ int dumpPDFRow(void *state, const ReportRow *row) {
         return DUMP_ROW_MISMATCH;
     }
     PdfReport *report = reportOf(state);
-    char line[LINE_TEXT_MAX + FORMATTED_SIZE];
+    // By one character more a check sees what is cut.
+    const std::size_t room = LINE_TEXT_MAX + (wantsHints() ? 1 : 0);
+    char line[LINE_TEXT_MAX + 1 + FORMATTED_SIZE];
     std::size_t length = 0;
     for (std::int32_t i = 0; i < row->count; ++i)
-        length += formatValue(report, line + length, LINE_TEXT_MAX - length, &format->pieces[i],
-                              &row->values[i]);
+        length +=
+            formatValue(report, line + length, room - length, &format->pieces[i], &row->values[i]);
     if (wantsHints()) hintLine(report, row, format, {line, length});
+    length = std::min(length, LINE_TEXT_MAX);
     line[length++] = '\n';
     const int result = pdf_add_text_line(&report->document, {line, length});
     if (result == PDF_OK) return DUMP_OK;

@@ -51,12 +51,13 @@ void hintCutValue(std::int32_t index, const ItemValue *value, std::string_view p
     const bool isText = value->type == VORN_TYPE_STRING && value->data != nullptr;
     if (isText && countCharacters(static_cast<const char *>(value->data)) > CFORMAT_MAX_STRING)
         tellHint("value %d is cut to %zu characters.", index + 1, CFORMAT_MAX_STRING);
-    if (countCharacters(printed) >= MOST)
+    if (countCharacters(printed) > MOST)
         tellHint("value %d is cut to %zu characters with the text around it.", index + 1, MOST);
 }
 
 void hintPdfLine(const PdfDocument *doc, std::string_view line, std::size_t room) {
-    if (line.size() >= room) tellHint("in a PDF the row is cut to %zu characters.", room);
+    if (line.size() > room) tellHint("in a PDF the row is cut to %zu characters.", room);
+    line = line.substr(0, room);
     line = line.substr(0, line.find_last_not_of(' ') + 1);
     const std::size_t fitting = countFitting(doc->fonts[doc->currentFont], doc->fontSize,
                                              doc->info.pageWidth - doc->info.marginLeft, line);

@@ -12,9 +12,10 @@
 void hintConversions(const ReportRow *row, const RowFormat *format);
 
 // Tells of a value that a text report cuts: the text of a string, or what was printed of it with
-// the text around it.
+// the text around it, by one character more than fit at most.
 void hintCutValue(std::int32_t index, const ItemValue *value, std::string_view printed);
 
 // The same for a line of a PDF report, and of one that leaves the page.
-//   room  characters of a line at most
+//   line  by one character more than fit at most
+//   room  characters of a line that fit
 void hintPdfLine(const PdfDocument *doc, std::string_view line, std::size_t room);

@@ -17,7 +17,7 @@
 namespace {
 
 constexpr std::size_t VALUE_TEXT_MAX = VALUE_TEXT_SIZE - 1;
-constexpr std::size_t LINE_SIZE = ROW_MAX_VALUES * VALUE_TEXT_MAX * CFORMAT_MAX_BYTES + 3;
+constexpr std::size_t LINE_SIZE = ROW_MAX_VALUES * VALUE_TEXT_SIZE * CFORMAT_MAX_BYTES + 3;
 
 std::FILE *streamOf(void *state) {
     return static_cast<std::FILE *>(state);
@@ -59,10 +59,11 @@ std::size_t printWide(char *out, std::size_t room, std::string_view piece, const
 }
 
 // The same by a piece of a row's cstyle.
-std::size_t printRowValue(char *out, const RowPiece *piece, const ItemValue *value) {
+std::size_t printRowValue(char *out, std::size_t room, const RowPiece *piece,
+                          const ItemValue *value) {
     const bool isText = value->type == VORN_TYPE_NONE || value->type == VORN_TYPE_STRING;
-    if (isText && !piece->isText) return printWide(out, VALUE_TEXT_MAX, piece->text, value);
-    return printCFormatPiece(out, VALUE_TEXT_MAX, CFORMAT_CHARACTERS, &piece->piece, value);
+    if (isText && !piece->isText) return printWide(out, room, piece->text, value);
+    return printCFormatPiece(out, room, CFORMAT_CHARACTERS, &piece->piece, value);
 }
 
 }  // namespace
@@ -101,11 +102,13 @@ int dumpTextRow(void *stream, const ReportRow *row) {
     }
     const bool hints = wantsHints();
     if (hints) hintConversions(row, format);
+    // By one character more a check sees what is cut.
+    const std::size_t room = VALUE_TEXT_MAX + (hints ? 1 : 0);
     char line[LINE_SIZE];
     std::size_t length = 0;
     for (std::int32_t i = 0; i < row->count; ++i) {
         const std::size_t printed =
-            printRowValue(line + length, &format->pieces[i], &row->values[i]);
+            printRowValue(line + length, room, &format->pieces[i], &row->values[i]);
         if (hints) hintCutValue(i, &row->values[i], {line + length, printed});
         length += printed;
     }

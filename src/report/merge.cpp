@@ -278,13 +278,27 @@ void readTag(TemplateTag *tag) {
     splitTagArgs(tag);
 }
 
-// A check ends a tag without ">" where the next clause begins, and reads that next.
+// The next "<" from a place of a text on that stands in no quotes, or npos.
+std::size_t findUnquoted(std::string_view text, std::size_t from) {
+    std::size_t at = text.find_first_of("<'\"", from);
+    while (at != std::string_view::npos && text[at] != '<') {
+        const std::size_t end = text.find(text[at], at + 1);
+        at = text.find_first_of("<'\"", end != std::string_view::npos ? end + 1 : at + 1);
+    }
+    return at;
+}
+
+// A check ends a tag without ">" where the next clause begins, and reads that next. What a line of
+// many such tags has behind each is read again and again, so that it counts as steps.
 void endAtNextClause(TemplateContext *ctx, TemplateTag *tag) {
+    ctx->steps += STEPS_TAG_CHECKED + static_cast<std::int64_t>(tag->text.size()) / 8;
     if (tag->text.starts_with('!')) return;
-    for (std::size_t at = tag->text.find('<'); at != std::string_view::npos;
-         at = tag->text.find('<', at + 1)) {
-        std::string_view rest = tag->text.substr(at + 1);
-        if (findClause(takeClauseName(&rest)) == std::end(clauses)) continue;
+    std::size_t at = findUnquoted(tag->text, 0);
+    for (std::size_t next = 0; at != std::string_view::npos; at = next) {
+        next = findUnquoted(tag->text, at + 1);
+        ctx->steps += STEPS_TAG;
+        std::string_view piece = tag->text.substr(at + 1, next - at - 1);
+        if (findClause(takeClauseName(&piece)) == std::end(clauses)) continue;
         tellHint("a '<' without '>' before the next tag.");
         ctx->cursor = tag->text.data() + at;
         tag->text = tag->text.substr(0, at);
