@@ -61,9 +61,21 @@ enum {
 typedef struct {
     const Results *results;
     char app[VALUE_SIZE];
+    int isWrong; /* an argument of std_init has another name: no item is found then */
 } Std;
 
 /* ---- arguments ---- */
+
+/* Whether all arguments have one of the names, which have blanks around them: a misspelt limit must
+ * not pass for one that is left out. */
+static int areKnown(const TemplateParam *arguments, const char *names) {
+    for (; arguments != NULL; arguments = arguments->next) {
+        char name[sizeof arguments->name + 2];
+        snprintf(name, sizeof name, " %s ", arguments->name);
+        if (strstr(names, name) == NULL) return 0;
+    }
+    return 1;
+}
 
 /* Reads a number that has to be the argument's whole text. */
 static int readNumber(const TemplateParam *arguments, const char *name, double *number) {
@@ -109,6 +121,7 @@ static int findItem(const Std *std, const TemplateParam *arguments, const char *
                     Item *found) {
     char item[ITEM_SIZE]; /* a copy: the look-up cuts it into its parts */
     const char *app = applicationOf(std, arguments);
+    if (std->isWrong) return STD_BAD_ARGUMENT;
     if (memchr(text, '@', length) != NULL || *app == '\0')
         snprintf(item, sizeof item, "%.*s", (int)length, text);
     else
@@ -261,6 +274,7 @@ static int isWithin(const Std *std, const TemplateParam *arguments, int *within)
     const int hasLow = vorn_get_param_value(arguments, "low") != NULL;
     const int hasHigh = vorn_get_param_value(arguments, "high") != NULL;
     int result;
+    if (!areKnown(arguments, " item low high app ")) return STD_BAD_ARGUMENT;
     if (!hasLow && !hasHigh) return STD_BAD_ARGUMENT;
     if (hasLow && readNumber(arguments, "low", &low) != STD_OK) return STD_BAD_ARGUMENT;
     if (hasHigh && readNumber(arguments, "high", &high) != STD_OK) return STD_BAD_ARGUMENT;
@@ -299,6 +313,7 @@ EXPORTED int32_t compare(void *pluginData, const TemplateParam *arguments, ItemV
     double other;
     size_t i = 0;
     int result;
+    if (!areKnown(arguments, " item op number app ")) return STD_BAD_ARGUMENT;
     while (op != NULL && i < sizeof operators / sizeof *operators &&
            strcmp(op, operators[i].name) != 0)
         ++i;
@@ -315,17 +330,24 @@ EXPORTED int32_t present(void *pluginData, const TemplateParam *arguments, ItemV
     Item found;
     int result;
     if (pluginData == NULL) return STD_NO_MEMORY;
+    if (!areKnown(arguments, " item app ")) return STD_BAD_ARGUMENT;
     if (text == NULL || *text == '\0') return STD_BAD_ARGUMENT;
     result = findItem(pluginData, arguments, text, strlen(text), &found);
     if (result != STD_OK && result != STD_ABSENT) return result;
     return giveInt(value, result == STD_OK);
 }
 
+static int readPair(const Std *std, const TemplateParam *arguments, double *a, double *b) {
+    int result = areKnown(arguments, " a b app ") ? STD_OK : STD_BAD_ARGUMENT;
+    if (result == STD_OK) result = readItem(std, arguments, "a", a);
+    if (result == STD_OK) result = readItem(std, arguments, "b", b);
+    return result;
+}
+
 EXPORTED int32_t ratio(void *pluginData, const TemplateParam *arguments, ItemValue *value) {
     double a;
     double b;
-    int result = readItem(pluginData, arguments, "a", &a);
-    if (result == STD_OK) result = readItem(pluginData, arguments, "b", &b);
+    int result = readPair(pluginData, arguments, &a, &b);
     if (result != STD_OK) return giveNothing(result);
     return b == 0 ? STD_OK : giveDouble(value, a / b);
 }
@@ -333,8 +355,7 @@ EXPORTED int32_t ratio(void *pluginData, const TemplateParam *arguments, ItemVal
 EXPORTED int32_t difference(void *pluginData, const TemplateParam *arguments, ItemValue *value) {
     double a;
     double b;
-    int result = readItem(pluginData, arguments, "a", &a);
-    if (result == STD_OK) result = readItem(pluginData, arguments, "b", &b);
+    int result = readPair(pluginData, arguments, &a, &b);
     return result == STD_OK ? giveDouble(value, a - b) : giveNothing(result);
 }
 
@@ -348,6 +369,7 @@ static int readTime(const Std *std, const TemplateParam *arguments, const char *
     const char *app = at != NULL ? text : applicationOf(std, arguments);
     const size_t length = at != NULL ? (size_t)(at - text) : strlen(app);
     const Results *found = std->results;
+    if (std->isWrong) return STD_BAD_ARGUMENT;
     while (found != NULL && length > 0 &&
            (strlen(found->name) != length || strncmp(found->name, app, length) != 0))
         found = found->next;
@@ -377,7 +399,7 @@ EXPORTED int32_t iso_time(void *pluginData, const TemplateParam *arguments, Item
     time_t seconds;
     int result;
     if (pluginData == NULL) return STD_NO_MEMORY;
-    if (item == NULL) return STD_BAD_ARGUMENT;
+    if (item == NULL || !areKnown(arguments, " item app ")) return STD_BAD_ARGUMENT;
     result = strchr(item, '%') != NULL ? readTime(pluginData, arguments, item, &number)
                                        : readItem(pluginData, arguments, "item", &number);
     if (result != STD_OK) return giveNothing(result);
@@ -432,6 +454,7 @@ static int collect(const Std *std, const TemplateParam *arguments, Series *serie
     const char *rest = vorn_get_param_value(arguments, "item");
     if (rest == NULL) rest = vorn_get_param_value(arguments, "array");
     if (std == NULL) return STD_NO_MEMORY;
+    if (!areKnown(arguments, " item array p app ")) return STD_BAD_ARGUMENT;
     if (rest == NULL || *rest == '\0' || strlen(rest) >= VALUE_SIZE - 1) return STD_BAD_ARGUMENT;
     while (*(rest += strspn(rest, " ")) != '\0') {
         const size_t length = strcspn(rest, " ");
@@ -546,6 +569,7 @@ EXPORTED void *std_init(const Results *results, const TemplateParam *arguments,
     (void)dict;
     if (std == NULL) return NULL;
     std->results = results;
+    std->isWrong = !areKnown(arguments, " app ");
     if (app != NULL) snprintf(std->app, sizeof std->app, "%s", app);
     return std;
 }
