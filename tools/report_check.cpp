@@ -40,8 +40,9 @@ public:
     bool open() {
         template_ = openTemplate(order_.templateFile);
         if (!template_) {
-            dmon_log(1, "Error opening template file '%s': %s\n", order_.templateFile.c_str(),
-                     std::strerror(errno));
+            const int reason = errno;
+            dmon_log(1, "Error opening template file '%s': %s\n",
+                     shownInput(order_.templateFile).c_str(), std::strerror(reason));
             return false;
         }
         nowhere_.reset(std::fopen("/dev/null", "we"));
@@ -76,7 +77,7 @@ private:
                                  emptyDict_.empty() ? nullptr : emptyDict_.c_str()};
         reportSink = &sink;
         std::rewind(template_.get());
-        const std::string path = shownTemplate(order_.templateFile);
+        const std::string path = shownInput(order_.templateFile);
         const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
         static_cast<void>(mergeTemplate(results_.get(), template_.get(), nowhere_.get(),
                                         path.c_str() + name, format, &kv_urv, order_.dict.c_str(),
@@ -106,7 +107,7 @@ std::string messageOf(const ListedFinding &finding) {
 
 // What is known at the end of the template only stands at its first line.
 std::string fileOf(const CheckOrder &order, const ListedFinding &finding) {
-    return finding.path.empty() ? shownTemplate(order.templateFile) : finding.path;
+    return finding.path.empty() ? shownInput(order.templateFile) : finding.path;
 }
 
 int lineOf(const ListedFinding &finding) {
@@ -115,7 +116,7 @@ int lineOf(const ListedFinding &finding) {
 
 // By file in the order in which they were read, and by line.
 std::vector<ListedFinding> sorted(const CheckOrder &order, const FindingList &list) {
-    std::map<std::string, std::size_t> files = {{shownTemplate(order.templateFile), 0}};
+    std::map<std::string, std::size_t> files = {{shownInput(order.templateFile), 0}};
     for (const ListedFinding &finding : list.findings())
         files.emplace(fileOf(order, finding), files.size());
     std::vector<ListedFinding> findings = list.findings();
@@ -181,8 +182,8 @@ std::string asLines(const CheckOrder &order, const FindingList &list) {
         text += '\n';
     }
     if (list.leftOut() > 0)
-        text += shownTemplate(order.templateFile) +
-                ":1: warning: " + std::to_string(list.leftOut()) + " more findings are left out\n";
+        text += shownInput(order.templateFile) + ":1: warning: " + std::to_string(list.leftOut()) +
+                " more findings are left out\n";
     return text;
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -14,6 +15,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,21 +29,23 @@ namespace fs = std::filesystem;
 
 constexpr std::uint32_t NO_REPORT = UINT32_MAX;
 
-// What the processes share. None waits for another.
-struct Progress {
-    std::atomic<std::uint32_t> next;  // results file to take
-    std::atomic<std::uint32_t> tried;
-    std::atomic<std::uint32_t> made;
-};
+enum Outcome : std::uint8_t { OUTCOME_OPEN = 0, OUTCOME_MADE, OUTCOME_TOLD };
 
-// What every process works on, or has in work.
+// What every process works on. What they share has no count that one which is ended at any place
+// could leave wrong, and none waits for another.
 struct Batch {
     const ReportOrder &order;
     const std::vector<std::string> &results;
-    const std::vector<std::string> &names;  // of the reports; empty: none is made
-    Progress *progress;
-    std::atomic<std::uint32_t> *inWork;  // by process
+    const std::vector<std::string> &names;  // of the reports; empty: none is made, as was told
+    std::atomic<std::uint32_t> *next;       // results file to take
+    std::atomic<std::uint32_t> *taken;      // last, by process
+    std::atomic<std::uint8_t> *outcomes;    // by results file: Outcome
 };
+
+std::size_t countOutcome(const Batch &batch, Outcome outcome) {
+    return static_cast<std::size_t>(
+        std::count(batch.outcomes, batch.outcomes + batch.results.size(), outcome));
+}
 
 void makeOne(const Batch &batch, std::size_t index) {
     ReportOrder order = batch.order;
@@ -49,44 +53,48 @@ void makeOne(const Batch &batch, std::size_t index) {
     if (order.ownName) order.reportName = batch.names[index];
     order.output = (fs::path(batch.order.output) / batch.names[index]).string() +
                    (order.format == RPT_FMT_PDF ? ".pdf" : ".txt");
-    if (makeReport(order)) ++batch.progress->made;
+    batch.outcomes[index] = makeReport(order) ? OUTCOME_MADE : OUTCOME_TOLD;
 }
 
 void work(const Batch &batch, std::size_t process) {
     for (;;) {
-        const std::uint32_t mine = batch.progress->next++;
-        if (mine >= batch.results.size()) return;
-        batch.inWork[process] = mine;
+        const std::uint32_t mine = (*batch.next)++;
+        if (mine >= batch.results.size()) break;
+        batch.taken[process] = mine;
         if (!batch.names[mine].empty()) makeOne(batch, mine);
-        ++batch.progress->tried;
-        batch.inWork[process] = NO_REPORT;
     }
+    batch.taken[process] = NO_REPORT;
 }
 
-// Starts a process; -1 when there can be none.
+// Starts a process, which ends with this one; -1 when there can be none.
 pid_t startWorker(const Batch &batch, std::size_t process) {
-    batch.inWork[process] = NO_REPORT;
+    batch.taken[process] = NO_REPORT;
+    const pid_t parent = getpid();
     const pid_t child = fork();
     if (child != 0) return child;
+    if (prctl(PR_SET_PDEATHSIG, SIGTERM) != 0 || getppid() != parent) _exit(1);
     work(batch, process);
     _exit(0);
 }
 
-void showBar(const Progress &progress, std::size_t total) {
+void showBar(const Batch &batch) {
     constexpr std::size_t WIDTH = 40;
-    const std::size_t filled = total == 0 ? WIDTH : progress.tried * WIDTH / total;
-    std::fprintf(stderr, "\r[%s%s] %u of %zu", std::string(filled, '#').c_str(),
-                 std::string(WIDTH - filled, '.').c_str(), progress.tried.load(), total);
+    const std::size_t total = batch.results.size();
+    const std::size_t tried = total - countOutcome(batch, OUTCOME_OPEN);
+    const std::size_t filled = total == 0 ? WIDTH : tried * WIDTH / total;
+    std::fprintf(stderr, "\r[%s%s] %zu of %zu", std::string(filled, '#').c_str(),
+                 std::string(WIDTH - filled, '.').c_str(), tried, total);
 }
 
-// Tells what a process has failed on that was ended from outside, as by a plug-in's fault.
-void tellEnded(const Batch &batch, std::size_t process, int status) {
-    const std::uint32_t index = batch.inWork[process];
-    ++batch.progress->tried;
-    tellFailure(batch.results[index],
-                WIFSIGNALED(status)
-                    ? std::string("its process was ended by ") + strsignal(WTERMSIG(status))
-                    : "its process ended early");
+void tellOpen(const Batch &batch, std::size_t index, const std::string &reason) {
+    if (batch.outcomes[index] != OUTCOME_OPEN) return;
+    batch.outcomes[index] = OUTCOME_TOLD;
+    tellFailure(batch.results[index], reason);
+}
+
+std::string howEnded(int status) {
+    if (!WIFSIGNALED(status)) return "its process ended early";
+    return std::string("its process was ended by ") + strsignal(WTERMSIG(status));
 }
 
 // Waits until all processes have ended; another takes the place of one that failed on a report.
@@ -99,13 +107,14 @@ void waitForWorkers(const Batch &batch, std::vector<pid_t> *workers) {
         const auto worker = std::find(workers->begin(), workers->end(), ended);
         if (ended > 0 && worker != workers->end()) {
             const auto process = static_cast<std::size_t>(worker - workers->begin());
-            const bool failed = batch.inWork[process] != NO_REPORT;
-            if (failed) tellEnded(batch, process, status);
+            const std::uint32_t taken = batch.taken[process];
+            const bool failed = taken != NO_REPORT;  // from outside, as by a plug-in's fault
+            if (failed) tellOpen(batch, taken, howEnded(status));
             *worker = failed ? startWorker(batch, process) : -1;
             if (*worker < 0) --left;
         }
         if (!terminal) continue;
-        showBar(*batch.progress, batch.results.size());
+        showBar(batch);
         if (ended == 0) usleep(100'000);
     }
     if (terminal) std::fputs("\n", stderr);
@@ -120,6 +129,8 @@ void makeAll(const Batch &batch, unsigned jobs) {
     }
     if (workers.empty()) work(batch, 0);
     waitForWorkers(batch, &workers);
+    for (std::size_t i = 0; i < batch.results.size(); ++i)
+        tellOpen(batch, i, "no process was left to make it");
 }
 
 // The names of the reports. Of two results files of one name the second gets none: which of the
@@ -130,7 +141,9 @@ std::vector<std::string> reportNames(const std::vector<std::string> &results) {
     for (const std::string &path : results) {
         const std::string name = reportNameOf(path);
         const auto [taker, isNew] = takers.emplace(name, names.size());
-        if (!isNew)
+        if (name.empty())
+            tellFailure(path, "its report would have no name");
+        else if (!isNew)
             tellFailure(path,
                         "its report would have the name of that of " + results[taker->second]);
         names.push_back(isNew ? name : "");
@@ -154,17 +167,20 @@ bool makeEach(const ReportOrder &order, const std::vector<std::string> &results,
                      error.message().c_str());
         return false;
     }
-    const std::size_t size = sizeof(Progress) + jobs * sizeof(std::atomic<std::uint32_t>);
+    const std::size_t size = (1 + jobs) * sizeof(std::atomic<std::uint32_t>) + results.size();
     void *shared = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (shared == MAP_FAILED) {
         std::perror("vorn-report");
         return false;
     }
-    auto *progress = new (shared) Progress{};
-    auto *inWork = reinterpret_cast<std::atomic<std::uint32_t> *>(progress + 1);
+    auto *next = static_cast<std::atomic<std::uint32_t> *>(shared);
+    auto *outcomes = reinterpret_cast<std::atomic<std::uint8_t> *>(next + 1 + jobs);
     const std::vector<std::string> names = reportNames(results);
-    makeAll({order, results, names, progress, inWork}, jobs);
-    const std::size_t made = progress->made;
+    const Batch batch = {order, results, names, next, next + 1, outcomes};
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (names[i].empty()) outcomes[i] = OUTCOME_TOLD;
+    makeAll(batch, jobs);
+    const std::size_t made = countOutcome(batch, OUTCOME_MADE);
     munmap(shared, size);
     if (made < results.size()) removeLeftParts(order.output.c_str());
     const bool synced = syncFolder(order.output);

@@ -24,14 +24,20 @@
 
 namespace {
 
+// Of what is read from a stream, which may have no end.
+constexpr std::size_t INPUT_MAX_BYTES = REPORT_MAX_BYTES;
+
 constexpr FindingForm ownWarning = {REPORT_WARNING, 1, false, "Warning: "};
 
-// Copies a stream to another; false, with errno set, when one of them fails.
-bool copyStream(std::FILE *from, std::FILE *to) {
+// Copies a stream to another; false, with errno set, when one of them fails or there is more than
+// `most` bytes.
+bool copyStream(std::FILE *from, std::FILE *to, std::size_t most) {
     char block[8192];
     std::size_t count = 0;
-    while ((count = std::fread(block, 1, sizeof block, from)) > 0)
-        if (std::fwrite(block, 1, count, to) != count) return false;
+    for (; (count = std::fread(block, 1, sizeof block, from)) > 0; most -= count) {
+        if (count > most) errno = EFBIG;
+        if (count > most || std::fwrite(block, 1, count, to) != count) return false;
+    }
     return std::ferror(from) == 0 && std::fflush(to) == 0;
 }
 
@@ -49,12 +55,21 @@ bool isStream(const std::string &path) {
             (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)));
 }
 
+// Opens a stream to be read; null with errno set.
+FileGuard openStream(const std::string &path) {
+    if (path != "-") return FileGuard(std::fopen(path.c_str(), "re"));
+    DescriptorGuard input(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+    FileGuard stream(input.get() >= 0 ? fdopen(input.get(), "r") : nullptr);
+    if (stream) static_cast<void>(input.release());
+    return stream;
+}
+
 // A copy of a stream in a file without a name, which can be read again; null with errno set.
 FileGuard copyOf(const std::string &path) {
-    const FileGuard given(path == "-" ? fdopen(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "r")
-                                      : std::fopen(path.c_str(), "re"));
+    const FileGuard given = openStream(path);
+    if (!given) return nullptr;
     FileGuard copy(std::tmpfile());
-    if (!given || !copy || !copyStream(given.get(), copy.get()) ||
+    if (!copy || !copyStream(given.get(), copy.get(), INPUT_MAX_BYTES) ||
         std::fseek(copy.get(), 0, SEEK_SET) != 0)
         return nullptr;
     return copy;
@@ -96,7 +111,7 @@ public:
         if (stream == nullptr) return errno;
         FileGuard out(stream);
         if (std::fflush(copy_.get()) != 0 || std::fseek(copy_.get(), 0, SEEK_SET) != 0 ||
-            !copyStream(copy_.get(), out.get()))
+            !copyStream(copy_.get(), out.get(), SIZE_MAX))
             return errno != 0 ? errno : EIO;
         return closeWritten(&out) ? 0 : EIO;
     }
@@ -119,7 +134,7 @@ private:
 bool fill(const ReportOrder &order, std::FILE *templateFile, std::FILE *report) {
     ResultsGuard results;
     if (!loadResults(order.results, &results)) return false;
-    const std::string path = shownTemplate(order.templateFile);
+    const std::string path = shownInput(order.templateFile);
     const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
     return mergeTemplate(results.get(), templateFile, report, path.c_str() + name, order.format,
                          &kv_urv, order.dict.c_str(),
@@ -131,7 +146,7 @@ bool make(const ReportOrder &order, const FindingList &findings) {
     const FileGuard templateFile = openTemplate(order.templateFile);
     if (!templateFile) {
         tellFreeError("Error opening template file '%s': %s",
-                      shownTemplate(order.templateFile).c_str(), std::strerror(errno));
+                      shownInput(order.templateFile).c_str(), std::strerror(errno));
         return false;
     }
     Target target(order);
@@ -156,7 +171,7 @@ void tellFindings(const ReportOrder &order, const FindingList &findings, bool ma
         std::fputs(findings.logText(!order.quiet || order.strict).c_str(), stderr);
     } else if (!made) {
         const std::string text = findings.logText(order.strict);
-        tellFailure(order.results, text.substr(0, text.find('\n')));
+        tellFailure(order.results, text.empty() ? "see above" : text.substr(0, text.find('\n')));
     }
 }
 
@@ -173,7 +188,7 @@ std::string reportNameOf(const std::string &results) {
     return name.substr(0, name.find(".res"));
 }
 
-std::string shownTemplate(const std::string &path) {
+std::string shownInput(const std::string &path) {
     return path == "-" ? "<stdin>" : path;
 }
 
@@ -187,14 +202,15 @@ bool loadResults(const std::string &path, ResultsGuard *results) {
     if (isStream(path)) {
         copy = copyOf(path);
         if (!copy) {
-            tellFreeError("Error loading results file '%s': %s", path.c_str(),
+            tellFreeError("Error loading results file '%s': %s", shownInput(path).c_str(),
                           std::strerror(errno));
             return false;
         }
         file = "/proc/self/fd/" + std::to_string(fileno(copy.get()));
     }
     Results *loaded = nullptr;
-    if (loadResultsFile(file.c_str(), &loaded) != RESULTS_OK) return false;
+    if (loadResultsFile(file.c_str(), &loaded, shownInput(path).c_str()) != RESULTS_OK)
+        return false;
     results->reset(loaded);
     return true;
 }

@@ -47,5 +47,5 @@ bool loadResults(const std::string &path, ResultsGuard *results);
 // What `report-name` is unless it is set: the name of the results file without ".res".
 std::string reportNameOf(const std::string &results);
 
-// How messages name a template.
-std::string shownTemplate(const std::string &path);
+// How messages name a template or results.
+std::string shownInput(const std::string &path);

@@ -162,10 +162,15 @@ void hintLine(PdfReport *report, const ReportRow *row, const RowFormat *format,
     report->loss = {};
 }
 
+// Whether a code is said, which is for the log alone.
+bool logsCodes() {
+    return reportSink == nullptr;
+}
+
 // Says what a code means. Without a report there was no memory for it.
-void logReason(const PdfReport *report, int result) {
-    dmon_log(1, "PDF report: %s.\n",
-             report != nullptr ? pdfReason(&report->document.out, result) : "no memory");
+void tellReason(const PdfReport *report, int result) {
+    tellFreeError("PDF report: %s.",
+                  report != nullptr ? pdfReason(&report->document.out, result) : "no memory");
 }
 
 }  // namespace
@@ -175,8 +180,8 @@ int dumpPDFInit(void **state, std::FILE *stream) {
     const int result =
         report ? pdf_begin(&report->document, &REPORT_INFO, stream) : int{PDF_NO_MEMORY};
     if (result != PDF_OK) {
-        dmon_log(1, "Error creating PDF output (err=%d).\n", result);
-        logReason(report.get(), result);
+        if (logsCodes()) dmon_log(1, "Error creating PDF output (err=%d).\n", result);
+        tellReason(report.get(), result);
         return DUMP_NO_DOCUMENT;
     }
     report->document.out.limit = REPORT_MAX_BYTES;
@@ -189,8 +194,8 @@ int dumpPDFFree(void *state) {
     logLoss(&report->loss);
     const int result = pdf_end(&report->document);
     if (result == PDF_OK) return DUMP_OK;
-    dmon_log(1, "Error closing PDF output (err=%d).\n", result);
-    logReason(report.get(), result);
+    if (logsCodes()) dmon_log(1, "Error closing PDF output (err=%d).\n", result);
+    tellReason(report.get(), result);
     return DUMP_NO_DOCUMENT;
 }
 
@@ -215,8 +220,8 @@ int dumpPDFRow(void *state, const ReportRow *row) {
     line[length++] = '\n';
     const int result = pdf_add_text_line(&report->document, {line, length});
     if (result == PDF_OK) return DUMP_OK;
-    dmon_log(1, "Error writing to PDF stream (err=%d).\n", result);
-    logReason(report, result);
+    if (logsCodes()) dmon_log(1, "Error writing to PDF stream (err=%d).\n", result);
+    tellReason(report, result);
     return DUMP_WRITE_FAILED;
 }
 

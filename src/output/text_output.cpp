@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "dmon/dmon.h"
 #include "output/c_format.h"
 #include "output/dump_backend.h"
 #include "output/row_format.h"
@@ -28,12 +27,12 @@ thread_local std::size_t written;
 
 int writeAll(std::FILE *stream, const char *bytes, std::size_t length) {
     if (length > REPORT_MAX_BYTES - written) {
-        dmon_log(1, "Error writing text report: more than %d MiB.\n", REPORT_MAX_BYTES >> 20);
+        tellFreeError("Error writing text report: more than %d MiB.", REPORT_MAX_BYTES >> 20);
         return DUMP_WRITE_FAILED;
     }
     written += length;
     if (std::fwrite(bytes, 1, length, stream) == length) return DUMP_OK;
-    dmon_log(1, "Error writing text report: %s\n", std::strerror(errno));
+    tellFreeError("Error writing text report: %s", std::strerror(errno));
     return DUMP_WRITE_FAILED;
 }
 
@@ -72,7 +71,7 @@ int dumpTextInit(void **state, std::FILE *stream) {
     *state = stream;
     written = 0;
     if (utf8_fencode(stream, U'\uFEFF') == 0) return DUMP_OK;
-    dmon_log(1, "Error writing text report: %s\n", std::strerror(errno));
+    tellFreeError("Error writing text report: %s", std::strerror(errno));
     return DUMP_WRITE_FAILED;
 }
 

@@ -21,7 +21,8 @@ int initResultsLoader();
 // Loads a results file. On RESULTS_OK *results is the first application (null for a file without
 // any), which the caller releases with freeResults; on RESULTS_NOT_LOADED, after a message, it is
 // null.
-int loadResultsFile(const char *path, Results **results);
+//   shown  names the file in messages; null: the path does
+int loadResultsFile(const char *path, Results **results, const char *shown = nullptr);
 
 // Releases a list that loadResultsFile made; null is allowed.
 void freeResults(Results *results);

@@ -220,7 +220,7 @@ int addRegister(const void *app, const void *value, std::uint8_t type, std::uint
     LoadedApp *loaded = context->current;
     if (context->noMemory || loaded == nullptr) return 0;
     if (loaded->record.regCount >= loaded->declared) {
-        dmon_log(1, "Error: too many registers in results file.\n");
+        tellFreeError("Error: too many registers in results file.");
         return 0;
     }
     RegisterRecord *reg = takeSlot(loaded);
@@ -261,14 +261,15 @@ int initResultsLoader() {
     return RESULTS_NOT_LOADED;
 }
 
-int loadResultsFile(const char *path, Results **results) {
+int loadResultsFile(const char *path, Results **results, const char *shown) {
     *results = nullptr;
+    if (shown == nullptr) shown = path;
     LoadContext context{};
     const int code = APX_Load_Results_File(path, addApplication, addRegister, &context);
     if (code != 0) {
-        tellFreeError("Error loading results file '%s': %s (%d)", path, APX_Error(code), code);
+        tellFreeError("Error loading results file '%s': %s (%d)", shown, APX_Error(code), code);
     } else if (context.noMemory || !indexNames(context)) {
-        tellFreeError("Error loading results file '%s': %s (%d)", path, "no memory",
+        tellFreeError("Error loading results file '%s': %s (%d)", shown, "no memory",
                       RESULTS_NOT_LOADED);
     } else {
         if (context.first != nullptr) noteLoadedList(context.first);
