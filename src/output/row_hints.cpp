@@ -40,9 +40,10 @@ void hintConversions(const ReportRow *row, const RowFormat *format) {
     for (std::int32_t i = 0; i < row->count; ++i) {
         const Conversion *conversion = &format->pieces[i].piece.conversion;
         const std::uint32_t type = row->values[i].type;
+        const char letter[] = {conversion->letter, '\0'};  // none: it is not one of printf's
         if (!fits(conversion, type))
-            tellHint("value %d is a %s, which its conversion '%%%c' does not fit.", i + 1,
-                     typeLetters[type].name, conversion->letter);
+            tellHint("value %d is a %s, which its conversion '%%%s' does not fit.", i + 1,
+                     typeLetters[type].name, letter);
     }
 }
 
