@@ -61,6 +61,8 @@ constexpr Advice advices[] = {
     {"a ',' splits a value in quotes.", "a value cannot hold a ','"},
     {"'%.*s:%.*s' has no effect.",
      "sizes are numbers above 0; for bold, name a face such as Courier-Bold"},
+    {"'%.*s' is no number and counts as %d.",
+     "an item is written application@item, a call NAME.FUNCTION()"},
     {"'enabled=%s' counts as no.", "yes or no"},
     {"a 'bitmap' conversion without '?' and ':' changes nothing.", "write bitmap(MASK?TEXT:TEXT)"},
     {"units after the eighth are left out.", "at most 8"},

@@ -90,6 +90,7 @@ int evaluate(TemplateContext *ctx, const char *text, const Reading *reading, std
     if (std::strchr(text, '@') != nullptr) return reading->item(ctx, text, number);
     if (std::strchr(text, '.') != nullptr) return evaluateCall(ctx, text, reading, number);
     *number = toInt32(text);
+    hintNumber(text, *number);
     return MERGE_OK;
 }
 

@@ -32,11 +32,13 @@ int setEnabled(TemplateContext *, std::string_view value, TemplateSection *secti
 
 int setTop(TemplateContext *, std::string_view value, TemplateSection *section) {
     section->top = toInt32(value);
+    hintNumber(value, section->top);
     return MERGE_OK;
 }
 
 int setBottom(TemplateContext *, std::string_view value, TemplateSection *section) {
     section->bottom = toInt32(value);
+    hintNumber(value, section->bottom);
     return MERGE_OK;
 }
 

@@ -40,6 +40,9 @@ inline void hintCut(std::string_view value, std::size_t room, const char *what) 
 // Tells of a css property that changes nothing.
 void hintNoEffect(std::string_view property, std::string_view value);
 
+// Tells of a text that was read as a number and is not one, as an item without "@".
+void hintNumber(std::string_view text, std::int32_t number);
+
 // Tells of a font that PDF readers do not have.
 void hintFont(const char *family);
 
