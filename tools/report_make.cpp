@@ -47,18 +47,20 @@ bool isOpenFile(const std::string &path) {
            path.starts_with("/proc/self/fd/");
 }
 
-// Whether a path names what can be read once only, or by its number.
-bool isStream(const std::string &path) {
-    struct stat status {};
-    return path == "-" || isOpenFile(path) ||
-           (stat(path.c_str(), &status) == 0 &&
-            (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)));
+// Another descriptor of a standard stream; -1 with errno set, also for one that was closed: what
+// stands in its place has the other direction.
+DescriptorGuard standardStream(int number) {
+    const int unusable = number == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+    DescriptorGuard stream(fcntl(number, F_DUPFD_CLOEXEC, 0));
+    if (stream.get() < 0 || (fcntl(stream.get(), F_GETFL) & O_ACCMODE) != unusable) return stream;
+    errno = EBADF;
+    return DescriptorGuard(-1);
 }
 
 // Opens a stream to be read; null with errno set.
 FileGuard openStream(const std::string &path) {
     if (path != "-") return FileGuard(std::fopen(path.c_str(), "re"));
-    DescriptorGuard input(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0));
+    DescriptorGuard input = standardStream(STDIN_FILENO);
     FileGuard stream(input.get() >= 0 ? fdopen(input.get(), "r") : nullptr);
     if (stream) static_cast<void>(input.release());
     return stream;
@@ -77,14 +79,11 @@ FileGuard copyOf(const std::string &path) {
 
 // The stream of an output that is no file of its own: standard output, a pipe, a device, an open
 // file by its number. -1 for a file, and with errno set when it cannot be opened.
-int openSink(const std::string &path) {
+DescriptorGuard openSink(const std::string &path) {
     errno = 0;
-    if (path == "-" || path == "/dev/stdout") return fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
-    struct stat status {};
-    const bool special =
-        isOpenFile(path) ||
-        (stat(path.c_str(), &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)));
-    return special ? open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY) : -1;
+    if (path == "-" || path == "/dev/stdout") return standardStream(STDOUT_FILENO);
+    constexpr int FLAGS = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY;
+    return DescriptorGuard(isStream(path) ? open(path.c_str(), FLAGS) : -1);
 }
 
 // Where the report goes: into a file that appears whole, or into memory of the system until it may
@@ -95,7 +94,7 @@ public:
 
     // 0 or the errno.
     int begin() {
-        sink_.reset(openSink(order_.output));
+        sink_.reset(openSink(order_.output).release());
         if (sink_.get() >= 0) {
             copy_.reset(std::tmpfile());
             return copy_ ? 0 : errno;
@@ -190,6 +189,13 @@ std::string reportNameOf(const std::string &results) {
 
 std::string shownInput(const std::string &path) {
     return path == "-" ? "<stdin>" : path;
+}
+
+bool isStream(const std::string &path) {
+    struct stat status {};
+    return path == "-" || isOpenFile(path) ||
+           (stat(path.c_str(), &status) == 0 &&
+            (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)));
 }
 
 FileGuard openTemplate(const std::string &path) {

@@ -32,8 +32,11 @@ bool makeReport(const ReportOrder &order);
 // Tells that one of many reports was not made: one line on standard error.
 void tellFailure(const std::string &results, const std::string &reason);
 
-// Opens a template for reading, or a copy of it when it is a stream: "-" for standard input, a
-// FIFO, an open file by its number. Null with errno set.
+// Whether a path names what can be read once only, or by its number: "-" for a standard stream, a
+// FIFO, a device, an open file.
+bool isStream(const std::string &path);
+
+// Opens a template for reading, or a copy of it when it is a stream. Null with errno set.
 FileGuard openTemplate(const std::string &path);
 
 struct ResultsFreer {

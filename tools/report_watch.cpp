@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <system_error>
+#include <utility>
 
 #include <poll.h>
 #include <sys/inotify.h>
@@ -53,6 +54,7 @@ FileState stateOf(const std::string &path) {
 // The files of the last job, as they were before they were read: so no change is missed, however
 // early it comes.
 std::map<std::string, FileState> noted;
+bool watches = false;
 
 // Editors rename over files, so that it is the folders that have the events. A folder that cannot
 // be watched is looked at from time to time.
@@ -114,11 +116,13 @@ std::string waitForChange() {
 }  // namespace
 
 void noteReportFile(const char *path) {
-    noted.try_emplace(path, stateOf(path));
+    const auto [entry, isNew] = watches ? noted.try_emplace(path) : std::pair(noted.end(), false);
+    if (isNew) entry->second = stateOf(path);
 }
 
 void watchFiles(const std::vector<std::string> &files, bool quiet,
                 const std::function<void()> &job) {
+    watches = true;
     std::size_t told = 0;  // files that are watched
     for (;;) {
         noted.clear();

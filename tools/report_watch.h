@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-// Takes down a file that the engine opens; a ReportSink's `opens`.
+// Takes down a file that the engine opens, while there is a watch; a ReportSink's `opens`.
 void noteReportFile(const char *path);
 
 // Does the job, and again after each change of one of the files, or of one that was noted while the

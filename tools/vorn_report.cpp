@@ -16,6 +16,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fcntl.h>
+#include <unistd.h>
 
 #include "base/guards.h"
 #include "core/options.h"
@@ -170,8 +171,9 @@ void checkModes(const Arguments &args) {
         chosen = name;
     }
     if (args.watch && chosen != nullptr && !args.check) throw CLI::ExcludesError("--watch", chosen);
-    if (args.watch && (args.results == "-" || args.templateFile == "-"))
-        throw CLI::ExcludesError("--watch", "standard input");
+    for (const std::string &path : {args.results, args.templateFile})
+        if (args.watch && isStream(path))
+            throw CLI::ExcludesError("--watch", path == "-" ? "standard input" : path);
 }
 
 // Throws what the parser throws, so that all wrong usage ends alike.
@@ -353,14 +355,33 @@ int run(int argc, char **argv) {
     return args.check || !args.missingKeys.empty() ? runCheck(args) : runReport(args);
 }
 
+// Opens something in place of standard streams that are closed, so that no other file becomes one.
+// Its direction is wrong: what uses it fails as it would have.
+bool fillStandardStreams() {
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        const int flags = number == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (fcntl(number, F_GETFD) < 0 && open("/dev/null", flags) != number) return false;
+    }
+    return true;
+}
+
+// A list as JSON asks for memory even when it is released, where no exception can pass.
+[[noreturn]] void endWithoutMemory() {
+    try {
+        if (std::current_exception() != nullptr) std::rethrow_exception(std::current_exception());
+    } catch (const std::bad_alloc &) {
+        std::fputs("vorn-report: no memory\n", stderr);
+        std::_Exit(EXIT_FAILED);
+    } catch (...) {  // a fault of the program
+    }
+    std::abort();
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
-    // A list as JSON asks for memory even when it is released, where no exception can pass.
-    std::set_terminate([] {
-        std::fputs("vorn-report: no memory\n", stderr);
-        std::_Exit(EXIT_FAILED);
-    });
+    if (!fillStandardStreams()) return EXIT_FAILED;
+    std::set_terminate(endWithoutMemory);
     std::signal(SIGXFSZ, SIG_IGN);  // a file above the size limit is a write that fails
     if (loadLocalTime() != 0) {
         std::fputs("vorn-report: no memory\n", stderr);
