@@ -48,10 +48,12 @@ struct Merge {
     bool hadReport;
     bool rowIsSpoiled;        // by a clause that a check left out
     std::int32_t valueIndex;  // in the row, of the value that is read
-    // Of checks: where the report begins, what is told at the end is about, and what was passed
-    // over.
+    // Of checks: where the report begins, what is told later is about, the first clause before the
+    // report, and what was passed over.
     TemplatePlace reportPlace;
-    TemplatePlace endPlace;
+    TemplatePlace latePlace;
+    std::string_view earlyClause;
+    TemplatePlace earlyPlace;
     MergeState ignoredState;
     TemplatePlace ignoredPlace;
 };
@@ -62,7 +64,16 @@ int reportOutput(TemplateContext *ctx, int result) {
     return result;
 }
 
+// Tells of a clause before the report; a file that has no report, as one to include, has many.
+void tellEarlyClause(Merge *merge) {
+    merge->latePlace = merge->earlyPlace;
+    if (!merge->hadReport && !merge->earlyClause.empty())
+        hintIgnored(&merge->ctx, merge->earlyClause);
+    merge->latePlace = {};
+}
+
 int onReport(Merge *merge, const TemplateTag *tag) {
+    if (wantsHints()) tellEarlyClause(merge);
     if (parseReportClause(&merge->ctx, tag->args) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     merge->ctx.state = MERGE_REPORT;
     merge->hadReport = true;
@@ -342,7 +353,12 @@ const Clause *passOver(Merge *merge, const TemplateTag *tag) {
     const bool sameLine = last->lineNo == place.lineNo && std::strcmp(last->path, place.path) == 0;
     const bool isTold = last->lineNo > 0 && merge->ignoredState == ctx->state &&
                         (sameLine || ctx->state == MERGE_OUTSIDE);
-    if (!isTold) hintIgnored(ctx, clauses[tag->clause].name);
+    if (!isTold && ctx->state == MERGE_OUTSIDE && !merge->hadReport) {
+        merge->earlyClause = clauses[tag->clause].name;
+        merge->earlyPlace = place;
+    } else if (!isTold) {
+        hintIgnored(ctx, clauses[tag->clause].name);
+    }
     merge->ignoredState = ctx->state;
     merge->ignoredPlace = place;
     return closeForgotten(merge, tag);
@@ -435,11 +451,12 @@ void locateFinding(const void *user, ReportFinding *finding) {
     const auto *merge = static_cast<const Merge *>(user);
     const TemplateContext *ctx = &merge->ctx;
     const TemplateFile *file = currentFile(ctx);
-    const char *path = file != nullptr ? file->path : merge->endPlace.path;
+    const bool isLate = file == nullptr || merge->latePlace.path[0] != '\0';
+    const char *path = isLate ? merge->latePlace.path : file->path;
     if (path[0] == '\0') return;
     finding->folder = templateFolder(ctx, path);
     finding->path = path;
-    finding->line = file != nullptr ? file->lineNo : merge->endPlace.lineNo;
+    finding->line = isLate ? merge->latePlace.lineNo : file->lineNo;
 }
 
 using OpenList = char[4096];  // a message has no more
@@ -481,11 +498,11 @@ int runMerge(Merge *merge, const char *dictName) {
 
     if (reportSink != nullptr) findingPlace = {locateFinding, merge};
     int result = interpretTemplate(merge);
-    merge->endPlace = merge->reportPlace;
+    merge->latePlace = merge->reportPlace;
     if (result == MERGE_OK && wantsHints()) hintEnd(ctx, merge->hadReport);
-    merge->endPlace = wantsHints() ? firstOpen(merge) : TemplatePlace{};
+    merge->latePlace = wantsHints() ? firstOpen(merge) : TemplatePlace{};
     if (result == MERGE_OK) warnUnclosed(ctx);
-    merge->endPlace = {};
+    merge->latePlace = {};
     dmon_log(2, "Template merged (ret: %d).\n", result);
 
     releaseRowValues(&merge->row);
