@@ -302,9 +302,11 @@ std::size_t findUnquoted(std::string_view text, std::size_t from) {
 // A check ends a tag without ">" where the next clause begins, and reads that next. What a line of
 // many such tags has behind each is read again and again, so that it counts as steps.
 void endAtNextClause(TemplateContext *ctx, TemplateTag *tag) {
-    ctx->steps += STEPS_TAG_CHECKED + static_cast<std::int64_t>(tag->text.size()) / 8;
+    const auto length = static_cast<std::int64_t>(tag->text.size());
+    ctx->steps += length / 32;  // read anew each time: none for most
     if (tag->text.starts_with('!')) return;
     std::size_t at = findUnquoted(tag->text, 0);
+    if (at != std::string_view::npos) ctx->steps += STEPS_HINT + length / 8;
     for (std::size_t next = 0; at != std::string_view::npos; at = next) {
         next = findUnquoted(tag->text, at + 1);
         ctx->steps += STEPS_TAG;
@@ -369,6 +371,7 @@ const Clause *passOver(Merge *merge, const TemplateTag *tag) {
 int interpretTag(Merge *merge, TemplateTag *tag) {
     if (readsOn()) endAtNextClause(&merge->ctx, tag);
     if (tag->clause == CLAUSE_UNREAD) readTag(tag);
+    if (tag->clause == CLAUSE_UNKNOWN && readsOn()) merge->ctx.steps += STEPS_HINT;
     if (tag->clause == CLAUSE_UNKNOWN) return MERGE_OK;
     const Clause *clause = clauseIn(merge->ctx.state, tag);
     if (clause == nullptr && wantsHints()) clause = passOver(merge, tag);
@@ -440,6 +443,7 @@ int interpretTemplate(Merge *merge) {
         if (result != MERGE_OK && readsOn()) result = leaveOut(merge, ctx->tag, result);
         if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;
         ctx->steps += STEPS_TAG + takePrintWork();
+        if (readsOn()) ctx->steps += STEPS_HINT * takeHintCount();
         countRowTag(ctx);
         if (result == MERGE_OK && ctx->steps > TEMPLATE_MAX_STEPS)
             result = templateError(ctx, MERGE_TEMPLATE_ERROR, "the template takes too many steps.");

@@ -25,7 +25,7 @@ constexpr std::int32_t TEMPLATE_MAX_PASSES = 10'000'000;
 constexpr std::int64_t TEMPLATE_MAX_STEPS = 40'000'000;
 enum TemplateSteps : std::int32_t {
     STEPS_TAG = 1,
-    STEPS_TAG_CHECKED = 10,  // more, which a check reads anew each time
+    STEPS_HINT = 10,         // of a check, which looks for one or tells it
     STEPS_PARAMETERS = 4,    // so many that a search passes are one
     STEPS_EXPANSION = 1,     // for each 8 characters that are searched for references
     STEPS_LOOKUP = 10,       // of a dictionary key, and

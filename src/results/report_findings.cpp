@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "dmon/dmon.h"
 
@@ -21,6 +22,8 @@ constexpr FindingForm pathForm = {REPORT_WARNING, 1, false, "Warning: "};
 constexpr FindingForm hintForm = {REPORT_HINT, 0, true, "Warning in "};
 constexpr FindingForm hintDetailForm = {REPORT_DETAIL, 0, false, nullptr};
 constexpr FindingForm hiddenCauseForm = {REPORT_CAUSE, 0, false, nullptr};
+
+std::int32_t hintCount = 0;  // a sink has one thread
 
 // A format that only passes a text on says nothing of its kind.
 bool passesOn(const char *format) {
@@ -104,7 +107,10 @@ bool joinReportPath(char *out, std::size_t size, const char *directory, const ch
 void tellHint(const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    if (wantsHints()) tellReport(&hintForm, nullptr, format, arguments);
+    if (wantsHints()) {
+        ++hintCount;
+        tellReport(&hintForm, nullptr, format, arguments);
+    }
     va_end(arguments);
 }
 
@@ -120,4 +126,8 @@ void tellHiddenCause(const char *format, ...) {
     va_start(arguments, format);
     if (reportSink != nullptr) tellReport(&hiddenCauseForm, nullptr, format, arguments);
     va_end(arguments);
+}
+
+std::int32_t takeHintCount() {
+    return std::exchange(hintCount, 0);
 }
