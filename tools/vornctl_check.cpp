@@ -110,18 +110,24 @@ void checkMadeDirectory(Findings *findings, Kind kind, const std::string &key,
         checkDirectory(findings, kind, key, path, USE_WRITE);
         return;
     }
-    const std::string parent = path.substr(0, path.rfind('/'));
-    const std::string fault = faultOfDirectory(parent.empty() ? "/" : parent, USE_WRITE);
+    const std::string above = path.substr(0, path.rfind('/'));
+    const std::string parent = above.empty() ? "/" : above;
+    const std::string fault = faultOfDirectory(parent, USE_WRITE);
     if (!fault.empty())
         findings->add(kind, findings->placeOf(key, path),
                       "'" + path + "' cannot be made: '" + parent + "' " + fault);
 }
 
+// With no path at all, files are looked for and made as "/NAME".
+std::string folderOfFiles(const char *option) {
+    return option[0] == '\0' ? "/" : option;
+}
+
 void checkDirectories(Findings *findings) {
-    checkMadeDirectory(findings, ERROR, "results-dir", opt_resdir);
-    checkMadeDirectory(findings, ERROR, "reports-dir", opt_rptdir);
-    checkMadeDirectory(findings, HINT, "configs-dir", opt_cfgdir);
-    checkDirectory(findings, HINT, "templates-dir", opt_tpldir, USE_READ);
+    checkMadeDirectory(findings, ERROR, "results-dir", folderOfFiles(opt_resdir));
+    checkMadeDirectory(findings, ERROR, "reports-dir", folderOfFiles(opt_rptdir));
+    checkMadeDirectory(findings, HINT, "configs-dir", folderOfFiles(opt_cfgdir));
+    checkDirectory(findings, HINT, "templates-dir", folderOfFiles(opt_tpldir), USE_READ);
     if (opt_dictdir[0] != '\0') checkDirectory(findings, HINT, "dict-dir", opt_dictdir, USE_READ);
 }
 
@@ -135,6 +141,9 @@ void checkLanguage(Findings *findings, const std::string &key, const std::string
     if (!letters || language.size() < 2)
         findings->add(HINT, findings->placeOf(key, opt_cfgfile),
                       "'" + language + "' is no language: two or three small letters");
+    if (opt_dictdir[0] == '\0' && language != "en")
+        findings->add(HINT, findings->placeOf(key, opt_cfgfile),
+                      "there is no dictionary of language '" + language + "' without dict-dir");
     const DirListing files(opt_dictdir, isDictionary, nullptr);
     for (int i = 0; i < files.count(); ++i)
         if (std::string(files.name(i)).ends_with("_" + language + ".lxc")) return;
@@ -268,8 +277,7 @@ void checkState(Findings *findings) {
     if (foreign)
         findings->add(ERROR, {path, 0}, "this is no state file; the service will not start");
     const std::string directory = path.substr(0, path.rfind('/'));
-    if (access(directory.c_str(), F_OK) == 0)
-        checkDirectory(findings, ERROR, "", directory, USE_WRITE);
+    checkMadeDirectory(findings, ERROR, "", directory);
 }
 
 }  // namespace

@@ -24,6 +24,7 @@ bool applyLine(const FindingSink &sink, const Place &at, const ConfigLine &line)
         tellText(sink, LINE_ERROR, at, "%s", setting->missing);
         return false;
     }
+    if (line.value == nullptr) tellText(sink, LINE_HINT, at, "'%s' has no value.", line.key);
     const char *word = line.value == nullptr ? "" : unquote_str(line.value);
     if (!setting->set(sink, at, word)) {
         tellText(sink, LINE_ERROR, at, "%s '%s'.", setting->unknown, word);

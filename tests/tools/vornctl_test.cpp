@@ -165,6 +165,7 @@ TEST(VornctlCheckConfig, TellsErrorsAndHintsWithTheirPlaceAndWritesNothing) {
                         "\",\"line\":1,\"text\":\"'on' means no"),
               std::string::npos)
         << said;
+    EXPECT_NE(said.find("/tarix/data/vorn' cannot be made: "), std::string::npos) << said;
 }
 
 }  // namespace
