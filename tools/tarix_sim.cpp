@@ -42,6 +42,11 @@ struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// A word of the command line that the command does not take.
+struct WrongWord : Failure {
+    using Failure::Failure;
+};
+
 // For the library's calls, whose texts name the file.
 void check(int code) {
     if (code != OKRA_OK) throw Failure(APX_Error(code));
@@ -80,8 +85,8 @@ std::uint32_t number(const char *text, std::uint32_t max, bool hex, const char *
     const std::string_view digits = text;
     const bool isHex = digits.find_first_of("xX") != std::string_view::npos;
     if ((isHex && !hex) || parseUnsigned(digits, max, &value) != NUMBER_OK)
-        throw Failure(std::string("'") + text + "' is no " + what + ": 0 to " +
-                      std::to_string(max));
+        throw WrongWord(std::string("'") + text + "' is no " + what + ": 0 to " +
+                        std::to_string(max));
     return static_cast<std::uint32_t>(value);
 }
 
@@ -92,8 +97,8 @@ std::uint32_t timeArgument(const char *text) {
 
 void checkName(const char *app) {
     if (!okraIsName(app, OKRA_APP_NAME_MAX))
-        throw Failure(std::string("'") + app +
-                      "' is no application's name: 1 to 15 letters, digits, '.', '_', '-'");
+        throw WrongWord(std::string("'") + app +
+                        "' is no application's name: 1 to 15 letters, digits, '.', '_', '-'");
 }
 
 // The path of a running application's state.
@@ -447,6 +452,8 @@ int run(int argc, char **argv) {
 int main(int argc, char **argv) {
     try {
         return run(argc, argv);
+    } catch (const WrongWord &error) {
+        return fail(error.what(), USAGE);
     } catch (const std::exception &error) {
         return fail(error.what(), FAILED);
     }

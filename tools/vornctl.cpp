@@ -167,6 +167,7 @@ int askSocket(const Common &common, const std::string &line, std::string *answer
 
 // Tells what the service did so far.
 int stats(const Common &common, bool prometheus) {
+    if (common.json && prometheus) throw CLI::ExcludesError("--prometheus", "--json");
     std::string answer;
     const int status = askSocket(common, "stats", &answer);
     if (status != CTL_DONE) return status;
