@@ -30,8 +30,38 @@ for page in "$work"/man/*/*; do
     [ -z "$said" ] || fault "$said"
 done
 
-# ---- unit, user, folders ----
+# ---- documents, of which the pages are made, against the programs' own tables ----
 bin=$PWD/build/release/bin
+named() { grep -qE -- "$2" "docs/$1" || fault "docs/$1 does not name ${3:-$2}"; }
+for tool in vornctl:vornctl vorn-report:vorn-report tarix-sim:service; do
+    page=${tool#*:}.md tool=$bin/${tool%:*}
+    help=$("$tool" --help)
+    for command in $(sed -nE '/^Subcommands:/,/^$/s/^  ([a-z-]+).*/\1/p' <<<"$help"); do
+        said=$("$tool" "$command" --help)
+        help+=$'\n'$said
+        usage=$(sed -nE "s/^Usage: ${tool##*/} ($command) \[OPTIONS\]/\1/p" <<<"$said")
+        # As it stands in a table.
+        grep -qF -- "\`${usage//|/\\|}\`" "docs/$page" || fault "docs/$page does not name $usage"
+        [ "$page" != vornctl.md ] || while read -r word; do
+            grep -qF -- " | $word |" "docs/$page" || fault "docs/$page does not say of a word: $word"
+        done < <(sed -nE '/^Positionals:/,/^$/{/REQUIRED$/d;s/^.{29} ([^ ].*)/\1/p}' <<<"$said")
+    done
+    for option in $(grep -oE '^  (-[a-z],)?--[a-z-]+' <<<"$help" | sed 's/.*--/--/' | sort -u); do
+        named "$page" "$option[ \`]" "$option"
+    done
+done
+for option in $(sed -nE 's/.*option == "([^"]+)".*/\1/p' src/core/command_line.cpp); do
+    named service.md "^\| \`$option[ \`]" "$option"
+done
+
+# ---- words that are not taken ----
+for words in 'sync gen abc' 'sync gen 99999999999' 'respond gen 256' 'event gen -1' 'create a/b' nonsense; do
+    state=0
+    VORN_ROOT=$work "$bin/tarix-sim" $words >/dev/null 2>&1 || state=$?
+    [ "$state" -eq 2 ] || fault "tarix-sim $words has status $state"
+done
+
+# ---- unit, user, folders ----
 sed -e "s#@CMAKE_INSTALL_FULL_BINDIR@#$bin#g" -e 's#@VORN_PLUGIN_DIR@#/usr/lib/vorn#' \
     -e "s#@VORN_START_CHECK@#ExecStartPre=$bin/vornctl check-config\n#" \
     systemd/vorn.service.in >"$work/vorn.service"

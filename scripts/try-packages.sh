@@ -7,7 +7,10 @@ set -euo pipefail
 here=$(dirname "$0")
 # The network is that of the machine around it, where a service may run already.
 export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 NX_PORT=55813
-MANUAL_PAGES='vorn.8 vorn.cfg.5 vornctl.1 vorn-report.1 vorn-templates.5 tarix-sim.1'
+pages=()
+for page in vorn.8 vorn.cfg.5 vornctl.1 vorn-report.1 vorn-templates.5 vorn-messages.5 tarix-sim.1; do
+    pages+=("/usr/share/man/man${page##*.}/$page.gz")
+done
 
 say() { printf '\n---- %s\n' "$*"; }
 fail() {
@@ -67,6 +70,7 @@ apt install systemd-standalone-sysusers systemd-standalone-tmpfiles "$here"/old/
 said=$(as_vorn vornctl check-config 2>&1) || fail "a fresh machine is called wrong: $said"
 printf '%s\n' "$said"
 for program in vornctl vorn-report tarix-sim; do "$program" --version; done
+there "${pages[@]}"
 
 say "configure, start, measure"
 sed -i -e 's/^#autosave .*/autosave yes/' -e 's/^#autoreport .*/autoreport txt/' \
@@ -114,7 +118,7 @@ say "remove: programs go, configuration and data stay"
 stop_service
 apt remove vorn vorn-tools vorn-sim libvorn-dev
 gone /usr/bin/vorn /usr/bin/vornctl /usr/bin/vorn-report /usr/bin/tarix-sim /usr/lib/vorn /lib/systemd/system/vorn.service
-gone /usr/include/vorn /usr/share/pkgconfig/vorn-plugin.pc
+gone /usr/include/vorn /usr/share/pkgconfig/vorn-plugin.pc "${pages[@]}"
 cmp /etc/tarix/vorn.cfg /tmp/vorn.cfg
 there /etc/tarix/vorn/first.subs /tarix/data/vorn/vorn.sav /tarix/data/reports/run0000{1,2}.txt /tarix/data/templates/service.tpl
 
