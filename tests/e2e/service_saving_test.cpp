@@ -40,7 +40,7 @@ protected:
         const int before = run.countInLog(line);
         sendMessage(run.queueId(), 2, syncResponse(app, 2));
         ASSERT_TRUE(run.waitForLog(line, before + 1));
-        const std::string last = "Command: stop subs 'nobody'.\n";
+        const std::string last = "There is no subscription 'nobody': nothing is removed.\n";
         const int ends = run.countInLog(last);
         ASSERT_EQ(run.request(REQ_REMOVE_SUBS, 0, 0, {"nobody"}).param1, 0);
         ASSERT_TRUE(run.waitForLog(last, ends + 1));
@@ -148,9 +148,11 @@ TEST_F(ServiceSaving, ReplacesResultsByReportsOrKeepsThem) {
     EXPECT_EQ(run.root.read("tarix/data/reports/run00001.txt"), "\xEF\xBB\xBFrun00001 7\r\n");
     EXPECT_EQ(run.countInLog("Error"), 0);
 
-    const auto setTemplate = [&](const std::string &name) {
-        EXPECT_EQ(run.request(REQ_SET_TEMPLATE, 0, 0, {"tx", name}).param1, 0);
+    const auto setTemplate = [&](const std::string &name, const std::string &subs = "tx") {
+        EXPECT_EQ(run.request(REQ_SET_TEMPLATE, 0, 0, {subs, name}).param1, 0);
     };
+    setTemplate("t.tpl", "nobody");
+    EXPECT_TRUE(run.waitForLog("There is no subscription 'nobody': no template is set.\n"));
     setTemplate("");
     sync("Not autogenerating report for 'tx' since template is not set.\n");
     setTemplate("missing.tpl");
