@@ -32,14 +32,20 @@ install(DIRECTORY docs examples contrib DESTINATION ${CMAKE_INSTALL_DOCDIR})
 # The service's fixed place for it is /etc/tarix, where the administrator's own may lie already.
 install(FILES etc/vorn.cfg DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
 
-# Where systemd looks: its own folders, which are beside ours when the prefix is /usr.
-set(VORN_PLUGIN_DIR ${CMAKE_INSTALL_PREFIX}/lib/vorn)
+# Where systemd looks: its own folders, which are beside ours when the prefix is /usr. The unit names
+# the prefix, which `cmake --install --prefix` may set anew, so it is made then.
 set(VORN_UNIT_DIR lib/systemd/system CACHE STRING "folder of the systemd unit")
-set(VORN_START_CHECK)
+set(start_check)
 if(VORN_TOOLS)
-    set(VORN_START_CHECK "ExecStartPre=${CMAKE_INSTALL_FULL_BINDIR}/vornctl check-config\n")
+    set(start_check "ExecStartPre=\${CMAKE_INSTALL_FULL_BINDIR}/vornctl check-config\\n")
 endif()
-configure_file(systemd/vorn.service.in vorn.service @ONLY)
+install(CODE "
+    cmake_path(APPEND CMAKE_INSTALL_PREFIX \"${CMAKE_INSTALL_BINDIR}\"
+        OUTPUT_VARIABLE CMAKE_INSTALL_FULL_BINDIR)
+    set(VORN_PLUGIN_DIR \${CMAKE_INSTALL_PREFIX}/lib/vorn)
+    set(VORN_START_CHECK \"${start_check}\")
+    configure_file(\"${PROJECT_SOURCE_DIR}/systemd/vorn.service.in\"
+        \"${CMAKE_CURRENT_BINARY_DIR}/vorn.service\" @ONLY)")
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/vorn.service DESTINATION ${VORN_UNIT_DIR})
 install(FILES systemd/sysusers.conf DESTINATION lib/sysusers.d RENAME vorn.conf)
 install(FILES systemd/tmpfiles.conf DESTINATION lib/tmpfiles.d RENAME vorn.conf)
@@ -54,5 +60,11 @@ if(Python3_FOUND)
         COMMAND ${CMAKE_COMMAND} -E touch ${man_dir}/made
         DEPENDS scripts/make_man.py CHANGELOG.md ${documents} VERBATIM)
     add_custom_target(man ALL DEPENDS ${man_dir}/made)
-    install(DIRECTORY ${man_dir}/ DESTINATION ${CMAKE_INSTALL_MANDIR} PATTERN made EXCLUDE)
+    set(left_out PATTERN made EXCLUDE)
+    if(NOT VORN_TOOLS)
+        list(APPEND left_out PATTERN man1 EXCLUDE)
+    elseif(VORN_INSTRUMENT_LIBS)
+        list(APPEND left_out PATTERN tarix-sim.1 EXCLUDE)
+    endif()
+    install(DIRECTORY ${man_dir}/ DESTINATION ${CMAKE_INSTALL_MANDIR} ${left_out})
 endif()

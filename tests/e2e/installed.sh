@@ -6,6 +6,7 @@ set -euo pipefail
 DESTDIR=$PWD "$CMAKE" --install "$BUILD" --prefix /opt/vorn >/dev/null
 at=$PWD/opt/vorn
 ls "$at"/share/doc/vorn/docs/plugins.md "$at"/share/bash-completion/completions/vornctl >/dev/null
+grep -qx ExecStart=/opt/vorn/bin/vorn "$at"/lib/systemd/system/vorn.service
 cmp "$at"/include/vorn/plugin.h "$SOURCE"/include/vorn/plugin.h
 cp -r "$SOURCE"/examples/plugin example
 cd example
