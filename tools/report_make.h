@@ -39,11 +39,6 @@ bool isStream(const std::string &path);
 // Opens a template for reading, or a copy of it when it is a stream. Null with errno set.
 FileGuard openTemplate(const std::string &path);
 
-struct ResultsFreer {
-    void operator()(Results *results) const { freeResults(results); }
-};
-using ResultsGuard = std::unique_ptr<Results, ResultsFreer>;
-
 // Loads results, of a stream as well; false after a message.
 bool loadResults(const std::string &path, ResultsGuard *results);
 

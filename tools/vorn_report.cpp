@@ -38,7 +38,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-enum ExitStatus : int { EXIT_MADE = 0, EXIT_FAILED = 1, EXIT_USAGE = 2 };
+enum ToolStatus : int { EXIT_MADE = 0, EXIT_FAILED = 1, EXIT_USAGE = 2 };
 
 struct Arguments {
     std::string results, templateFile, output;

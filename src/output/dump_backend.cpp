@@ -26,6 +26,7 @@ constexpr BackendOps backends[] = {
     {dumpPDFInit, dumpPDFOutputStyle, dumpPDFSectionHeader, dumpPDFRow, dumpPDFSectionFooter,
      dumpPDFFree},
 };
+static_assert(std::size(backends) == RPT_FMT_PDF + 1);
 
 // The back-end of a format, or null.
 const BackendOps *findBackend(std::uint32_t format) {

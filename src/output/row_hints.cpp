@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "base/utf8_text.h"
 #include "output/c_format.h"
 #include "output/text_output.h"
 #include "pdf/font_widths.h"
@@ -31,7 +32,7 @@ bool fits(const Conversion *conversion, std::uint32_t type) {
 
 std::size_t countCharacters(std::string_view text) {
     return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+        std::count_if(text.begin(), text.end(), [](char c) { return !isContinuation(c); }));
 }
 
 }  // namespace

@@ -28,11 +28,6 @@ namespace {
 // The report quota's handle; -1 until initReports installs it, and when the quota table is full.
 int reportQuotaId = QUOTA_NONE;
 
-struct ResultsFreer {
-    void operator()(Results *results) const { freeResults(results); }
-};
-using ResultsGuard = std::unique_ptr<Results, ResultsFreer>;
-
 int isReportFile(const struct dirent *entry) {
     return isFileEndingIn(entry, ".pdf") || isFileEndingIn(entry, ".txt") ? 1 : 0;
 }

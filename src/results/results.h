@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
 #include "vorn/plugin.h"
@@ -26,6 +27,11 @@ int loadResultsFile(const char *path, Results **results, const char *shown = nul
 
 // Releases a list that loadResultsFile made; null is allowed.
 void freeResults(Results *results);
+
+struct ResultsFreer {
+    void operator()(Results *results) const { freeResults(results); }
+};
+using ResultsGuard = std::unique_ptr<Results, ResultsFreer>;
 
 // Finds a register by [application@]item[:field] or [application@]item[index], in a time that does
 // not grow with the number of registers. Of equal names the first counts.
