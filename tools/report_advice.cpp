@@ -70,7 +70,7 @@ constexpr Advice advices[] = {
      "PDF reports have the letters of Western Europe"},
     {"path '%s' was cut at %zu characters.", "shorten it, or move the file"},
     {"'%s' is no font of a PDF report.", "Courier, Helvetica, Times-Roman and their faces are"},
-    {"value %d is a %s, which its conversion '%%%s' does not fit.", LIST_ITEMS},
+    {"value %d is a %s, which its conversion '%%%s%s' does not fit.", LIST_ITEMS},
     {"in a PDF the row leaves the page from column %zu on.", "use fewer columns or a smaller font"},
     {"the template has no 'report' clause.", "put the rows between <report> and </report>"},
     {"the report is not closed.", "end it with </report>"},

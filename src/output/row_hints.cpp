@@ -41,10 +41,11 @@ void hintConversions(const ReportRow *row, const RowFormat *format) {
     for (std::int32_t i = 0; i < row->count; ++i) {
         const Conversion *conversion = &format->pieces[i].piece.conversion;
         const std::uint32_t type = row->values[i].type;
+        if (fits(conversion, type)) continue;
         const char letter[] = {conversion->letter, '\0'};  // none: it is not one of printf's
-        if (!fits(conversion, type))
-            tellHint("value %d is a %s, which its conversion '%%%s' does not fit.", i + 1,
-                     typeLetters[type].name, letter);
+        const bool isLong = conversion->size == SIZE_64 && letter[0] != '\0';
+        tellHint("value %d is a %s, which its conversion '%%%s%s' does not fit.", i + 1,
+                 typeLetters[type].name, isLong ? "ll" : "", letter);
     }
 }
 

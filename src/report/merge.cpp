@@ -501,9 +501,11 @@ int runMerge(Merge *merge, const char *dictName) {
     dictResolvCreate(&ctx->dict, dictName, lang, opt_dflt_lang_id);
 
     if (reportSink != nullptr) findingPlace = {locateFinding, merge};
+    merge->reportPlace = currentPlace(ctx);  // until there is one: the first line
+    merge->reportPlace.lineNo = 1;
     int result = interpretTemplate(merge);
     merge->latePlace = merge->reportPlace;
-    if (result == MERGE_OK && wantsHints()) hintEnd(ctx, merge->hadReport);
+    if (result == MERGE_OK && reportSink != nullptr) hintEnd(ctx, merge->hadReport);
     merge->latePlace = wantsHints() ? firstOpen(merge) : TemplatePlace{};
     if (result == MERGE_OK) warnUnclosed(ctx);
     merge->latePlace = {};

@@ -114,6 +114,13 @@ void tellHint(const char *format, ...) {
     va_end(arguments);
 }
 
+void tellPlainHint(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    if (reportSink != nullptr) tellReport(&hintForm, nullptr, format, arguments);
+    va_end(arguments);
+}
+
 void tellHintDetail(const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);

@@ -93,5 +93,8 @@ bool joinReportPath(char *out, std::size_t size, const char *directory, const ch
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellHintDetail(const char *format, ...);
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellHiddenCause(const char *format, ...);
 
+// A hint for every sink, also of a plain report.
+[[gnu::cold, gnu::format(printf, 1, 2)]] void tellPlainHint(const char *format, ...);
+
 // The number of hints that were told since the last call: they cost time.
 std::int32_t takeHintCount();
