@@ -104,7 +104,7 @@ void hintFont(const char *family) {
 void hintEnd(const TemplateContext *ctx, bool hadReport) {
     if (!hadReport) return tellPlainHint("the template has no 'report' clause.");
     // In a disabled section nobody can tell.
-    const bool isOpen = ctx->state != MERGE_OUTSIDE && ctx->state != MERGE_DISABLED &&
-                        ctx->state != MERGE_SKIPPED;
+    const bool isOpen =
+        ctx->state != MERGE_OUTSIDE && ctx->state != MERGE_DISABLED && ctx->state != MERGE_SKIPPED;
     if (isOpen) tellHint("the report is not closed.");
 }
