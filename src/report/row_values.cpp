@@ -144,7 +144,6 @@ int addGlobalValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clau
     if (known == std::end(globalVariables))
         return templateError(ctx, MERGE_UNKNOWN_GLOBAL, "unknown global variable '%s'.",
                              name.data());
-    if (withoutResults()) return MERGE_OK;
     value->type = VORN_TYPE_UINT32;
     value->data = const_cast<char *>(reinterpret_cast<const char *>(app)) + known->offset;
     return applyDataConversions(ctx, clause, value);
