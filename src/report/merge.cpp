@@ -443,7 +443,7 @@ int interpretTemplate(Merge *merge) {
         if (result != MERGE_OK && readsOn()) result = leaveOut(merge, ctx->tag, result);
         if (result == MERGE_OK && ctx->failed) result = MERGE_TEMPLATE_ERROR;
         ctx->steps += STEPS_TAG + takePrintWork();
-        if (readsOn()) ctx->steps += STEPS_HINT * takeHintCount();
+        if (readsOn()) ctx->steps += std::int64_t{STEPS_HINT} * takeHintCount();
         countRowTag(ctx);
         if (result == MERGE_OK && ctx->steps > TEMPLATE_MAX_STEPS)
             result = templateError(ctx, MERGE_TEMPLATE_ERROR, "the template takes too many steps.");

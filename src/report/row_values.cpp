@@ -94,10 +94,11 @@ int fillPluginValue(TemplateContext *ctx, const ValueClause *clause, ItemValue *
 
 int applyDataConversions(TemplateContext *ctx, const ValueClause *clause, ItemValue *value) {
     if (clause->convType == CONV_NONE || value->type == VORN_TYPE_NONE) return CONV_OK;
-    DictResolver *dict = (clause->flags & VALUE_USE_DICT) != 0 ? &ctx->dict : nullptr;
-    if (dict != nullptr) countLookup(ctx);
+    const bool translated = (clause->flags & VALUE_USE_DICT) != 0;
+    if (translated) countLookup(ctx);
     ctx->steps += STEPS_CONVERSION;
-    const char *refusal = convertValue(clause->convType, clause->convArg, dict, value);
+    const char *refusal =
+        convertValue(clause->convType, clause->convArg, translated ? &ctx->dict : nullptr, value);
     if (refusal == nullptr) return CONV_OK;
     return refusal == CONVERSION_NO_MEMORY ? templateNoMemory(ctx) : reportRefusal(ctx, refusal);
 }
