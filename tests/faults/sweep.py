@@ -141,7 +141,7 @@ class Service:
                 if port:
                     subprocess.run([BIN / "vornctl", "--port", port[-1], "report", "tx", data / "results/old.res", "t.tpl",
                                     "asked.txt"], env=plain, capture_output=True, timeout=20)
-            saved_state, end = data / "vorn/vorn.sav", time.monotonic() + 1.5 * patience
+            saved_state, end = data / "vorn/vorn.sav", time.monotonic() + 0.5 * patience
             number = lambda: saved_state.read_bytes()[-1:] if saved_state.exists() else b""
             while (parts(data) or number() != b"\3") and time.monotonic() < end:  # a stop may fall into a save
                 time.sleep(0.01)
