@@ -72,7 +72,7 @@ static int areKnown(const TemplateParam *arguments, const char *names) {
     for (; arguments != NULL; arguments = arguments->next) {
         char name[sizeof arguments->name + 2];
         snprintf(name, sizeof name, " %s ", arguments->name);
-        if (strstr(names, name) == NULL) return 0;
+        if (strchr(arguments->name, ' ') != NULL || strstr(names, name) == NULL) return 0;
     }
     return 1;
 }
