@@ -90,7 +90,8 @@ void hintNoEffect(std::string_view property, std::string_view value) {
 
 void hintNumber(std::string_view text, std::int32_t number) {
     if (!wantsHints()) return;
-    const std::string_view digits = text.substr(text.starts_with('-') ? 1 : 0);
+    const std::string_view digits =
+        text.substr(text.starts_with('-') || text.starts_with('+') ? 1 : 0);
     if (digits.empty() || digits.find_first_not_of("0123456789") != std::string_view::npos)
         tellHint("'%.*s' is no number and counts as %d.", static_cast<int>(text.size()),
                  text.data(), number);
