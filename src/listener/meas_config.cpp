@@ -116,14 +116,12 @@ void *measConfigThread(void *) {
     initSubscriptions();
     initWatchedApps();
     for (;;) {
-        constexpr std::uint32_t retrySeconds = 5;
-        const std::uint32_t wait = isAnyAppUnknown() ? retrySeconds : VORN_WAIT_FOREVER;
-        const std::unique_ptr<MeasCommand, CommandFreer> command(takeCommand(wait));
-        if (!command && wait == VORN_WAIT_FOREVER) break;
-        if (!command) {
-            watchUnknownApps();
-            continue;
-        }
+        const bool isWaiting = isAnyAppUnknown();
+        const std::unique_ptr<MeasCommand, CommandFreer> command(
+            takeCommand(isWaiting ? WATCH_AGAIN_SECONDS : VORN_WAIT_FOREVER));
+        if (!command && !isWaiting) break;
+        if (isWaiting) watchUnknownApps();
+        if (!command) continue;
         const std::int32_t code = command->any.code;
         if (code >= 0 && code < CMD_COUNT) handlers[code].handle(command.get());
     }

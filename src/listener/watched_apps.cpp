@@ -2,6 +2,7 @@
 #include "listener/watched_apps.h"
 
 #include <cstdlib>
+#include <ctime>
 
 #include <unistd.h>
 
@@ -156,6 +157,11 @@ bool isAnyAppUnknown() {
 }
 
 void watchUnknownApps() {
+    static std::time_t last = 0;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    if (last != 0 && now.tv_sec - last < std::time_t{WATCH_AGAIN_SECONDS}) return;
+    last = now.tv_sec;
     kvIterate(&appTable, watchUnknown, nullptr);
 }
 

@@ -39,7 +39,8 @@ void releaseApp(const char *name);
 int watchApp(AppEntry *entry);
 
 // Whether watching an application failed for a reason that may pass, and another try for all of
-// these.
+// these, once in WATCH_AGAIN_SECONDS however often it is called.
+constexpr std::uint32_t WATCH_AGAIN_SECONDS = 5;
 bool isAnyAppUnknown();
 void watchUnknownApps();
 
