@@ -10,7 +10,7 @@ import subprocess
 import sys
 
 LICENCE = "SPDX-License-Identifier: MIT"
-LICENSED = {".h", ".c", ".cpp", ".cmake", ".sh", ".py"}
+LICENSED = {".h", ".def", ".c", ".cpp", ".cmake", ".sh", ".py"}
 LICENSED_NAMES = {"CMakeLists.txt", "run"}
 
 # A folder may include itself and what stands below it.
@@ -44,7 +44,7 @@ def faults(path):
     licensed = path.suffix in LICENSED or path.name in LICENSED_NAMES
     if licensed and LICENCE not in "\n".join(text.splitlines()[:3]):
         yield f"{path}: no '{LICENCE}' in the first lines"
-    if path.suffix in {".h", ".c", ".cpp"}:
+    if path.suffix in {".h", ".def", ".c", ".cpp"}:
         for target in INCLUDE.findall(text):
             if not allowed(path, target):
                 yield f"{path}: must not include {target}"

@@ -15,7 +15,7 @@
 
 #include "base/numbers.h"
 #include "output/dump_backend.h"
-#include "server/request_table.h"
+#include "server/requests.h"
 #include "storage/quota.h"
 #include "vornctl_check.h"
 #include "vornctl_client.h"

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "base/guards.h"
@@ -123,8 +124,10 @@ void setReportName(std::string_view path, char (&text)[REPORT_NAME_MAX + 1]) {
     setUserVar(&kv_urv, "report-name", text);
 }
 
-}  // namespace
+// ---- handlers: what they read, and what they do besides replying ----
 
+// param1: number of applications, 0 for one that is called as the subscription. Payload: the
+// subscription's name, then an application's name and its second name for each.
 int srvAddSubscription(const PktMessage *request, PktMessage *reply) {
     Subscription fields{};
     fields.quotaId = QUOTA_NONE;
@@ -146,6 +149,7 @@ int srvAddSubscription(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// Payload: the subscription's name.
 int srvRemoveSubscription(const PktMessage *request, PktMessage *reply) {
     char name[NAME_SIZE] = "";
     std::uint32_t position = 0;
@@ -155,6 +159,7 @@ int srvRemoveSubscription(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// param1: maximum number of files; param2: QuotaSubject.
 int srvSetQuota(const PktMessage *request, PktMessage *reply) {
     const std::int32_t max = request->param1;
     int result = SRV_OK;
@@ -171,6 +176,7 @@ int srvSetQuota(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// param1: number of pairs. Payload: name and value of each. Pairs before a failure stay stored.
 int srvSetUserVars(const PktMessage *request, PktMessage *reply) {
     std::uint32_t position = 0;
     int result = SRV_OK;
@@ -189,6 +195,9 @@ int srvSetUserVars(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// Makes a report before it replies. param1: flags; param2: ReportFormat. Payload: subscription,
+// results file, template and report file. A file's name that begins with '/' is taken as it is;
+// any other is made safe and names a file directly in its directory.
 int srvMakeReport(const PktMessage *request, PktMessage *reply) {
     const auto flags = static_cast<std::uint32_t>(request->param1);
     ReportRequest fields{};
@@ -208,6 +217,7 @@ int srvMakeReport(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// Payload: language identifier, at most 3 characters.
 int srvSetLangId(const PktMessage *request, PktMessage *reply) {
     char id[sizeof opt_lang_id.get().text] = "";
     std::uint32_t position = 0;
@@ -217,6 +227,8 @@ int srvSetLangId(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// param1: on or off; param2: ReportFormat. Payload: 16-bit name format and, when that is 1, the
+// reference name; without that name SRV_BAD_FIELD and no reply.
 int srvSetAutoreport(const PktMessage *request, PktMessage *reply) {
     const bool on = request->param1 != 0;
     int result = SRV_OK;
@@ -241,6 +253,7 @@ int srvSetAutoreport(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// param1: next sequence number.
 int srvSetAutoSequence(const PktMessage *request, PktMessage *reply) {
     opt_autoseq = request->param1;
     savePersistentData();
@@ -248,6 +261,7 @@ int srvSetAutoSequence(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, SRV_OK);
 }
 
+// Replies with name format and sequence number.
 int srvGetAutoSequence(const PktMessage * /*request*/, PktMessage *reply) {
     const int nameFormat = opt_autoname;
     const int sequence = opt_autoseq;
@@ -256,6 +270,7 @@ int srvGetAutoSequence(const PktMessage * /*request*/, PktMessage *reply) {
     return SRV_OK;
 }
 
+// Payload: subscription, template. SRV_BAD_FIELD and no reply when one cannot be read.
 int srvSetTemplate(const PktMessage *request, PktMessage *reply) {
     char name[NAME_SIZE] = "";
     char templateName[sizeof Subscription::templateName] = "";
@@ -267,6 +282,7 @@ int srvSetTemplate(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// param1: FullAction; param2: QuotaSubject.
 int srvSetFullAction(const PktMessage *request, PktMessage *reply) {
     const std::int32_t action = request->param1;
     const bool known = static_cast<std::uint32_t>(action) <= LAST_FULL_ACTION;
@@ -285,6 +301,7 @@ int srvSetFullAction(const PktMessage *request, PktMessage *reply) {
     return replyResult(reply, result);
 }
 
+// param2: QuotaSubject, only QUOTA_REPORTS. Replies with maximum and number of files.
 int srvGetNumFiles(const PktMessage *request, PktMessage *reply) {
     if (request->param2 == QUOTA_REPORTS) {
         pktInitFull(reply, REQ_GET_NUMFILES, opt_max_rpt, getReportCount());
@@ -295,6 +312,7 @@ int srvGetNumFiles(const PktMessage *request, PktMessage *reply) {
     return SRV_OK;
 }
 
+// param1: on or off.
 int srvSetAutosave(const PktMessage *request, PktMessage *reply) {
     const int on = request->param1 != 0 ? 1 : 0;
     opt_autosave = on;
@@ -304,6 +322,7 @@ int srvSetAutosave(const PktMessage *request, PktMessage *reply) {
     return SRV_OK;
 }
 
+// param1: QuotaSubject, which other requests have in param2.
 int srvDeleteAllFiles(const PktMessage *request, PktMessage *reply) {
     int result = SRV_UNKNOWN_ID;
     if (request->param1 == QUOTA_RESULTS) {
@@ -313,4 +332,19 @@ int srvDeleteAllFiles(const PktMessage *request, PktMessage *reply) {
     }
     dmon_log(2, "Server: delete all files, quota=%d, ret=%d.\n", request->param1, result);
     return replyResult(reply, result);
+}
+
+}  // namespace
+
+const Request requestTable[] = {
+#define VORN_REQUEST(name, code, ...) {name, __VA_ARGS__},
+#include "server/requests.def"
+#undef VORN_REQUEST
+};
+const std::size_t requestCount = std::size(requestTable);
+
+const Request *findRequest(unsigned code) {
+    const Request *found = std::find_if(std::begin(requestTable), std::end(requestTable),
+                                        [code](const Request &row) { return row.code == code; });
+    return found == std::end(requestTable) ? nullptr : found;
 }

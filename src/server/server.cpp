@@ -6,7 +6,7 @@
 #include "dmon/dmon.h"
 #include "nx/nx.h"
 #include "report/user_vars.h"
-#include "server/request_table.h"
+#include "server/requests.h"
 
 namespace {
 
