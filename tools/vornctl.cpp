@@ -31,17 +31,6 @@ constexpr double TIMEOUT_S = 30;
 constexpr double REPORT_TIMEOUT_S = 600;  // the reply comes when the report is made
 constexpr int QUOTA_MAX = 65535;          // the service keeps 16 bits of it
 
-// The words that stand for a number.
-const std::map<std::string, int> wordNumbers = {{"results", QUOTA_RESULTS},
-                                                {"reports", QUOTA_REPORTS},
-                                                {"stop", FULL_STOP},
-                                                {"block", FULL_BLOCK},
-                                                {"purge", FULL_PURGE},
-                                                {"txt", RPT_FMT_TXT},
-                                                {"pdf", RPT_FMT_PDF},
-                                                {"off", 0},
-                                                {"on", 1}};
-
 // What each word is, with its limit.
 const std::map<std::string, const char *> wordHelp = {
     {"NAME", "subscription, 1 to 15 characters, no '/'"},
@@ -56,7 +45,7 @@ const std::map<std::string, const char *> wordHelp = {
     {"N", "-2147483648 to 2147483647"},
     {"results|reports", "whose quota"},
     {"stop|block|purge", "refuse files, measurements too, or delete the oldest"},
-    {"on|off", "to do it, or not"},
+    {"off|on", "not to do it, or to"},
     {"txt|pdf", "format of the reports"},
 };
 
@@ -216,17 +205,8 @@ void putTexts(Message *message, const std::vector<std::string> &texts) {
 
 // ---- requests ----
 
-void setParameter(Message *message, char which, const std::string &word) {
-    const auto known = wordNumbers.find(word);
-    int number = 0;  // the command line's check has let through what the cast reads
-    if (known != wordNumbers.end())
-        number = known->second;
-    else
-        CLI::detail::lexical_cast(word, number);
-    (which == '1' ? message->packet.param1 : message->packet.param2) = number;
-}
-
-// One word of a row: "1:a|b" or "NAME", in brackets when it may be left out, with dots for more.
+// One word of a row: "1:a|b", where a is 0 and b is 1, or "NAME", in brackets when it may be left
+// out, with dots for more.
 struct WordForm {
     explicit WordForm(std::string form) : optional(form.front() == '[') {
         if (optional) form = form.substr(1, form.size() - 2);
@@ -253,6 +233,14 @@ std::vector<WordForm> wordForms(const Request &row) {
     return forms;
 }
 
+int numberOf(const WordForm &form, const std::string &word) {
+    const auto choice = std::find(form.choices.begin(), form.choices.end(), word);
+    if (choice != form.choices.end()) return static_cast<int>(choice - form.choices.begin());
+    int number = 0;  // the command line's check has let through what the cast reads
+    CLI::detail::lexical_cast(word, number);
+    return number;
+}
+
 // Puts the words into the message as the row says.
 void putWords(const Request &row, const Words &words, Message *message) {
     for (const WordForm &form : wordForms(row)) {
@@ -261,7 +249,8 @@ void putWords(const Request &row, const Words &words, Message *message) {
         if (form.parameter == 0)
             putTexts(message, {word});
         else if (!word.empty())
-            setParameter(message, form.parameter, word);
+            (form.parameter == '1' ? message->packet.param1 : message->packet.param2) =
+                numberOf(form, word);
     }
 }
 
@@ -297,10 +286,12 @@ void offerFormat(CLI::App *command, Words *words) {
 
 void putFormat(const Words &words, Message *message) {
     const std::string &output = words.said.at("OUTPUT");
-    const bool pdf =
-        output.size() > 4 && output.compare(output.size() - 4, std::string::npos, ".pdf") == 0;
+    const bool isPdf =
+        words.format.empty()
+            ? output.size() > 4 && output.compare(output.size() - 4, std::string::npos, ".pdf") == 0
+            : words.format == "pdf";
     message->packet.param1 = static_cast<std::int32_t>(words.flags);
-    setParameter(message, '2', !words.format.empty() ? words.format : pdf ? "pdf" : "txt");
+    message->packet.param2 = isPdf ? RPT_FMT_PDF : RPT_FMT_TXT;
 }
 
 void offerReference(CLI::App *command, Words *words) {

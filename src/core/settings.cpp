@@ -78,8 +78,8 @@ bool setSwitch(const FindingSink &sink, const Place &at, const char *word) {
 
 // The place of a word in a list, or -1.
 template <std::size_t N>
-std::int32_t findWord(const std::string_view (&words)[N], std::string_view word) {
-    const std::string_view *found = std::find(words, words + N, word);
+std::int32_t findWord(const char *const (&words)[N], std::string_view word) {
+    const char *const *found = std::find(words, words + N, word);
     return found == words + N ? -1 : static_cast<std::int32_t>(found - words);
 }
 
@@ -108,16 +108,13 @@ bool setPurge(const FindingSink &sink, const Place &at, const char *word) {
     return true;
 }
 
-constexpr std::string_view actionWords[] = {"stop", "block", "purge"};  // by FullAction
-static_assert(std::size(actionWords) == FULL_PURGE + 1);
-
 bool setFullAction(const FindingSink & /*sink*/, const Place & /*at*/, const char *word) {
-    const std::int32_t action = findWord(actionWords, word);
+    const std::int32_t action = findWord(fullActionWords, word);
     if (action >= 0) setBothActions(action);
     return action >= 0;
 }
 
-constexpr std::string_view formatWords[] = {"txt", "pdf"};  // by ReportFormat
+constexpr const char *formatWords[] = {"txt", "pdf"};  // by ReportFormat
 static_assert(std::size(formatWords) == RPT_FMT_PDF + 1);
 
 // "none" keeps the format.
@@ -129,7 +126,7 @@ bool setAutoreport(const FindingSink & /*sink*/, const Place & /*at*/, const cha
     return true;
 }
 
-constexpr std::string_view nameWords[] = {"time", "refseq"};  // by NameFormat
+constexpr const char *nameWords[] = {"time", "refseq"};  // by NameFormat
 static_assert(std::size(nameWords) == NAME_BY_SEQUENCE + 1);
 
 bool setAutoname(const FindingSink & /*sink*/, const Place & /*at*/, const char *word) {

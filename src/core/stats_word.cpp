@@ -39,9 +39,6 @@ constexpr Row rows[] = {
 };
 static_assert(sizeof rows / sizeof *rows == STATISTIC_COUNT);
 
-constexpr const char *actionNames[] = {"stop", "block", "purge"};  // by FullAction
-static_assert(sizeof actionNames / sizeof *actionNames == FULL_PURGE + 1);
-
 // A line that grows; what does not fit is left out.
 struct Line {
     char *text;
@@ -97,7 +94,7 @@ void putQuotas(Line *line) {
         put(line, "%s{\"name\":", before);
         putString(line, view.name);
         put(line, ",\"files\":%d,\"max\":%d,\"action\":\"%s\"}", view.count, view.max,
-            view.action <= FULL_PURGE ? actionNames[view.action] : "");
+            view.action <= FULL_PURGE ? fullActionWords[view.action] : "");
         before = ",";
     }
     put(line, "]");

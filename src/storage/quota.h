@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 
 constexpr int QUOTA_SLOTS = 8;
 constexpr int QUOTA_NAME_SIZE = 16;
@@ -14,6 +15,8 @@ enum FullAction : std::uint8_t {
     FULL_BLOCK = 1,  // refuse it, and disable new measurements
     FULL_PURGE = 2,  // accept it, and delete the oldest
 };
+constexpr const char *fullActionWords[] = {"stop", "block", "purge"};
+static_assert(std::size(fullActionWords) == FULL_PURGE + 1);
 
 // Which files a quota counts. The numbers are those of the request protocol, not handles.
 enum QuotaSubject : std::int32_t {
