@@ -7,6 +7,7 @@
 #include "report/template_params.h"
 #include "report/template_reader.h"
 #include "results/report_findings.h"
+#include "storage/files.h"
 #include "storage/strings.h"
 
 namespace {
@@ -18,7 +19,7 @@ int setIncludeFile(TemplateContext *ctx, std::string_view value, IncludeSpec *sp
     char name[TEMPLATE_TEXT_SIZE];
     copyPiece(untrimmed, value.substr(0, open));
     trimcpy(name, untrimmed, sizeof name);
-    copyReportPath(spec->file, sizeof spec->file, name);
+    copyPath(spec->file, sizeof spec->file, name, tellCutPath);
 
     const std::string_view params =
         open < value.size() ? value.substr(open + 1) : std::string_view();

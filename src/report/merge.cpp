@@ -539,7 +539,7 @@ int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *re
     merge->userVars = userVars;
 
     IncludeSpec spec{};
-    copyReportPath(spec.file, sizeof spec.file, templatePath);
+    copyPath(spec.file, sizeof spec.file, templatePath, tellCutPath);
     int result = pushTemplateFile(ctx, &spec, templateFile);
     if (result == MERGE_OK) result = dumpInit(&ctx->backend, report, format);
     if (result == MERGE_OK) result = runMerge(merge.get(), dictName);

@@ -5,6 +5,7 @@
 #include "report/plugins.h"
 #include "report/template_hints.h"
 #include "results/report_findings.h"
+#include "storage/files.h"
 #include "storage/strings.h"
 
 namespace {
@@ -25,7 +26,7 @@ int setName(TemplateContext *ctx, std::string_view value, PluginClause *clause) 
 }
 
 int setLib(TemplateContext *, std::string_view value, PluginClause *clause) {
-    copyReportPath(clause->lib, sizeof clause->lib, value.data());
+    copyPath(clause->lib, sizeof clause->lib, value.data(), tellCutPath);
     return MERGE_OK;
 }
 

@@ -71,7 +71,7 @@ void resolvePath(const TemplateContext *ctx, const char *name, char (&path)[TEMP
     char whole[2 * TEMPLATE_PATH_SIZE] = "";
     if (name[0] != '/' && includer != nullptr) copyPiece(whole, folderOf(includer->path));
     safe_strncat(whole, name, sizeof whole);
-    copyReportPath(path, sizeof path, whole);
+    copyPath(path, sizeof path, whole, tellCutPath);
 }
 
 // What it means that an included file could not be opened, for `error` of errno: without memory,

@@ -9,6 +9,7 @@
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "results/report_findings.h"
+#include "storage/files.h"
 #include "storage/strings.h"
 
 namespace {
@@ -23,7 +24,7 @@ int openDictionary(LexicaDict *dict, const char *name, const char *lang) {
     char file[sizeof DictEntry::dictName + sizeof DictResolver::lang + sizeof "_.lxc"];
     std::snprintf(file, sizeof file, "%s_%s.lxc", name, lang);
     char path[OPTION_PATH_SIZE];
-    joinReportPath(path, sizeof path, opt_dictdir, file);
+    joinPath(path, sizeof path, opt_dictdir, file, tellCutPath);
     tellOpened(path);
     if (isTranslationWanted() && access(path, F_OK) != 0)
         return lexica_open(dict, reportSink->emptyDict);

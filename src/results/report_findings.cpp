@@ -44,12 +44,6 @@ void handOver(const FindingForm *form, const char *format, const char *text) {
     va_end(arguments);
 }
 
-bool fitsOrWarn(const char *out, std::size_t size, int length) {
-    if (length >= 0 && static_cast<std::size_t>(length) < size) return true;
-    tellForm(&pathForm, "path '%s' was cut at %zu characters.", out, size - 1);
-    return false;
-}
-
 }  // namespace
 
 bool isFindingRead(const FindingForm *form) {
@@ -96,12 +90,8 @@ void tellFreeWarning(const char *format, ...) {
     va_end(arguments);
 }
 
-bool copyReportPath(char *out, std::size_t size, const char *path) {
-    return fitsOrWarn(out, size, std::snprintf(out, size, "%s", path));
-}
-
-bool joinReportPath(char *out, std::size_t size, const char *directory, const char *name) {
-    return fitsOrWarn(out, size, std::snprintf(out, size, "%s/%s", directory, name));
+void tellCutPath(const char *path, std::size_t limit) {
+    tellForm(&pathForm, "path '%s' was cut at %zu characters.", path, limit);
 }
 
 void tellHint(const char *format, ...) {

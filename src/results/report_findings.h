@@ -83,9 +83,8 @@ bool isFindingRead(const FindingForm *form);
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellReportWarning(const char *format, ...);
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellFreeWarning(const char *format, ...);
 
-// copyPath and joinPath of storage/files.h for the files of a report: the warning is a finding.
-bool copyReportPath(char *out, std::size_t size, const char *path);
-bool joinReportPath(char *out, std::size_t size, const char *directory, const char *name);
+// What copyPath and joinPath (storage/files.h) tell of the files of a report.
+void tellCutPath(const char *path, std::size_t limit);
 
 // For sinks alone: a hint with the place of the merge, what belongs to the finding before it, and
 // the cause of the error that follows.

@@ -38,9 +38,9 @@ std::size_t extensionStart(std::string_view path) {
 }
 
 // Passes on whether snprintf's text of `length` characters fits the path `out`.
-bool fitsOrWarn(const char *out, std::size_t size, int length) {
+bool fitsOrTell(const char *out, std::size_t size, int length, CutPathFn tell) {
     if (length >= 0 && static_cast<std::size_t>(length) < size) return true;
-    dmon_log(1, "Warning: path '%s' was cut at %zu characters.\n", out, size - 1);
+    tell(out, size - 1);
     return false;
 }
 
@@ -54,12 +54,17 @@ DirListing::~DirListing() {
     if (count_ >= 0) std::free(entries_);
 }
 
-bool copyPath(char *out, std::size_t size, const char *path) {
-    return fitsOrWarn(out, size, std::snprintf(out, size, "%s", path));
+void logCutPath(const char *path, std::size_t limit) {
+    dmon_log(1, "Warning: path '%s' was cut at %zu characters.\n", path, limit);
 }
 
-bool joinPath(char *out, std::size_t size, const char *directory, const char *name) {
-    return fitsOrWarn(out, size, std::snprintf(out, size, "%s/%s", directory, name));
+bool copyPath(char *out, std::size_t size, const char *path, CutPathFn tell) {
+    return fitsOrTell(out, size, std::snprintf(out, size, "%s", path), tell);
+}
+
+bool joinPath(char *out, std::size_t size, const char *directory, const char *name,
+              CutPathFn tell) {
+    return fitsOrTell(out, size, std::snprintf(out, size, "%s/%s", directory, name), tell);
 }
 
 bool isFileEndingIn(const struct dirent *entry, std::string_view ending) {

@@ -37,10 +37,16 @@ private:
     int error_;
 };
 
-// Both build a path in a buffer of `size` bytes, cut to fit. False when it was cut, after a warning
-// in the log that shows it: the one place that says so.
-bool copyPath(char *out, std::size_t size, const char *path);
-bool joinPath(char *out, std::size_t size, const char *directory, const char *name);
+// Is told of a path that was cut at `limit` characters.
+using CutPathFn = void (*)(const char *path, std::size_t limit);
+
+// Logs a warning at level 1.
+void logCutPath(const char *path, std::size_t limit);
+
+// Both build a path in a buffer of `size` bytes, cut to fit. False when it was cut, after `tell`.
+bool copyPath(char *out, std::size_t size, const char *path, CutPathFn tell = logCutPath);
+bool joinPath(char *out, std::size_t size, const char *directory, const char *name,
+              CutPathFn tell = logCutPath);
 
 // True for a regular file whose name ends in `ending` and is longer than that.
 bool isFileEndingIn(const struct dirent *entry, std::string_view ending);
