@@ -31,24 +31,28 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+constexpr FindingForm unreadableForm = {REPORT_ERROR, 1, false, ""};
+
+// Keeps the text of a finding.
+void takeText(void *text, const ReportFinding &finding) {
+    *static_cast<std::string *>(text) = finding.text;
+}
+
 // The merges that make a check, all into one list.
 class Check {
 public:
     Check(const CheckOrder &order, FindingList *findings) : order_(order), findings_(findings) {}
 
-    // Opens what is to be read; false after a message.
-    bool open() {
+    // Opens what is to be read. Findings tell what cannot be: without the results the template is
+    // looked at all the same, without itself nothing is.
+    void open() {
         template_ = openTemplate(order_.templateFile);
-        if (!template_) {
-            const int reason = errno;
-            dmon_log(1, "Error opening template file '%s': %s\n",
-                     shownInput(order_.templateFile).c_str(), std::strerror(reason));
-            return false;
-        }
+        if (!template_)
+            addUnreadable(order_.templateFile, 1,
+                          "template cannot be opened: ", std::strerror(errno));
+        if (!order_.results.empty()) load();
         nowhere_.reset(std::fopen("/dev/null", "we"));
-        if (order_.results.empty()) return nowhere_ != nullptr;
-        if (!loadResults(order_.results, &results_)) return false;
-        return nowhere_ != nullptr;
+        if (!nowhere_) addUnreadable("/dev/null", 1, "cannot be opened: ", std::strerror(errno));
     }
 
     // Takes a dictionary that has no file for an empty one.
@@ -61,11 +65,34 @@ public:
 
     // What needs no results is looked at in every section and loop, whatever the results say.
     void merge(std::uint32_t format) {
+        if (!template_ || !nowhere_) return;
         mergeOnce(format, true);
-        if (!order_.results.empty()) mergeOnce(format, false);
+        if (hasResults_) mergeOnce(format, false);
     }
 
 private:
+    void addUnreadable(const std::string &file, int line, const char *what,
+                       const std::string &why) {
+        const std::string text = what + why;
+        findings_->add({&unreadableForm, "", shownInput(file).c_str(), line, what, text.c_str()});
+    }
+
+    void load() {
+        std::string text;
+        const ReportSink sink = {takeText, &text, false, false, false, nullptr, nullptr};
+        reportSink = &sink;
+        hasResults_ = loadResults(order_.results, &results_);
+        reportSink = nullptr;
+        if (hasResults_) return;
+        const std::string opening =
+            "Error loading results file '" + shownInput(order_.results) + "': ";
+        std::string why = text.starts_with(opening) ? text.substr(opening.size()) : text;
+        int line = 1;
+        int length = 0;
+        if (std::sscanf(why.c_str(), "line %d: %n", &line, &length) == 1) why.erase(0, length);
+        addUnreadable(order_.results, line, "results cannot be loaded: ", why);
+    }
+
     void mergeOnce(std::uint32_t format, bool withoutResults) {
         if (findings_->leftOut() > 0) return;  // there is room for no more
         const ReportSink sink = {FindingList::take,
@@ -92,6 +119,7 @@ private:
     FileGuard template_, nowhere_, emptyFile_;
     std::string emptyDict_;
     ResultsGuard results_;
+    bool hasResults_ = false;
 };
 
 // A text without the full stop that the next part of a line would follow.
@@ -211,7 +239,7 @@ int print(const std::string &text, const FindingList &findings) {
 int checkTemplate(const CheckOrder &order) {
     FindingList findings(FindingUse::LINES);
     Check check(order, &findings);
-    if (!check.open()) return -1;
+    check.open();
     if (order.format != "pdf") check.merge(RPT_FMT_TXT);
     if (order.format != "txt") check.merge(RPT_FMT_PDF);
     return print(order.json ? asJson(order, findings) : asLines(order, findings), findings);
@@ -220,7 +248,9 @@ int checkTemplate(const CheckOrder &order) {
 int listMissingKeys(const CheckOrder &order) {
     FindingList findings(FindingUse::LINES);
     Check check(order, &findings);
-    if (!check.open() || !check.allowMissingDicts()) return -1;
+    check.open();
+    if (!findings.empty()) std::fputs(asLines(order, findings).c_str(), stderr);
+    if (!findings.empty() || !check.allowMissingDicts()) return -1;
     check.merge(RPT_FMT_TXT);
     std::string text;
     std::string heading;  // dictionary and group of the lines so far

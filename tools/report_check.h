@@ -13,10 +13,11 @@ struct CheckOrder {
     bool json;
 };
 
-// Prints the findings on standard output, a line each or as JSON. Returns the number of findings,
-// or -1 after a message when the template or the results cannot be read.
+// Prints the findings on standard output, a line each or as JSON, and returns their number. Files
+// that cannot be read are findings.
 int checkTemplate(const CheckOrder &order);
 
 // Prints the keys that the template looks up and no dictionary has in the language that is set,
-// with the place, as lines to fill in. Returns as checkTemplate.
+// with the place, as lines to fill in. Returns the number of keys, or -1 after a message when the
+// template or the results cannot be read.
 int listMissingKeys(const CheckOrder &order);

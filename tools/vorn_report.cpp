@@ -305,7 +305,7 @@ int runReport(const Arguments &args) {
     watchFiles(files, args.quiet, [&] {
         const int found = checkTemplate(order);
         std::fflush(stdout);
-        if (!args.quiet && found >= 0)
+        if (!args.quiet)
             std::fprintf(stderr, "vorn-report: %d finding%s\n", found, found == 1 ? "" : "s");
     });
 }
