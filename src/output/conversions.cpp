@@ -3,6 +3,7 @@
 #include "output/conversions.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -276,6 +277,14 @@ std::uint8_t findConversion(std::string_view text, std::string_view *argument) {
     if (found == std::end(conversions)) return CONV_NONE;
     *argument = found->naming == NAME_WITH_ARGUMENT ? argumentOf(text) : std::string_view();
     return static_cast<std::uint8_t>(found - conversions + 1);
+}
+
+ItemValue sampleValue(std::uint8_t kind) {
+    static constexpr char zero[8] = {};
+    if (kind == CONV_NONE || kind > std::size(conversions)) return {};
+    const Conversion *conversion = &conversions[kind - 1];
+    const auto type = static_cast<std::uint32_t>(std::countr_zero(conversion->accepts));
+    return {type, const_cast<char *>(zero), conversion->size, 0};  // nothing writes through it
 }
 
 const char *convertValue(std::uint8_t kind, const char *argument, DictResolver *dict,

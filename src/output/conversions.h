@@ -18,6 +18,10 @@ enum ConversionResult : int {
 //   argument  set to the text in the parentheses, empty for a conversion without one
 std::uint8_t findConversion(std::string_view text, std::string_view *argument);
 
+// A value that the conversion takes, for a look at it without results; the bytes are ours. None for
+// CONV_NONE.
+ItemValue sampleValue(std::uint8_t kind);
+
 // What convertValue returns when it is that, and no fault of the template.
 inline constexpr char CONVERSION_NO_MEMORY[] = "no memory for a converted value.";
 

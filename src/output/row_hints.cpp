@@ -23,6 +23,7 @@ constexpr TypeLetters typeLetters[] = {
 static_assert(std::size(typeLetters) == VORN_TYPE_DOUBLE + 1);
 
 bool fits(const Conversion *conversion, std::uint32_t type) {
+    if (conversion->letter == '\0') return false;  // it is not one of printf's
     if (type == VORN_TYPE_NONE || type > VORN_TYPE_DOUBLE) return true;
     if (typeLetters[type].letters.find(conversion->letter) == std::string_view::npos) return false;
     if (type == VORN_TYPE_UINT64) return conversion->size != SIZE_32;
@@ -42,10 +43,12 @@ void hintConversions(const ReportRow *row, const RowFormat *format) {
         const Conversion *conversion = &format->pieces[i].piece.conversion;
         const std::uint32_t type = row->values[i].type;
         if (fits(conversion, type)) continue;
-        const char letter[] = {conversion->letter, '\0'};  // none: it is not one of printf's
-        const bool isLong = conversion->size == SIZE_64 && letter[0] != '\0';
-        tellHint("value %d is a %s, which its conversion '%%%s%s' does not fit.", i + 1,
-                 typeLetters[type].name, isLong ? "ll" : "", letter);
+        if (conversion->letter == '\0')
+            tellHint("no conversion that prints stands behind the '%%' of value %d.", i + 1);
+        else
+            tellHint("value %d is a %s, which its conversion '%%%s%c' does not fit.", i + 1,
+                     typeLetters[type].name, conversion->size == SIZE_64 ? "ll" : "",
+                     conversion->letter);
     }
 }
 

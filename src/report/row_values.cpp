@@ -127,6 +127,7 @@ int addLinkValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clause
     if (value == nullptr) return MERGE_TOO_MANY_VALUES;
     ++row->count;
     const int result = fetchItemValue(ctx, clause->sourceText, value);
+    if (withoutResults() && result == MERGE_OK) *value = sampleValue(clause->convType);
     return result == MERGE_OK ? applyDataConversions(ctx, clause, value) : result;
 }
 
