@@ -56,8 +56,10 @@ int makeRoom(Save *save) {
     }
     errno = 0;
     if (backup_file(save->path) == 0) return SAVE_OK;
-    dmon_log(1, "Error: could not save results to %s: the file there cannot be moved: %s\n",
-             save->path, std::strerror(errno));
+    dmon_log(
+        1,
+        "Error: could not save results to %s: the file there could not be moved aside safely: %s\n",
+        save->path, std::strerror(errno));
     return SAVE_FAILED;
 }
 
