@@ -22,6 +22,7 @@
 #include "core/options.h"
 #include "dmon/dmon.h"
 #include "item_list.h"
+#include "number_option.h"
 #include "output/dump_backend.h"
 #include "report/user_vars.h"
 #include "report_check.h"
@@ -142,9 +143,9 @@ void declareArguments(CLI::App *app, Arguments *args) {
                   "makes a report of each results file in a folder:\n"
                   "'vorn-report --each lab.tpl reports *.res'; - for\nnames on standard input");
     app->add_option("MORE", args->more, "results files of --each")->type_name("");
-    app->add_option("--jobs", args->jobs, "processes for --each, as in '--jobs 4'; else 1")
-        ->type_name("N")
-        ->check(CLI::Range(1U, 1024U).description(""));
+    addNumber(app, "--jobs", &args->jobs, "processes for --each, as in '--jobs 4'; else 1", 1U,
+              1024U)
+        ->type_name("N");
     app->add_flag("-0", args->nul,
                   "names on standard input end in NUL, as those of\n'find -print0'");
     app->add_flag("--items", args->items,

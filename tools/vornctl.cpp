@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // vornctl: drives a running service from a shell. One subcommand a request; what the service
 // answers goes to standard output, what goes wrong to standard error and into the exit status.
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <map>
 #include <sstream>
@@ -14,6 +15,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/numbers.h"
+#include "number_option.h"
 #include "output/dump_backend.h"
 #include "server/requests.h"
 #include "storage/quota.h"
@@ -51,17 +53,17 @@ const std::map<std::string, const char *> wordHelp = {
 
 // NX_PORT when it is a port to go to. The service takes a 0 too: the system's choice, which only
 // its log tells.
-std::string defaultPort() {
+std::uint16_t defaultPort() {
     const char *text = std::getenv("NX_PORT");
     std::uint64_t port = 0;
-    if (text != nullptr) static_cast<void>(parseDecimal(text, 65535, &port));
-    return port > 0 ? text : "55000";
+    const bool isPort = text != nullptr && parseDecimal(text, 65535, &port) == NUMBER_OK;
+    return isPort && port > 0 ? static_cast<std::uint16_t>(port) : 55000;
 }
 
 // Where to go and how to answer: the options that every subcommand takes.
 struct Common {
     std::string host = "127.0.0.1";
-    std::string port = defaultPort();
+    std::uint16_t port = defaultPort();
     std::string root;
     double timeout = 0;  // seconds; 0: the subcommand's own
     bool json = false;
@@ -73,7 +75,7 @@ struct Words {
     std::vector<std::string> list;
     std::string format;
     std::string reference;
-    std::int64_t number = 0;
+    std::int32_t level = 0;
     std::string config;
     std::uint32_t flags = 0;
     bool force = false;
@@ -88,9 +90,10 @@ int complain(const std::string &text) {
 }
 
 int fail(const Common &common, const Exchange &exchange) {
-    complain(exchange.status == CTL_NO_CONNECTION ? "no connection to " + common.host + " port " +
-                                                        common.port + ": " + exchange.trouble
-                                                  : exchange.trouble);
+    complain(exchange.status == CTL_NO_CONNECTION
+                 ? "no connection to " + common.host + " port " + std::to_string(common.port) +
+                       ": " + exchange.trouble
+                 : exchange.trouble);
     return exchange.status;
 }
 
@@ -100,7 +103,9 @@ void printJson(const Json &json) {
 }
 
 Deadline deadlineAfter(const Common &common, double seconds) {
-    const std::chrono::duration<double> wait(common.timeout > 0 ? common.timeout : seconds);
+    constexpr double LONGEST_S = 1e9;  // what the clock can count
+    const double given = common.timeout > 0 ? common.timeout : seconds;
+    const std::chrono::duration<double> wait(std::min(given, LONGEST_S));
     return std::chrono::steady_clock::now() +
            std::chrono::ceil<std::chrono::steady_clock::duration>(wait);
 }
@@ -113,8 +118,8 @@ int exchangeRequest(const Common &common, const std::string &command, const Mess
                     ShowReply show) {
     const double timeout = message.packet.type == REQ_MAKE_REPORT ? REPORT_TIMEOUT_S : TIMEOUT_S;
     Message reply;
-    const Exchange exchange =
-        exchangeMessages(common.host, common.port, deadlineAfter(common, timeout), message, &reply);
+    const Exchange exchange = exchangeMessages(common.host, std::to_string(common.port),
+                                               deadlineAfter(common, timeout), message, &reply);
     if (exchange.status != CTL_DONE) return fail(common, exchange);
     const PktMessage &packet = reply.packet;
     Json json = {{"command", command}};
@@ -233,12 +238,10 @@ std::vector<WordForm> wordForms(const Request &row) {
     return forms;
 }
 
-int numberOf(const WordForm &form, const std::string &word) {
+std::int32_t parameterOf(const WordForm &form, const std::string &word) {
     const auto choice = std::find(form.choices.begin(), form.choices.end(), word);
-    if (choice != form.choices.end()) return static_cast<int>(choice - form.choices.begin());
-    int number = 0;  // the command line's check has let through what the cast reads
-    CLI::detail::lexical_cast(word, number);
-    return number;
+    if (choice == form.choices.end()) return numberOf<std::int32_t>(form.name, word);
+    return static_cast<std::int32_t>(choice - form.choices.begin());
 }
 
 // Puts the words into the message as the row says.
@@ -250,7 +253,7 @@ void putWords(const Request &row, const Words &words, Message *message) {
             putTexts(message, {word});
         else if (!word.empty())
             (form.parameter == '1' ? message->packet.param1 : message->packet.param2) =
-                numberOf(form, word);
+                parameterOf(form, word);
     }
 }
 
@@ -281,7 +284,7 @@ void checkQuota(const Words &words, Message *message) {
 void offerFormat(CLI::App *command, Words *words) {
     command->add_option("--format", words->format, "default: pdf when OUTPUT ends in .pdf")
         ->check(CLI::IsMember({"txt", "pdf"}));
-    command->add_option("--flags", words->flags, "shown in the service's log");
+    addNumber(command, "--flags", &words->flags, "shown in the service's log");
 }
 
 void putFormat(const Words &words, Message *message) {
@@ -386,8 +389,8 @@ public:
         app_.set_version_flag("--version", "vornctl " VORN_VERSION);
         app_.require_subcommand(1);
         app_.add_option("--host", common_.host, "where the service listens (default: 127.0.0.1)");
-        app_.add_option("--port", common_.port, "its port (default: NX_PORT, else 55000)")
-            ->check(CLI::Range(1, 65535));
+        addNumber(&app_, "--port", &common_.port, "its port (default: NX_PORT, else 55000)",
+                  std::uint16_t{1});
         app_.add_option("--root", common_.root, "directory in front of fixed paths")
             ->envname("VORN_ROOT");
         app_.add_option("--timeout", common_.timeout,
@@ -431,7 +434,7 @@ private:
         if (!form.choices.empty())
             option->check(CLI::IsMember(form.choices));
         else if (form.parameter != 0)
-            option->check(CLI::Range(INT32_MIN, INT32_MAX));
+            option->type_name("INT");
     }
 
     void addRequest(const Request &row) {
@@ -453,11 +456,9 @@ private:
             "tell the service's status", "");
         CLI::App *command = add(
             "debug",
-            [this] { return control(common_, "debug", "debug " + std::to_string(words_.number)); },
+            [this] { return control(common_, "debug", "debug " + std::to_string(words_.level)); },
             "set the level up to which the service logs", "2");
-        command->add_option("N", words_.number, "level, 0 (nothing) to 3 (all)")
-            ->required()
-            ->check(CLI::Range(INT32_MIN, INT32_MAX));
+        addNumber(command, "N", &words_.level, "level, 0 (nothing) to 3 (all)")->required();
         add(
             "stop", [this] { return control(common_, "stop", "stop"); }, "stop the service", "");
         command = add(
