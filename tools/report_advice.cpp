@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "report_findings.h"
+
 namespace {
 
 struct Advice {
@@ -22,8 +24,7 @@ constexpr Advice advices[] = {
     {"Parameter '%.*s' not defined.", "hand it to this file where it is included"},
     {"missing dictionary group ID in 'dict' argument.", "write dict=name[1]"},
     {"missing ']' in 'dict' argument.", "write dict=name[1]"},
-    {"dictionary '%s' could not be opened.",
-     "it needs a file in the report's language and in the default one"},
+    {UNREADABLE_DICT, "it needs a file in the report's language and in the default one"},
     {"too many nested 'section' clauses.", "at most 8; a closing tag may be missing"},
     {"too many nested 'iterate' clauses.", "at most 8; a closing tag may be missing"},
     {"not in an 'iteration' clause.", "take the tag out, or open the loop in this file"},
@@ -48,7 +49,7 @@ constexpr Advice advices[] = {
     {"plugin returned error.", "look at the arguments of the call"},
     {"could not find library file '%s'.", "give its path, or the name of a standard plug-in"},
     {"user variable '%s' not defined.", "set it with --var; a client sets it for the service"},
-    {"dictionary key '%s' not found.", "add it to the dictionary"},
+    {MISSING_KEY, "add it to the dictionary"},
     {"nested '%s' clause.", "a closing tag is missing before"},
     {"template ends with open clauses: %s.", "close them"},
     {"clause '%.*s' does not count %s and is passed over.",

@@ -12,12 +12,12 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+#include <sys/mman.h>
 
 #include "base/guards.h"
 #include "base/utf8_text.h"
 #include "base/words.h"
 #include "core/options.h"
-#include "dmon/dmon.h"
 #include "output/dump_backend.h"
 #include "report/merge.h"
 #include "report/user_vars.h"
@@ -55,12 +55,13 @@ public:
         if (!nowhere_) addUnreadable("/dev/null", 1, "cannot be opened: ", std::strerror(errno));
     }
 
-    // Takes a dictionary that has no file for an empty one.
+    // Takes a dictionary that has no file for an empty one; false after a message.
     bool allowMissingDicts() {
-        emptyFile_.reset(std::tmpfile());
-        if (!emptyFile_) return false;
-        emptyDict_ = "/proc/self/fd/" + std::to_string(fileno(emptyFile_.get()));
-        return true;
+        emptyFile_.reset(memfd_create("empty.lxc", MFD_CLOEXEC));
+        emptyDict_ = "/proc/self/fd/" + std::to_string(emptyFile_.get());
+        if (emptyFile_.get() >= 0) return true;
+        std::perror("vorn-report: no file for the dictionaries that are missing");
+        return false;
     }
 
     // What needs no results is looked at in every section and loop, whatever the results say.
@@ -110,13 +111,12 @@ private:
                                         path.c_str() + name, format, &kv_urv, order_.dict.c_str(),
                                         nullptr, path.substr(0, name).c_str()));
         reportSink = nullptr;
-        // What is no finding, as why a dictionary cannot be read, would be said each time.
-        if (dmon_level() == 1) dmon_set_level(0);
     }
 
     const CheckOrder &order_;
     FindingList *findings_;
-    FileGuard template_, nowhere_, emptyFile_;
+    FileGuard template_, nowhere_;
+    DescriptorGuard emptyFile_;
     std::string emptyDict_;
     ResultsGuard results_;
     bool hasResults_ = false;
@@ -199,16 +199,18 @@ std::string entryOf(const std::string &key) {
     return (isPlain ? key : '"' + key + '"') + " = \n";
 }
 
+std::string asLine(const CheckOrder &order, const ListedFinding &finding) {
+    std::string text = fileOf(order, finding) + ':' + std::to_string(lineOf(finding));
+    text += finding.isError ? ": error: " : ": warning: ";
+    text += messageOf(finding);
+    const std::string_view advice = adviceFor(finding.message);
+    if (!advice.empty()) text.append("; ").append(advice);
+    return text + '\n';
+}
+
 std::string asLines(const CheckOrder &order, const FindingList &list) {
     std::string text;
-    for (const ListedFinding &finding : sorted(order, list)) {
-        text += fileOf(order, finding) + ':' + std::to_string(lineOf(finding));
-        text += finding.isError ? ": error: " : ": warning: ";
-        text += messageOf(finding);
-        const std::string_view advice = adviceFor(finding.message);
-        if (!advice.empty()) text.append("; ").append(advice);
-        text += '\n';
-    }
+    for (const ListedFinding &finding : sorted(order, list)) text += asLine(order, finding);
     if (list.leftOut() > 0)
         text += shownInput(order.templateFile) + ":1: warning: " + std::to_string(list.leftOut()) +
                 " more findings are left out\n";
@@ -227,6 +229,15 @@ std::string asJson(const CheckOrder &order, const FindingList &list) {
     return Json{{"findings", findings}, {"left_out", list.leftOut()}}.dump(
                2, ' ', false, Json::error_handler_t::replace) +
            '\n';
+}
+
+// Whether there are dictionaries of which nobody knows what they lack, after a message each.
+bool tellUnreadableDicts(const CheckOrder &order, const FindingList &list) {
+    std::string text;
+    for (const ListedFinding &finding : sorted(order, list))
+        if (finding.message == UNREADABLE_DICT) text += asLine(order, finding);
+    std::fputs(text.c_str(), stderr);
+    return !text.empty();
 }
 
 int print(const std::string &text, const FindingList &findings) {
@@ -252,6 +263,7 @@ int listMissingKeys(const CheckOrder &order) {
     if (!findings.empty()) std::fputs(asLines(order, findings).c_str(), stderr);
     if (!findings.empty() || !check.allowMissingDicts()) return -1;
     check.merge(RPT_FMT_TXT);
+    if (tellUnreadableDicts(order, findings)) return -1;
     std::string text;
     std::string heading;  // dictionary and group of the lines so far
     int count = 0;

@@ -19,5 +19,5 @@ int checkTemplate(const CheckOrder &order);
 
 // Prints the keys that the template looks up and no dictionary has in the language that is set,
 // with the place, as lines to fill in. Returns the number of keys, or -1 after a message when the
-// template or the results cannot be read.
+// template, the results or a dictionary cannot be read.
 int listMissingKeys(const CheckOrder &order);

@@ -14,6 +14,9 @@
 // again says nothing new.
 constexpr std::string_view MISSING_KEY = "dictionary key '%s' not found.";
 
+// Of a dictionary without its files, or with one that breaks a rule.
+constexpr std::string_view UNREADABLE_DICT = "dictionary '%s' could not be opened.";
+
 struct ListedFinding {
     const FindingForm *form;
     bool isError;

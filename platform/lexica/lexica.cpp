@@ -8,6 +8,9 @@
 #include "lexica/lexica.h"
 
 #include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <new>
 #include <string_view>
@@ -95,8 +98,23 @@ Reason parseLine(std::string_view line, Section *section, Dictionary *dictionary
     return nullptr;
 }
 
+void logFault(const char *text) {
+    dmon_log(1, "%s\n", text);
+}
+
+// Tells why a file is none that can be used.
+[[gnu::format(printf, 2, 3)]] int fail(LexicaTellFn tell, const char *format, ...) {
+    char text[PATH_MAX + 200];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    tell(text);
+    return FAILED;
+}
+
 // 0, or FAILED after a message.
-int loadDictionary(int file, const char *path, Dictionary *dictionary) {
+int loadDictionary(int file, const char *path, Dictionary *dictionary, LexicaTellFn tell) {
     LineReader reader(file);
     Section section{};
     for (;;) {
@@ -106,22 +124,23 @@ int loadDictionary(int file, const char *path, Dictionary *dictionary) {
         const Reason reason =
             result == LINE_READ ? parseLine(line, &section, dictionary) : lineFailure(result);
         if (reason == nullptr) continue;
-        dmon_log(1, "Error in [%s:%u]: %s.\n", path, reader.number(), reason);
-        return FAILED;
+        return fail(tell, "Error in [%s:%u]: %s.", path, reader.number(), reason);
     }
 }
 
 }  // namespace
 
 int lexica_open(LexicaDict *dict, const char *path) {
+    return lexica_open_telling(dict, path, logFault);
+}
+
+int lexica_open_telling(LexicaDict *dict, const char *path, LexicaTellFn tell) {
     auto *dictionary = new (dict->opaque) Dictionary{};
     const DescriptorGuard file = openRegular(path);
-    if (file.get() < 0) {
-        dmon_log(1, "Error opening dictionary '%s': %s\n", path, std::strerror(errno));
-        return FAILED;
-    }
+    if (file.get() < 0)
+        return fail(tell, "Error opening dictionary '%s': %s", path, std::strerror(errno));
     lexica::seedDictionary(dictionary);
-    const int result = loadDictionary(file.get(), path, dictionary);
+    const int result = loadDictionary(file.get(), path, dictionary, tell);
     if (result != 0) lexica::clearDictionary(dictionary);
     return result;
 }

@@ -21,3 +21,11 @@ int lexica_locate_entry(LexicaDict *dict, std::uint32_t *group, std::uint32_t su
 const char *lexica_get_value(LexicaDict *dict);
 
 void lexica_close(LexicaDict *dict);
+
+// ---- what the host's library has besides; null where the instrument's takes its place ----
+
+// Is told what would go to the log, without a line end.
+using LexicaTellFn = void (*)(const char *text);
+
+// lexica_open that tells a function why it fails, in place of the log.
+[[gnu::weak]] int lexica_open_telling(LexicaDict *dict, const char *path, LexicaTellFn tell);

@@ -19,6 +19,16 @@ bool isTranslationWanted() {
     return reportSink != nullptr && reportSink->emptyDict != nullptr;
 }
 
+void tellFault(const char *text) {
+    tellFreeCause("%s", text);
+}
+
+// Opens a file: lexica_open's result. Why it fails belongs to the finding that follows.
+int openFile(LexicaDict *dict, const char *path) {
+    if (reportSink == nullptr || lexica_open_telling == nullptr) return lexica_open(dict, path);
+    return lexica_open_telling(dict, path, tellFault);
+}
+
 // Opens the file of a dictionary in a language: lexica_open's result.
 int openDictionary(LexicaDict *dict, const char *name, const char *lang) {
     char file[sizeof DictEntry::dictName + sizeof DictResolver::lang + sizeof "_.lxc"];
@@ -26,9 +36,8 @@ int openDictionary(LexicaDict *dict, const char *name, const char *lang) {
     char path[OPTION_PATH_SIZE];
     joinPath(path, sizeof path, opt_dictdir, file, tellCutPath);
     tellOpened(path);
-    if (isTranslationWanted() && access(path, F_OK) != 0)
-        return lexica_open(dict, reportSink->emptyDict);
-    return lexica_open(dict, path);
+    const bool isMissing = isTranslationWanted() && access(path, F_OK) != 0;
+    return openFile(dict, isMissing ? reportSink->emptyDict : path);
 }
 
 void closeEntry(const DictResolver *resolver, DictEntry *entry) {

@@ -15,6 +15,7 @@ namespace {
 constexpr std::size_t FINDING_SIZE = 4096;  // longer than any text; the log cuts there, too
 
 constexpr FindingForm causeForm = {REPORT_CAUSE, 1, false, "Error: "};
+constexpr FindingForm freeCauseForm = {REPORT_CAUSE, 1, false, ""};
 constexpr FindingForm freeErrorForm = {REPORT_ERROR, 1, false, ""};
 constexpr FindingForm warningForm = {REPORT_WARNING, 2, false, "Warning: "};
 constexpr FindingForm freeWarningForm = {REPORT_WARNING, 2, false, ""};
@@ -66,6 +67,13 @@ void tellCause(const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
     tellReport(&causeForm, nullptr, format, arguments);
+    va_end(arguments);
+}
+
+void tellFreeCause(const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    tellReport(&freeCauseForm, nullptr, format, arguments);
     va_end(arguments);
 }
 

@@ -76,6 +76,9 @@ bool isFindingRead(const FindingForm *form);
 // "Error: TEXT" at level 1, the cause of what its caller reports.
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellCause(const char *format, ...);
 
+// The TEXT alone, the cause of what its caller reports, at level 1.
+[[gnu::cold, gnu::format(printf, 1, 2)]] void tellFreeCause(const char *format, ...);
+
 // The TEXT alone, an error of its own, at level 1.
 [[gnu::cold, gnu::format(printf, 1, 2)]] void tellFreeError(const char *format, ...);
 
