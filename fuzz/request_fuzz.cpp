@@ -24,9 +24,9 @@ int initReports() {
 }
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t /*flags*/, std::uint32_t /*format*/, KvStore * /*userVars*/,
-                   const char *dictName, const char *name, const char *folder) {
+                   const char *dictName, const char *name) {
     std::size_t length = 0;  // all are whole texts, read to their ends
-    for (const char *text : {resultsPath, templatePath, reportPath, dictName, name, folder})
+    for (const char *text : {resultsPath, templatePath, reportPath, dictName, name})
         if (text != nullptr) length += std::strlen(text);
     return -static_cast<int>(length);
 }

@@ -35,7 +35,7 @@ constexpr CodeText reportTexts[] = {
     {REPORT_QUOTA_FULL, "there are too many report files"},
     {SRV_BAD_FIELD, "a name is too long, missing or not allowed"},
     {REPORT_NO_INPUT, "the template or the results file cannot be read"},
-    {REPORT_NOT_CREATED, "the report file cannot be created"},
+    {REPORT_NOT_CREATED, "the report file cannot be created, or its PDF completed"},
     {MERGE_TEMPLATE_ERROR, "the template has an error"},
     {MERGE_TOO_MANY_VALUES, "a row of the template has too many values"},
     {MERGE_ITEM_NOT_FOUND, "the results lack an item that the template names"},

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "report/report.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
-#include <memory>
 
 #include <dirent.h>
 #include <sys/stat.h>
@@ -17,6 +13,7 @@
 #include "base/whole_file.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
+#include "output/dump_backend.h"
 #include "report/merge.h"
 #include "results/results.h"
 #include "storage/files.h"
@@ -74,28 +71,31 @@ std::uint8_t reportAction() {
 // Loads the results and merges them into the open report file.
 int fillReport(std::FILE *report, const char *resultsPath, std::FILE *templateFile,
                const char *templatePath, std::uint32_t format, KvStore *userVars,
-               const char *dictName, const char *name, const char *folder) {
+               const char *dictName, const char *name) {
     Results *loaded = nullptr;
     if (loadResultsFile(resultsPath, &loaded) != RESULTS_OK) return REPORT_NO_INPUT;
     const ResultsGuard results(loaded);
     return mergeTemplate(results.get(), templateFile, report, templatePath, format, userVars,
-                         dictName, name, folder);
+                         dictName, name);
 }
 
-// Counts a report that was tried.
-int counted(int result) {
-    struct Kind {
-        int result;
-        Statistic statistic;
-    };
-    constexpr Kind kinds[] = {{REPORT_OK, STAT_REPORTS},
-                              {REPORT_QUOTA_FULL, STAT_REPORTS_REFUSED},
-                              {REPORT_NO_INPUT, STAT_REPORTS_NO_INPUT},
-                              {REPORT_NOT_CREATED, STAT_REPORTS_NOT_CREATED},
-                              {REPORT_NOT_WRITTEN, STAT_REPORTS_NOT_WRITTEN}};
-    const Kind *kind = std::find_if(std::begin(kinds), std::end(kinds),
-                                    [result](const Kind &k) { return k.result == result; });
-    statCount(kind != std::end(kinds) ? kind->statistic : STAT_REPORTS_NOT_MERGED);
+// What a report that fillReport gave up counts as. A number of the output says that the document
+// could not be written to its end, whatever ReportResult means by it.
+Statistic failureOf(int result) {
+    switch (result) {
+        case REPORT_NO_INPUT:
+            return STAT_REPORTS_NO_INPUT;
+        case DUMP_NO_DOCUMENT:
+        case DUMP_WRITE_FAILED:
+            return STAT_REPORTS_NOT_WRITTEN;
+        default:
+            return STAT_REPORTS_NOT_MERGED;
+    }
+}
+
+// Counts a report that was tried; passes its result on.
+int counted(Statistic statistic, int result) {
+    statCount(statistic);
     return result;
 }
 
@@ -116,45 +116,43 @@ int initReports() {
         quotaInstall(reportMax(), reportAction(), purgeReportFiles, countReportFiles, nullptr);
     quotaSetName(reportQuotaId, "reports");
     removeLeftParts(opt_rptdir);
-    quotaRefreshCount(reportQuotaId);
     return initResultsLoader();
 }
 
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t /*flags*/, std::uint32_t format, KvStore *userVars,
-                   const char *dictName, const char *name, const char *folder) {
+                   const char *dictName, const char *name) {
     quotaRefreshCount(reportQuotaId);
     if (quotaCheckBefore(reportQuotaId, 1) == QUOTA_REFUSED) {
         dmon_log(1, "Error: too many report files.\n");
-        return counted(REPORT_QUOTA_FULL);
+        return counted(STAT_REPORTS_REFUSED, REPORT_QUOTA_FULL);
     }
-    char wholePath[PATH_MAX + NAME_MAX];
-    std::snprintf(wholePath, sizeof wholePath, "%s%s", folder != nullptr ? folder : "",
-                  templatePath);
-    const FileGuard templateFile = openForReading(wholePath);
+    const FileGuard templateFile = openForReading(templatePath);
     if (!templateFile) {
-        dmon_log(1, "Error opening template file '%s': %s\n", wholePath, std::strerror(errno));
-        return counted(REPORT_NO_INPUT);
+        dmon_log(1, "Error opening template file '%s': %s\n", templatePath, std::strerror(errno));
+        return counted(STAT_REPORTS_NO_INPUT, REPORT_NO_INPUT);
     }
     WholeFile report;
     int error = beginReportFile(&report, reportPath, TARGET_KEPT);
     if (error != 0) {
         dmon_log(1, "Error creating report file '%s': %s\n", reportPath, std::strerror(error));
-        return counted(REPORT_NOT_CREATED);
+        return counted(STAT_REPORTS_NOT_CREATED, REPORT_NOT_CREATED);
     }
     int result = fillReport(report.stream(), resultsPath, templateFile.get(), templatePath, format,
-                            userVars, dictName, name, folder);
+                            userVars, dictName, name);
+    Statistic statistic = STAT_REPORTS;
     if (result != REPORT_OK) {
+        statistic = failureOf(result);
         report.drop();
-        if (result == REPORT_NO_INPUT) return counted(result);
     } else if (error = report.commit(TARGET_KEPT); error != 0) {
         dmon_log(1, "Error writing report file '%s': %s\n", reportPath, std::strerror(error));
+        statistic = STAT_REPORTS_NOT_WRITTEN;
         result = REPORT_NOT_WRITTEN;
     } else {
         quotaAddCount(reportQuotaId, 1);
     }
-    sync();
-    return counted(result);
+    if (result != REPORT_NO_INPUT) sync();
+    return counted(statistic, result);
 }
 
 int deleteAllReports() {

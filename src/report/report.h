@@ -7,6 +7,7 @@
 #include "base/whole_file.h"
 #include "vorn/plugin.h"
 
+// Beside the merge's codes, of which DUMP_NO_DOCUMENT has the number of REPORT_NOT_CREATED.
 enum ReportResult : int {
     REPORT_OK = 0,
     REPORT_QUOTA_FULL = -5,
@@ -36,12 +37,10 @@ int beginReportFile(WholeFile *file, const char *reportPath, PartTarget earlier,
 //   dictName  default dictionary (15 characters are used)
 //   name      what this report shows as `report-name`, whatever other threads set meanwhile; null:
 //             as the user variables say
-//   folder    of the template, for a program whose paths are longer than the service's: see
-//             mergeTemplate
 // Returns REPORT_OK or a negative code: ReportResult, or the merge's.
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t flags, std::uint32_t format, KvStore *userVars,
-                   const char *dictName, const char *name = nullptr, const char *folder = nullptr);
+                   const char *dictName, const char *name = nullptr);
 
 // Deletes every report file. Always 0.
 int deleteAllReports();

@@ -3,10 +3,12 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <sstream>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "base/whole_file.h"
@@ -14,6 +16,7 @@
 #include "output/dump_backend.h"
 #include "report/user_vars.h"
 #include "storage/quota.h"
+#include "storage/statistics.h"
 #include "storage/strings.h"
 #include "support/log_capture.h"
 #include "support/temp_dir.h"
@@ -99,6 +102,18 @@ TEST_F(Report, IsRefusedWithACodeAndLeavesNothing) {
     EXPECT_EQ(make("rpt/.a.part"), REPORT_NOT_CREATED);  // the next start would delete it
     EXPECT_EQ(make("rpt/a.txt", "in.res", "t.tpl", 2), DUMP_UNKNOWN_FORMAT);
     EXPECT_EQ(getReportCount(), 0);
+    EXPECT_EQ(listing(), "");
+
+    const std::uint32_t notWritten = statValue(STAT_REPORTS_NOT_WRITTEN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit tiny{4, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &tiny);  // as a full disk
+    EXPECT_EQ(make("rpt/a.txt"), REPORT_NOT_WRITTEN);
+    EXPECT_EQ(make("rpt/a.pdf", "in.res", "t.tpl", RPT_FMT_PDF), DUMP_NO_DOCUMENT);
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(statValue(STAT_REPORTS_NOT_WRITTEN), notWritten + 2);
     EXPECT_EQ(listing(), "");
 
     WholeFile first;  // of the same name, being written

@@ -70,7 +70,7 @@ int getReportCount() {
 }
 int generateReport(const char *resultsPath, const char *templatePath, const char *reportPath,
                    std::uint32_t flags, std::uint32_t format, KvStore *userVars,
-                   const char *dictName, const char *name, const char *) {
+                   const char *dictName, const char *name) {
     EXPECT_EQ(userVars, &kv_urv);
     return call(std::string("report ") + resultsPath + " " + templatePath + " " + reportPath + " " +
                 std::to_string(flags) + " " + std::to_string(format) + " " + dictName + " " + name);
