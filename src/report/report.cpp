@@ -29,28 +29,10 @@ int isReportFile(const struct dirent *entry) {
     return isFileEndingIn(entry, ".pdf") || isFileEndingIn(entry, ".txt") ? 1 : 0;
 }
 
-// The modification time in whole seconds; false when the file cannot be examined.
-bool modificationTime(const struct dirent *entry, std::int64_t *seconds) {
-    char path[OPTION_PATH_SIZE + sizeof entry->d_name];
-    std::snprintf(path, sizeof path, "%s/%s", opt_rptdir, entry->d_name);
-    struct stat status;
-    if (stat(path, &status) != 0) return false;
-    *seconds = status.st_mtim.tv_sec;
-    return true;
-}
-
-// Oldest first.
-int compareFileAge(const struct dirent **a, const struct dirent **b) {
-    std::int64_t timeA = 0;
-    std::int64_t timeB = 0;
-    if (!modificationTime(*a, &timeA) || !modificationTime(*b, &timeB) || timeA == timeB) return 0;
-    return timeA < timeB ? -1 : 1;
-}
-
-// Of reports made within a second, those whose names sort first.
-int compareAgeAndName(const struct dirent **a, const struct dirent **b) {
-    const int age = compareFileAge(a, b);
-    return age != 0 ? age : misc_alphasort(a, b);
+// Oldest first; of reports made within a second, those whose names sort first.
+int compareFileAge(const DatedEntry *a, const DatedEntry *b) {
+    if (a->seconds != b->seconds) return a->seconds < b->seconds ? -1 : 1;
+    return std::strcmp(a->entry->d_name, b->entry->d_name);
 }
 
 int countReportFiles(void *) {
@@ -58,7 +40,7 @@ int countReportFiles(void *) {
 }
 
 int purgeReportFiles(void *, int keep) {
-    return purgeDirFiles(opt_rptdir, isReportFile, compareAgeAndName, keep);
+    return purgeDirFiles(opt_rptdir, isReportFile, compareFileAge, keep);
 }
 
 std::uint16_t reportMax() {

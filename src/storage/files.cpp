@@ -4,10 +4,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "base/folders.h"
 #include "base/guards.h"
@@ -42,6 +45,35 @@ bool fitsOrTell(const char *out, std::size_t size, int length, CutPathFn tell) {
     if (length >= 0 && static_cast<std::size_t>(length) < size) return true;
     tell(out, size - 1);
     return false;
+}
+
+// The path of a directory's file; false when it was cut: it may name another file then.
+bool wholePath(char (&path)[PATH_MAX], const char *directory, const char *name) {
+    const int length = std::snprintf(path, sizeof path, "%s/%s", directory, name);
+    return length > 0 && static_cast<std::size_t>(length) < sizeof path;
+}
+
+std::int64_t modificationTime(const char *directory, const char *name) {
+    char path[PATH_MAX];
+    struct stat status;
+    return wholePath(path, directory, name) && stat(path, &status) == 0
+               ? std::int64_t{status.st_mtim.tv_sec}
+               : INT64_MAX;
+}
+
+// How many files of a listing are too many.
+int surplusOf(const DirListing &listing, int keep) {
+    return std::max(0, listing.count() - std::max(0, keep));
+}
+
+void deleteOldFile(const char *directory, const char *name) {
+    char path[PATH_MAX];
+    const bool whole = wholePath(path, directory, name);
+    if (!whole) errno = ENAMETOOLONG;
+    if (whole && unlink(path) == 0)
+        dmon_log(2, "Deleted old file '%s'.\n", path);
+    else
+        dmon_log(1, "Error: could not delete old file '%s': %s.\n", path, std::strerror(errno));
 }
 
 }  // namespace
@@ -96,19 +128,30 @@ int countDirFiles(const char *directory, DirFilter filter) {
 int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int keep) {
     const DirListing listing(directory, filter, order);
     tellUnreadable(directory, listing.error());
-    const int surplus = std::max(0, listing.count() - std::max(0, keep));
-    for (int i = 0; i < surplus; ++i) {
-        char path[PATH_MAX];
-        const int length = std::snprintf(path, sizeof path, "%s/%s", directory, listing.name(i));
-        // A cut path may name another file.
-        const bool whole = length > 0 && static_cast<std::size_t>(length) < sizeof path;
-        if (!whole) errno = ENAMETOOLONG;
-        if (whole && unlink(path) == 0)
-            dmon_log(2, "Deleted old file '%s'.\n", path);
-        else
-            dmon_log(1, "Error: could not delete old file '%s': %s.\n", path, std::strerror(errno));
-    }
+    const int surplus = surplusOf(listing, keep);
+    for (int i = 0; i < surplus; ++i) deleteOldFile(directory, listing.name(i));
     return listing.count() - surplus;
+}
+
+int purgeDirFiles(const char *directory, DirFilter filter, DatedOrder order, int keep) {
+    const DirListing listing(directory, filter, nullptr);
+    tellUnreadable(directory, listing.error());
+    const int count = listing.count();
+    const int surplus = surplusOf(listing, keep);
+    if (surplus == 0) return count;
+    const HeapGuard<DatedEntry> dated(static_cast<DatedEntry *>(
+        std::calloc(static_cast<std::size_t>(count), sizeof(DatedEntry))));
+    if (!dated) {
+        tellUnreadable(directory, ENOMEM);
+        return count;
+    }
+    DatedEntry *const entries = dated.get();
+    for (int i = 0; i < count; ++i)
+        entries[i] = {listing.entry(i), modificationTime(directory, listing.name(i))};
+    std::sort(entries, entries + count,
+              [order](const DatedEntry &a, const DatedEntry &b) { return order(&a, &b) < 0; });
+    for (int i = 0; i < surplus; ++i) deleteOldFile(directory, entries[i].entry->d_name);
+    return count - surplus;
 }
 
 int backup_file(const char *path) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <string_view>
 
@@ -15,6 +16,14 @@
 using DirFilter = int (*)(const struct dirent *entry);
 using DirOrder = int (*)(const struct dirent **a, const struct dirent **b);
 
+// An entry of a directory, and when the file was last written, in whole seconds; the end of time
+// where that cannot be told.
+struct DatedEntry {
+    const struct dirent *entry;
+    std::int64_t seconds;
+};
+using DatedOrder = int (*)(const DatedEntry *a, const DatedEntry *b);
+
 // The entries of a directory that a filter accepts (null: all), in the given order (null: as the
 // directory delivers them).
 class DirListing {
@@ -26,6 +35,7 @@ public:
 
     // 0 when the directory cannot be read; error() then tells why.
     [[nodiscard]] int count() const { return count_ < 0 ? 0 : count_; }
+    [[nodiscard]] const struct dirent *entry(int index) const { return entries_[index]; }
     [[nodiscard]] const char *name(int index) const { return entries_[index]->d_name; }
 
     // The error number of a directory that could not be read, else 0.
@@ -62,8 +72,10 @@ int countDirFiles(const char *directory, DirFilter filter);
 
 // Deletes the first accepted entries in the given order until `keep` are left, with a line at level
 // 2 each. Returns how many are left; one that could not be deleted counts as gone, after a message
-// at level 1.
+// at level 1. Each file is examined once for an order that asks for its time; without memory for
+// that nothing is deleted.
 int purgeDirFiles(const char *directory, DirFilter filter, DirOrder order, int keep);
+int purgeDirFiles(const char *directory, DirFilter filter, DatedOrder order, int keep);
 
 // Moves an existing file aside to the first free name with _01, _02 ... before its extension, so
 // that the name is free. The extension is that of the file's name: dots of its folders do not
