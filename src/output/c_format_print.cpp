@@ -11,6 +11,7 @@
 #include "base/utf8_text.h"
 #include "output/c_format.h"
 #include "output/c_format_piece.h"
+#include "output/report_records.h"
 #include "pdf/utf8.h"
 
 namespace {
@@ -410,14 +411,6 @@ void putString(Text *text, const Conversion *conversion, const char *string) {
         putCharacterString(text, conversion, string);
 }
 
-// The value's bytes, which need not be aligned: they may lie within an array register.
-template <class Number>
-Number load(const ItemValue *value) {
-    Number number;
-    std::memcpy(&number, value->data, sizeof number);
-    return number;
-}
-
 void putValue(Text *text, const Conversion *conversion, const ItemValue *value) {
     if (value->data == nullptr || value->type == VORN_TYPE_NONE) {
         putString(text, conversion, value->type == VORN_TYPE_STRING ? "" : "----");
@@ -429,19 +422,19 @@ void putValue(Text *text, const Conversion *conversion, const ItemValue *value) 
             putString(text, conversion, static_cast<const char *>(value->data));
             return;
         case VORN_TYPE_FLOAT:
-            putDouble(text, conversion, load<float>(value));
+            putDouble(text, conversion, loadNumber<float>(value));
             return;
         case VORN_TYPE_DOUBLE:
-            putDouble(text, conversion, load<double>(value));
+            putDouble(text, conversion, loadNumber<double>(value));
             return;
         case VORN_TYPE_UINT32:
-            integer = {load<std::uint32_t>(value), false, false};
+            integer = {loadNumber<std::uint32_t>(value), false, false};
             break;
         case VORN_TYPE_INT32:
-            integer = {static_cast<std::uint64_t>(load<std::int32_t>(value)), true, false};
+            integer = {static_cast<std::uint64_t>(loadNumber<std::int32_t>(value)), true, false};
             break;
         default:
-            integer = {load<std::uint64_t>(value), false, true};
+            integer = {loadNumber<std::uint64_t>(value), false, true};
             break;
     }
     putInteger(text, conversion, &integer);

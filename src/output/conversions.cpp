@@ -33,14 +33,6 @@ constexpr const char *CONVERTED = nullptr;
 
 constexpr std::size_t ARGUMENT_SIZE = 64;
 
-// The value's number; its bytes need not be aligned.
-template <class Number>
-Number load(const ItemValue *value) {
-    Number number;
-    std::memcpy(&number, value->data, sizeof number);
-    return number;
-}
-
 // Makes the value a string of its own; `string` comes from malloc, or is null when that failed.
 // Only now does old data go that a plug-in handed over with the value.
 const char *takeString(const Job *job, char *string) {
@@ -58,13 +50,13 @@ const char *copyString(const Job *job, const char *text) {
 
 const char *toDateTime(const Job *job) {
     char text[32];
-    formatAbsTime(text, static_cast<std::time_t>(load<std::uint32_t>(job->value)));
+    formatAbsTime(text, static_cast<std::time_t>(loadNumber<std::uint32_t>(job->value)));
     return copyString(job, text);
 }
 
 const char *toTime(const Job *job) {
     char text[16];
-    formatRelTime(text, sizeof text, load<std::uint32_t>(job->value));
+    formatRelTime(text, sizeof text, loadNumber<std::uint32_t>(job->value));
     return copyString(job, text);
 }
 
@@ -78,7 +70,7 @@ const char *toBitmapText(const Job *job) {
         return CONVERTED;
     }
 
-    const bool isSet = (load<std::uint32_t>(job->value) & toUint32(argument)) != 0;
+    const bool isSet = (loadNumber<std::uint32_t>(job->value) & toUint32(argument)) != 0;
     char text[ARGUMENT_SIZE];
     copyPiece(text, isSet ? argument.substr(question + 1, colon - question - 1)
                           : argument.substr(colon + 1));
@@ -98,7 +90,7 @@ constexpr unsigned byteOf(std::uint64_t number, unsigned n) {
 }
 
 const char *toMacAddress(const Job *job) {
-    const auto number = load<std::uint64_t>(job->value);
+    const auto number = loadNumber<std::uint64_t>(job->value);
     char text[18];
     std::snprintf(text, sizeof text, "%02X:%02X:%02X:%02X:%02X:%02X", byteOf(number, 5),
                   byteOf(number, 4), byteOf(number, 3), byteOf(number, 2), byteOf(number, 1),
@@ -107,7 +99,7 @@ const char *toMacAddress(const Job *job) {
 }
 
 const char *toIpv4Address(const Job *job) {
-    const auto number = load<std::uint32_t>(job->value);
+    const auto number = loadNumber<std::uint32_t>(job->value);
     char text[16];
     std::snprintf(text, sizeof text, "%u.%u.%u.%u", byteOf(number, 3), byteOf(number, 2),
                   byteOf(number, 1), byteOf(number, 0));
@@ -178,15 +170,15 @@ const char *formatOfUnit(const UnitTable *table, std::size_t index) {
 double numberOf(const ItemValue *value) {
     switch (value->type) {
         case VORN_TYPE_UINT32:
-            return load<std::uint32_t>(value);
+            return loadNumber<std::uint32_t>(value);
         case VORN_TYPE_INT32:
-            return load<std::int32_t>(value);
+            return loadNumber<std::int32_t>(value);
         case VORN_TYPE_UINT64:
-            return static_cast<double>(load<std::uint64_t>(value));
+            return static_cast<double>(loadNumber<std::uint64_t>(value));
         case VORN_TYPE_FLOAT:
-            return load<float>(value);
+            return loadNumber<float>(value);
         default:
-            return load<double>(value);
+            return loadNumber<double>(value);
     }
 }
 

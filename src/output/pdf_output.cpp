@@ -3,7 +3,6 @@
 #include "output/pdf_output.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string_view>
 
 #include "base/guards.h"
@@ -61,8 +60,7 @@ void encodeString(EncodedValue *encoded) {
 // Turns the character that %c or %lc prints, the same as in a text report, into a byte for %c.
 void encodeCharacter(EncodedValue *encoded) {
     Conversion *conversion = &encoded->piece.conversion;
-    std::uint32_t code = 0;
-    std::memcpy(&code, encoded->value.data, sizeof code);
+    auto code = loadNumber<std::uint32_t>(&encoded->value);
     if (!conversion->isWide()) code &= 0xFF;
     char byte = code == 0 ? '\0' : toWinAnsi(code);  // a NUL ends the text
     if (code != 0 && byte == '\0') {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #include "vorn/plugin.h"
 
@@ -37,6 +38,14 @@ struct TemplateSection {
     std::int32_t bottom;     // blank lines after it
     std::int32_t dictLevel;  // dictionary level to go back to, or -1
 };
+
+// The value's number; its bytes need not be aligned: they may lie within an array register.
+template <class Number>
+Number loadNumber(const ItemValue *value) {
+    Number number;
+    std::memcpy(&number, value->data, sizeof number);
+    return number;
+}
 
 // Releases what a value owns. It does not clear the value.
 inline void releaseItemValue(const ItemValue *value) {

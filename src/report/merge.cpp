@@ -58,12 +58,6 @@ struct Merge {
     TemplatePlace ignoredPlace;
 };
 
-// Logs that the back-end refused something; passes its code on.
-int reportOutput(TemplateContext *ctx, int result) {
-    if (result != DUMP_OK) templateFinding(ctx, FINDING_OUTPUT_ERROR, "Could not format output.");
-    return result;
-}
-
 // Tells of a clause before the report; a file that has no report, as one to include, has many.
 void tellEarlyClause(Merge *merge) {
     merge->latePlace = merge->earlyPlace;

@@ -17,9 +17,9 @@
 //   userVars      read by value clauses
 //   dictName      dictionary where a clause names none (15 characters are used)
 //   reportName    goes before the user variable of that name; null: none
-//   folder        empty or ended by '/': goes before templatePath and all relative paths of template
-//                 files, and places in messages are whole, however long it is. Null: none, and
-//                 places have at most 47 characters
+//   folder        empty or ended by '/': goes before templatePath and all relative paths of
+//                 template files, and places in messages are whole, however long it is. Null:
+//                 none, and places have at most 47 characters
 // Returns 0 (MERGE_OK) or a negative code, after a message at level 1: MergeResult,
 // ConversionResult, DumpResult. Several merges may run at once, each on a thread of its own.
 int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *report,

@@ -68,12 +68,6 @@ char *keepText(RowPlans *plans, std::string_view text) {
 
 // ---- the place of a row ----
 
-// The offset of a character in the file's window; one that is not in there is beyond the end.
-std::size_t windowOffset(const TemplateFile *file, const char *character) {
-    return reinterpret_cast<std::uintptr_t>(character) -
-           reinterpret_cast<std::uintptr_t>(file->window);
-}
-
 // A row has some 64 bytes or more, so few share a slot.
 RowPlanSlot *planSlot(TemplateContext *ctx, const TemplateFile *file, const TemplateTag *tag) {
     return &ctx->plans->slots[windowOffset(file, tag->text.data()) / 64 % ROW_PLAN_SLOTS];

@@ -58,12 +58,6 @@ constexpr ClauseArg<TemplateSection> sectionArgs[] = {
     {"dict", DICT_MISSING, pushDicts},
 };
 
-// Says where the back-end refused the section's lines; passes its code on.
-int reportOutput(TemplateContext *ctx, int result) {
-    if (result != DUMP_OK) templateFinding(ctx, FINDING_OUTPUT_ERROR, "Could not format output.");
-    return result;
-}
-
 bool inDisabledSection(const TemplateContext *ctx) {
     return ctx->sectionLevel > 0 && ctx->sections[ctx->sectionLevel - 1].enabled == 0;
 }

@@ -165,3 +165,10 @@ inline TemplateFile *currentFile(TemplateContext *ctx) {
 inline const TemplateFile *currentFile(const TemplateContext *ctx) {
     return ctx->fileDepth > 0 ? &ctx->files[ctx->fileDepth - 1] : nullptr;
 }
+
+// The offset of a character in the file's window; that of one elsewhere, as in `line`, is beyond
+// the end.
+inline std::size_t windowOffset(const TemplateFile *file, const char *character) {
+    return reinterpret_cast<std::uintptr_t>(character) -
+           reinterpret_cast<std::uintptr_t>(file->window);
+}

@@ -25,6 +25,12 @@ enum FindingKind : std::uint8_t {
 [[gnu::cold, gnu::format(printf, 3, 4)]] int templateError(TemplateContext *ctx, int code,
                                                            const char *format, ...);
 
+// Says where the back-end refused what it got; passes its code on.
+inline int reportOutput(TemplateContext *ctx, int result) {
+    if (result != DUMP_OK) templateFinding(ctx, FINDING_OUTPUT_ERROR, "Could not format output.");
+    return result;
+}
+
 // Logs as an error that there is no memory, and ends the merge, whatever the clause makes of it.
 // MERGE_TEMPLATE_ERROR.
 [[gnu::cold]] int templateNoMemory(TemplateContext *ctx);

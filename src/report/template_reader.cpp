@@ -103,12 +103,6 @@ void countLine(TemplateFile *file) {
     if (file->lineNo < INT32_MAX) ++file->lineNo;
 }
 
-// The offset of a character in the file's window; one that lies in ctx->line is beyond the end.
-std::size_t windowOffset(const TemplateFile *file, const char *character) {
-    return reinterpret_cast<std::uintptr_t>(character) -
-           reinterpret_cast<std::uintptr_t>(file->window);
-}
-
 // Goes on to the next tag when it is remembered.
 bool recallNextTag(TemplateContext *ctx) {
     TemplateFile *file = currentFile(ctx);
