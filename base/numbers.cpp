@@ -104,8 +104,7 @@ bool isHexDigit(char c) {
 // Takes "0x" off when a hexadecimal number follows.
 bool takeHexPrefix(std::string_view *text) {
     if (text->size() < 3 || !isHex(*text)) return false;
-    const bool fraction = (*text)[2] == '.' && text->size() > 3;
-    if (!isHexDigit((*text)[fraction ? 3 : 2])) return false;
+    if (!isHexDigit((*text)[2])) return false;
     text->remove_prefix(2);
     return true;
 }

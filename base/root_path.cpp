@@ -32,11 +32,6 @@ const char *rootPath() {
 
 }  // namespace
 
-bool withRoot(char *out, std::size_t size, const char *path) {
-    const int length = std::snprintf(out, size, "%s%s", rootPath(), path);
-    return length >= 0 && static_cast<std::size_t>(length) < size;
-}
-
 int rootedPath(char (&path)[ROOTED_PATH_SIZE], const char *format, ...) {
     const std::size_t used =
         static_cast<std::size_t>(std::snprintf(path, sizeof path, "%s", rootPath()));

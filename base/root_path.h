@@ -9,9 +9,6 @@
 // Room for any rooted path, the NUL included.
 constexpr std::size_t ROOTED_PATH_SIZE = 1024;
 
-// Writes root and path into a buffer of `size` bytes; false when it was cut.
-bool withRoot(char *out, std::size_t size, const char *path);
-
 // Writes the root and the text that the format gives. Returns 0, or ENAMETOOLONG: then `path` is
 // empty.
 [[gnu::format(printf, 2, 3)]] int rootedPath(char (&path)[ROOTED_PATH_SIZE], const char *format,

@@ -16,7 +16,7 @@ LICENSED_NAMES = {"CMakeLists.txt", "run"}
 # A folder may include itself and what stands below it.
 LAYERS = ["core", "server", "listener", "report", "output", "results", "pdf", "storage", "util"]
 PLATFORM = {"dmon", "kelp", "okra", "lexica", "pktio", "nx"}
-# Records and settings that every folder may read; they include nothing of ours but each other.
+# Records and settings that every folder may read; they include each other and base alone.
 LEAVES = {"vorn/plugin.h", "core/options.h", "core/subscription.h"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+"([^"]+)"', re.MULTILINE)
@@ -33,7 +33,7 @@ def allowed(path, target):
     if parts[0] != "src":
         return True
     if f"{parts[1]}/{path.name}" in LEAVES:
-        return target in LEAVES
+        return target in LEAVES or folder == "base"
     if target in LEAVES or folder in PLATFORM | {"base"}:
         return True
     return folder in LAYERS and LAYERS.index(folder) >= LAYERS.index(parts[1])

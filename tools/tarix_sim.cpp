@@ -21,6 +21,7 @@
 #include <CLI/CLI.hpp>
 #include <sys/msg.h>
 
+#include "base/fixed_places.h"
 #include "base/folders.h"
 #include "base/line_reader.h"
 #include "base/numbers.h"
@@ -227,7 +228,7 @@ DescriptorGuard lockManager() {
 
 void up(const char *const *) {
     for (const char *folder :
-         {"/run/tarix/kelp", "/run/tarix/okra", "/etc/tarix", "/tarix/data/templates"}) {
+         {REGISTRY_FOLDER, MANAGER_FOLDER, "/etc/tarix", "/tarix/data/templates"}) {
         const std::string path = rooted(folder);
         const int error = makeFolders(path.c_str(), 0775);
         if (error != 0) throw Failure(path + ": " + std::strerror(error));
@@ -235,7 +236,7 @@ void up(const char *const *) {
 }
 
 void down(const char *const *) {
-    const std::string registry = rooted("/run/tarix/kelp");
+    const std::string registry = rooted(REGISTRY_FOLDER);
     for (const std::string &name : namesIn(registry)) {
         std::int32_t queue = -1;
         std::size_t count = 0;
@@ -243,13 +244,13 @@ void down(const char *const *) {
         if (okraReadIds(path.c_str(), &queue, 1, &count) == OKRA_OK && count == 1)
             msgctl(queue, IPC_RMID, nullptr);
     }
-    for (const char *folder : {"/run/tarix/kelp", "/run/tarix/okra"}) {
+    for (const char *folder : {REGISTRY_FOLDER, MANAGER_FOLDER}) {
         std::error_code error;
         fs::remove_all(rooted(folder), error);
         if (error) throw Failure(rooted(folder) + ": " + error.message());
     }
     std::error_code inUse;
-    fs::remove(rooted("/run/tarix"), inUse);  // unless the daemon's socket is there
+    fs::remove(rooted(RUN_FOLDER), inUse);  // unless the daemon's socket is there
 }
 
 void create(const char *const *args) {
@@ -345,7 +346,7 @@ void show(const char *const *) {
             std::printf("list %s/%s queue=%d\n", app.c_str(), list.c_str(),
                         int{listQueue(fs::path(folder) / list)});
     }
-    const std::string registry = rooted("/run/tarix/kelp");
+    const std::string registry = rooted(REGISTRY_FOLDER);
     for (const std::string &name : namesIn(registry)) {
         const std::int32_t id = listQueue(fs::path(registry) / name);
         msqid_ds status{};

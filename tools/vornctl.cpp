@@ -14,10 +14,12 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "base/fixed_places.h"
 #include "base/numbers.h"
 #include "number_option.h"
 #include "output/dump_backend.h"
 #include "server/requests.h"
+#include "server/server.h"
 #include "storage/quota.h"
 #include "vornctl_check.h"
 #include "vornctl_client.h"
@@ -57,7 +59,7 @@ std::uint16_t defaultPort() {
     const char *text = std::getenv("NX_PORT");
     std::uint64_t port = 0;
     const bool isPort = text != nullptr && parseDecimal(text, 65535, &port) == NUMBER_OK;
-    return isPort && port > 0 ? static_cast<std::uint16_t>(port) : 55000;
+    return isPort && port > 0 ? static_cast<std::uint16_t>(port) : SERVICE_PORT;
 }
 
 // Where to go and how to answer: the options that every subcommand takes.
@@ -150,7 +152,7 @@ int exchangeRequest(const Common &common, const std::string &command, const Mess
 // Sends a line to the control socket and gets its answer; CTL_DONE, or another status after a
 // message.
 int askSocket(const Common &common, const std::string &line, std::string *answer) {
-    const std::string path = common.root + "/run/tarix/vorn.ctl";
+    const std::string path = common.root + CONTROL_SOCKET;
     const Exchange exchange = exchangeLines(path, deadlineAfter(common, TIMEOUT_S), line, answer);
     if (exchange.status != CTL_DONE)
         complain(exchange.status == CTL_NO_CONNECTION

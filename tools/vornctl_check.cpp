@@ -78,8 +78,8 @@ void collect(void *user, const Finding &finding) {
 }
 
 std::string fixedPath(const char *path) {
-    char out[PATH_MAX];
-    withRoot(out, sizeof out, path);
+    char out[ROOTED_PATH_SIZE];
+    rootedPath(out, "%s", path);
     return out;
 }
 

@@ -12,6 +12,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "base/fixed_places.h"
 #include "base/folders.h"
 #include "base/guards.h"
 #include "base/root_path.h"
@@ -78,8 +79,8 @@ int makeSocket(const char *folder, const char *path, int listener) {
 int dmon::openControlSocket() {
     char folder[ROOTED_PATH_SIZE];
     char path[ROOTED_PATH_SIZE];
-    rootedPath(folder, "/run/tarix");
-    int error = rootedPath(path, "/run/tarix/vorn.ctl");
+    rootedPath(folder, "%s", RUN_FOLDER);
+    int error = rootedPath(path, "%s", CONTROL_SOCKET);
     DescriptorGuard listener(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (error == 0) error = makeSocket(folder, path, listener.get());
     if (error == 0) {

@@ -182,18 +182,14 @@ void writeLine(const Line *line) {
 // Keeps the caller's errno and lets no cancellation in between half a line.
 class Undisturbed {
 public:
-    Undisturbed() : errno_(errno) { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState_); }
+    Undisturbed() = default;
     Undisturbed(const Undisturbed &) = delete;
     Undisturbed &operator=(const Undisturbed &) = delete;
-    ~Undisturbed() {
-        int ignored = 0;
-        pthread_setcancelstate(cancelState_, &ignored);
-        errno = errno_;
-    }
+    ~Undisturbed() { errno = errno_; }
 
 private:
-    int errno_;
-    int cancelState_ = PTHREAD_CANCEL_ENABLE;
+    CancellationOff off_;
+    int errno_ = errno;
 };
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <limits>
 #include <string_view>
 
@@ -16,6 +15,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "base/clock.h"
 #include "base/numbers.h"
 #include "dmon/control_words.h"
 
@@ -57,12 +57,6 @@ std::int64_t readNumber(const char *name) {
     if (text != nullptr)
         static_cast<void>(parseDecimal(text, std::numeric_limits<std::int64_t>::max(), &number));
     return static_cast<std::int64_t>(number);
-}
-
-std::int64_t monotonicMs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
 }  // namespace

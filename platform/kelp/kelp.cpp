@@ -12,6 +12,7 @@
 #include <sys/msg.h>
 #include <unistd.h>
 
+#include "base/fixed_places.h"
 #include "base/folders.h"
 #include "base/numbers.h"
 #include "base/open_file.h"
@@ -21,8 +22,6 @@
 #include "dmon/dmon.h"
 
 namespace {
-
-constexpr char REGISTRY[] = "/run/tarix/kelp";
 
 // A name that stays within the folder and meets no part of a file in work.
 bool isQueueName(std::string_view name) {
@@ -71,7 +70,7 @@ int makeQueue(const char *path, std::int32_t *id) {
 
 int kelp_init() {
     char path[ROOTED_PATH_SIZE];
-    const int error = rootedPath(path, "%s", REGISTRY);
+    const int error = rootedPath(path, "%s", REGISTRY_FOLDER);
     return -(error != 0 ? error : checkFolder(path));
 }
 
@@ -79,7 +78,7 @@ std::int32_t kelp_get_queue(const char *name, int /*flags*/) {
     char path[ROOTED_PATH_SIZE];
     std::int32_t id = -1;
     int error = EINVAL;
-    if (isQueueName(name)) error = rootedPath(path, "%s/%s", REGISTRY, name);
+    if (isQueueName(name)) error = rootedPath(path, "%s/%s", REGISTRY_FOLDER, name);
     if (error == 0) error = findQueue(path, &id);
     if (error == ENOENT) error = makeQueue(path, &id);
     if (error == 0) return id;

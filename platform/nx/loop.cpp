@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <ctime>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -15,9 +14,14 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include "base/clock.h"
 #include "dmon/dmon.h"
 
 namespace {
+
+constexpr std::int64_t MESSAGE_MS = 30000;      // a message arrives within this
+constexpr std::int64_t SILENCE_MS = 30000;      // after this a client may have to give way
+constexpr std::int64_t ACCEPT_PAUSE_MS = 1000;  // without descriptors, wait this long
 
 constexpr int BACKLOG = 128;
 constexpr int EVENTS_A_TURN = 64;
@@ -26,12 +30,6 @@ constexpr int NEWCOMERS_A_TURN = 16;
 // The kernel's part of the replies that a client has not taken. Its default grows to megabytes a
 // client, which makes no reply faster.
 constexpr int SEND_BUFFER = 64 * 1024;
-
-std::int64_t monotonicMs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
-}
 
 int watch(const NxLoop *loop, int fd, void *who) {
     epoll_event event{};
@@ -84,7 +82,7 @@ NxClient *clearSilentPlace(NxLoop *loop, std::int64_t now) {
     NxClient *silent = nullptr;
     for (std::int32_t i = 0; i < loop->places; ++i) {
         NxClient *client = &loop->clients[i];
-        if (now - client->heardAt <= NX_SILENCE_MS || hasUnreadBytes(client)) continue;
+        if (now - client->heardAt <= SILENCE_MS || hasUnreadBytes(client)) continue;
         if (silent == nullptr || client->heardAt < silent->heardAt) silent = client;
     }
     if (silent != nullptr) dropClient(loop, silent, "it was silent and a new one came");
@@ -128,7 +126,7 @@ void onAcceptFailure(NxLoop *loop) {
             dmon_log(1, "Warning: no more clients can be taken for now: %s.\n", nx_strerror(errno));
         }
         loop->outOfDescriptors = true;
-        loop->acceptAgainAt = loop->clock() + NX_ACCEPT_PAUSE_MS;
+        loop->acceptAgainAt = loop->clock() + ACCEPT_PAUSE_MS;
     }
 }
 
@@ -176,10 +174,10 @@ void closeLateMessages(NxLoop *loop) {
     const std::int64_t now = loop->clock();
     for (std::int32_t i = 0; i < loop->places; ++i) {
         NxClient *client = &loop->clients[i];
-        if (!isUnfinished(client) || now - client->messageBegunAt <= NX_MESSAGE_MS) continue;
+        if (!isUnfinished(client) || now - client->messageBegunAt <= MESSAGE_MS) continue;
         // The rest may have come while a long request was handled.
         serve(loop, client);
-        if (isUnfinished(client) && now - client->messageBegunAt > NX_MESSAGE_MS) {
+        if (isUnfinished(client) && now - client->messageBegunAt > MESSAGE_MS) {
             dropClient(loop, client, "its message took too long");
         }
     }
@@ -197,7 +195,7 @@ int waitMs(const NxLoop *loop, int maxWaitMs) {
         const NxClient *client = &loop->clients[i];
         if (client->fd >= 0 && client->readable) return 0;
         if (isUnfinished(client)) {
-            until = std::min(until, client->messageBegunAt + NX_MESSAGE_MS + 1);
+            until = std::min(until, client->messageBegunAt + MESSAGE_MS + 1);
         }
     }
     if (until == INT64_MAX) return maxWaitMs;

@@ -9,10 +9,6 @@
 
 #include "nx/client.h"
 
-constexpr std::int64_t NX_MESSAGE_MS = 30000;      // a message arrives within this
-constexpr std::int64_t NX_SILENCE_MS = 30000;      // after this a client may have to give way
-constexpr std::int64_t NX_ACCEPT_PAUSE_MS = 1000;  // without descriptors, wait this long
-
 constexpr std::int32_t NX_PLACES_MAX = 1024;
 
 constexpr std::int32_t NX_REFUSED = -1;  // param1 for a client that found no place

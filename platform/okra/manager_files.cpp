@@ -11,6 +11,7 @@
 #include <sys/msg.h>
 #include <sys/stat.h>
 
+#include "base/fixed_places.h"
 #include "base/folders.h"
 #include "base/line_reader.h"
 #include "base/numbers.h"
@@ -39,22 +40,22 @@ int failFile(OkraError code, const char *path, const char *reason) {
 // Opens a state and reads up to its application.
 int openApp(const char *path, ResultsReader *reader) {
     int result = resultsOpen(reader, path);
-    ResultsLine line = RESULTS_END;
+    ResultsLine line = NO_LINE;
     if (result == OKRA_OK) result = resultsNext(reader, &line);
     if (result != OKRA_OK) return failFile(static_cast<OkraError>(result), path, APX_Error(result));
-    return line == RESULTS_APP ? static_cast<int>(OKRA_OK)
-                               : failFile(OKRA_BAD_FILE, path, "no application");
+    return line == APP_LINE ? static_cast<int>(OKRA_OK)
+                            : failFile(OKRA_BAD_FILE, path, "no application");
 }
 
 // Reads the rest of a state and copies its registers, unless `out` is null.
 int copyRegisters(const char *path, ResultsReader *reader, std::FILE *out) {
     for (;;) {
-        ResultsLine line = RESULTS_END;
+        ResultsLine line = NO_LINE;
         const int result = resultsNext(reader, &line);
         if (result != OKRA_OK)
             return failFile(static_cast<OkraError>(result), path, APX_Error(result));
-        if (line == RESULTS_END) return OKRA_OK;
-        if (line == RESULTS_APP) return failFile(OKRA_BAD_FILE, path, "more than one application");
+        if (line == NO_LINE) return OKRA_OK;
+        if (line == APP_LINE) return failFile(OKRA_BAD_FILE, path, "more than one application");
         if (out == nullptr) continue;
         const std::size_t size = reader->line.size();
         if (std::fwrite(reader->line.data(), 1, size, out) != size || std::fputc('\n', out) == EOF)
@@ -72,13 +73,13 @@ bool okraIsName(std::string_view name, std::size_t max) {
 
 int okraCheckReady() {
     char path[ROOTED_PATH_SIZE];
-    const bool ready = rootedPath(path, "/run/tarix/okra") == 0 && checkFolder(path) == 0;
+    const bool ready = rootedPath(path, "%s", MANAGER_FOLDER) == 0 && checkFolder(path) == 0;
     return ready ? OKRA_OK : OKRA_NOT_READY;
 }
 
 int okraLock(DescriptorGuard *lock) {
     char path[ROOTED_PATH_SIZE];
-    if (okraCheckReady() != OKRA_OK || rootedPath(path, "/run/tarix/okra") != 0)
+    if (okraCheckReady() != OKRA_OK || rootedPath(path, "%s", MANAGER_FOLDER) != 0)
         return OKRA_NOT_READY;
     lock->reset(open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (lock->get() < 0) return failFile(OKRA_FILE_ERROR, path, std::strerror(errno));
@@ -88,8 +89,8 @@ int okraLock(DescriptorGuard *lock) {
 }
 
 int okraPath(char (&path)[ROOTED_PATH_SIZE], const char *folder, const char *name) {
-    const int error = name == nullptr ? rootedPath(path, "/run/tarix/okra/%s", folder)
-                                      : rootedPath(path, "/run/tarix/okra/%s/%s", folder, name);
+    const int error = rootedPath(path, "%s/%s%s%s", MANAGER_FOLDER, folder,
+                                 name == nullptr ? "" : "/", name == nullptr ? "" : name);
     return error == 0 ? static_cast<int>(OKRA_OK)
                       : okraFail(OKRA_FILE_ERROR, "VORN_ROOT: %s", std::strerror(error));
 }

@@ -301,7 +301,7 @@ int resultsNext(ResultsReader *reader, ResultsLine *line) {
     for (;;) {
         const LineResult result = reader->lines.next(&reader->line);
         if (result == LINE_END) {
-            *line = RESULTS_END;
+            *line = NO_LINE;
             return OKRA_OK;
         }
         if (result != LINE_READ) return failRead(reader->lines, result);
@@ -315,11 +315,11 @@ int resultsNext(ResultsReader *reader, ResultsLine *line) {
         if (found == WORD_NONE) continue;
         if (found == WORD_BROKEN) return failLine(reader, "%s", reason);
         if (!word.quoted && word.raw == "app") {
-            *line = RESULTS_APP;
+            *line = APP_LINE;
             return readApp(reader, rest);
         }
         if (!word.quoted && word.raw == "reg") {
-            *line = RESULTS_REG;
+            *line = REG_LINE;
             return readReg(reader, rest);
         }
         return failLine(reader, "unknown record '%.*s'", shown(word.raw), word.raw.data());
@@ -335,10 +335,10 @@ int APX_RegNames_Init(int reserved) {
 int APX_Load_Results_File(const char *path, ApxAppCallback app, ApxRegCallback reg, void *user) {
     ResultsReader reader;
     int result = resultsOpen(&reader, path);
-    ResultsLine line = RESULTS_END;
+    ResultsLine line = NO_LINE;
     while (result == OKRA_OK && (result = resultsNext(&reader, &line)) == OKRA_OK &&
-           line != RESULTS_END) {
-        if (line == RESULTS_APP)
+           line != NO_LINE) {
+        if (line == APP_LINE)
             app(reader.app, user);
         else
             reg(reader.app, reader.value.bytes.get(), reader.type, reader.id, reader.name, user);

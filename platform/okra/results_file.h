@@ -23,7 +23,7 @@ struct ResultsLabels {
     std::uint32_t offsets[RESULTS_LABELS_MAX];  // into the block; NO_LABEL for an empty entry
 };
 
-enum ResultsLine { RESULTS_APP, RESULTS_REG, RESULTS_END };
+enum ResultsLine { APP_LINE, REG_LINE, NO_LINE };
 
 struct ResultsReader {
     DescriptorGuard file;

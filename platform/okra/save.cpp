@@ -23,7 +23,7 @@ constexpr std::int32_t SAVE_NAMES_MAX = (4000 - SAVE_NAMES) / SAVE_NAME_SIZE;
 constexpr std::int32_t SAVE_TYPE = 1;
 
 // A request with its texts ended.
-struct SaveRequest {
+struct ReadSave {
     char path[SAVE_PATH_SIZE];
     std::int32_t count;
     const char *names;  // `count` of them, not ended for sure
@@ -38,7 +38,7 @@ struct SaveRequest {
     }
 };
 
-int readRequest(const void *record, SaveRequest *request) {
+int readRequest(const void *record, ReadSave *request) {
     const char *bytes = static_cast<const char *>(record);
     std::memcpy(request->path, bytes + SAVE_PATH, SAVE_PATH_SIZE);
     request->count = getField<std::int32_t>(record, SAVE_COUNT);
@@ -53,7 +53,7 @@ int readRequest(const void *record, SaveRequest *request) {
 }
 
 // Writes the state of each application that runs; OKRA_NONE_RUNNING when none does.
-int writeApps(const SaveRequest &request, std::FILE *out) {
+int writeApps(const ReadSave &request, std::FILE *out) {
     std::fputs(OKRA_FORMAT_LINE, out);
     int saved = OKRA_NONE_RUNNING;
     for (std::int32_t place = 0; place < request.count; ++place) {
@@ -84,7 +84,7 @@ void removeLeftPartsBeside(const char *path) {
 
 int APX_Save_Mult_Config(const void *record) {
     if (okraCheckReady() != OKRA_OK) return OKRA_NOT_READY;
-    SaveRequest request{};
+    ReadSave request{};
     int result = readRequest(record, &request);
     if (result != OKRA_OK) return result;
     removeLeftPartsBeside(request.path);

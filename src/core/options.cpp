@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "core/options.h"
 
-#include <climits>
-
 #include "base/root_path.h"
 #include "core/settings.h"
 #include "output/dump_backend.h"
@@ -18,8 +16,8 @@ constexpr char CONFIG_FILE[] = "/etc/tarix/vorn.cfg";
 int setDefaults() {
     opt_fgnd = 0;
     opt_debug = 1;
-    char path[PATH_MAX];
-    withRoot(path, sizeof path, CONFIG_FILE);
+    char path[ROOTED_PATH_SIZE];
+    rootedPath(path, "%s", CONFIG_FILE);
     copyPath(opt_cfgfile, sizeof opt_cfgfile, path);
     presetSettings();
     opt_auto_fmt = RPT_FMT_PDF;

@@ -12,6 +12,7 @@
 
 #include <pthread.h>
 
+#include "base/guards.h"
 #include "core/subscription.h"
 
 // A short text that one thread replaces while others read it: a reader gets a copy of the old or of
@@ -26,9 +27,8 @@ public:
     // A copy of the text; it lives as long as the expression, or as what it is stored in.
     [[nodiscard]] Copy get() const {
         Copy copy;
-        pthread_mutex_lock(&lock_);
+        const MutexGuard guard = lockMutex(&lock_);
         std::memcpy(copy.text, text_, N);
-        pthread_mutex_unlock(&lock_);
         return copy;
     }
 
@@ -36,9 +36,8 @@ public:
     void set(std::string_view text) {
         Copy copy{};
         text.copy(copy.text, N - 1);
-        pthread_mutex_lock(&lock_);
+        const MutexGuard guard = lockMutex(&lock_);
         std::memcpy(text_, copy.text, N);
-        pthread_mutex_unlock(&lock_);
     }
 
 private:

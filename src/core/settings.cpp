@@ -165,9 +165,9 @@ const Setting *findSetting(std::string_view key) {
 void presetSettings() {
     for (const Setting &row : settings) {
         if (row.preset == nullptr) continue;
-        char path[PATH_MAX];
+        char path[ROOTED_PATH_SIZE];
         const bool fixed = row.preset[0] == '/';
-        if (fixed) withRoot(path, sizeof path, row.preset);
+        if (fixed) rootedPath(path, "%s", row.preset);
         row.set(logFindings, {"", 0}, fixed ? path : row.preset);
     }
 }

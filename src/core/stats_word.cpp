@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 
 #include "base/utf8_text.h"
 #include "dmon/dmon.h"
@@ -37,7 +38,7 @@ constexpr Row rows[] = {
     {STAT_EVENTS_DROPPED, "events", "dropped"},
     {STAT_QUEUE_MAX, "queue", "highest"},
 };
-static_assert(sizeof rows / sizeof *rows == STATISTIC_COUNT);
+static_assert(std::size(rows) == STATISTIC_COUNT);
 
 // A line that grows; what does not fit is left out.
 struct Line {

@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr char SUBSCRIPTION_DIRECTORY[] = "/etc/tarix/vorn";
+
 // Between name, applications and template; empty pieces do not count.
 constexpr std::string_view PIECE_SEPARATORS = " :";
 constexpr std::string_view APP_SEPARATOR = ",";
@@ -87,13 +89,13 @@ void tellFailed(const FindingSink &sink, const char *path) {
 }  // namespace
 
 int loadSubscriptionFiles(const FindingSink &sink) {
-    char directory[PATH_MAX];
-    withRoot(directory, sizeof directory, SUBSCRIPTION_DIRECTORY);
+    char directory[ROOTED_PATH_SIZE];
+    rootedPath(directory, "%s", SUBSCRIPTION_DIRECTORY);
     const DirListing files(directory, isSubsFile, nullptr);
     tellUnreadable(sink, directory, files.error());
     int result = SUBSCRIPTION_OK;
     for (int i = 0; i < files.count(); ++i) {
-        char whole[PATH_MAX + NAME_MAX + 2];
+        char whole[ROOTED_PATH_SIZE + NAME_MAX + 2];
         std::snprintf(whole, sizeof whole, "%s/%s", directory, files.name(i));
         char path[OPTION_PATH_SIZE];
         takePath(sink, {whole, 0}, path, sizeof path, whole);

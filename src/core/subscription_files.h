@@ -5,8 +5,6 @@
 #include "core/findings.h"
 #include "core/subscription.h"
 
-constexpr char SUBSCRIPTION_DIRECTORY[] = "/etc/tarix/vorn";
-
 enum SubscriptionResult : int { SUBSCRIPTION_OK = 0, SUBSCRIPTION_FAILED = -1 };
 
 // Reads every subscription file, in the order in which the directory delivers them.

@@ -2,10 +2,10 @@
 #include "listener/watched_apps.h"
 
 #include <cstdlib>
-#include <ctime>
 
 #include <unistd.h>
 
+#include "base/clock.h"
 #include "base/guards.h"
 #include "dmon/dmon.h"
 #include "listener/apx_records.h"
@@ -157,11 +157,10 @@ bool isAnyAppUnknown() {
 }
 
 void watchUnknownApps() {
-    static std::time_t last = 0;
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    if (last != 0 && now.tv_sec - last < std::time_t{WATCH_AGAIN_SECONDS}) return;
-    last = now.tv_sec;
+    static std::int64_t last = 0;
+    const std::int64_t now = monotonicMs();
+    if (last != 0 && now - last < std::int64_t{WATCH_AGAIN_SECONDS} * 1000) return;
+    last = now;
     kvIterate(&appTable, watchUnknown, nullptr);
 }
 

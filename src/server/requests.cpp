@@ -29,6 +29,8 @@ namespace {
 constexpr std::uint32_t LAST_FULL_ACTION = FULL_PURGE;
 constexpr std::uint32_t LAST_REPORT_FORMAT = RPT_FMT_PDF;
 constexpr std::size_t REPORT_NAME_MAX = 39;
+constexpr int USER_VAR_NAME_SIZE = 16;
+constexpr int USER_VAR_VALUE_SIZE = 128;
 
 // ---- fields ----
 
@@ -145,7 +147,7 @@ int srvAddSubscription(const PktMessage *request, PktMessage *reply) {
     }
     *subscription = fields;
     result = startMeasSubs(subscription.get());
-    if (result == 0) static_cast<void>(subscription.release());  // the listener's from now on
+    if (result == POST_OK) static_cast<void>(subscription.release());  // the listener's from now on
     return replyResult(reply, result);
 }
 

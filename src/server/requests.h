@@ -19,14 +19,11 @@ enum RequestCode : std::uint16_t {
 enum RequestResult : int {
     SRV_OK = 0,
     SRV_BAD_FIELD = -6,      // cannot be read, or names no file or subscription
-    SRV_NOT_STORED = -7,     // no memory for a user variable
+    SRV_NOT_STORED = -7,     // no memory for a user variable or a subscription
     SRV_BAD_APP_COUNT = -8,  // below 0 or above 8 applications
     SRV_BAD_FORMAT = -19,    // no ReportFormat
     SRV_UNKNOWN_ID = -22,    // no such quota, or no FullAction
 };
-
-constexpr int USER_VAR_NAME_SIZE = 16;
-constexpr int USER_VAR_VALUE_SIZE = 128;
 
 struct Request {
     RequestCode code;

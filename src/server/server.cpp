@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr std::uint16_t PORT = 55000;
 constexpr int CLIENTS_AT_ONCE = 10;
 constexpr int NOT_CREATED = -1;
 
@@ -26,7 +25,7 @@ int serverRequestCallback(void * /*library1*/, void * /*library2*/, const PktMes
 int runVornServer() {
     initUserVars();
     NxConfig config{};
-    config.port = PORT;
+    config.port = SERVICE_PORT;
     config.connections = CLIENTS_AT_ONCE;
     config.setting40 = 256;
     config.setting44 = 1;
@@ -38,8 +37,8 @@ int runVornServer() {
         return NOT_CREATED;
     }
     dmon_log(1, "vorn " VORN_VERSION " takes clients on port %d; configuration file '%s'.\n",
-             nx_server_port != nullptr ? nx_server_port(&server) : PORT, opt_cfgfile);
-    dmon_log(2, "Listening to clients on port %d...\n", PORT);
+             nx_server_port != nullptr ? nx_server_port(&server) : SERVICE_PORT, opt_cfgfile);
+    dmon_log(2, "Listening to clients on port %d...\n", SERVICE_PORT);
     for (;;) {
         code = nx_run_server(&server);
         if (code != 0) {

@@ -2,7 +2,11 @@
 // The client command server: serves the requests of clients on a TCP port.
 #pragma once
 
+#include <cstdint>
+
 #include "pktio/pktio.h"
+
+constexpr std::uint16_t SERVICE_PORT = 55000;  // unless NX_PORT says otherwise
 
 // What the callback tells the server library; a handler that makes no reply adds its own result.
 enum CallbackResult : int {

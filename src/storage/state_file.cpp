@@ -2,7 +2,6 @@
 #include "storage/state_file.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdint>
 
 #include <sys/stat.h>
@@ -29,8 +28,8 @@ constexpr std::size_t STATE_SIZE = 2 * WORD_SIZE;
 pthread_mutex_t saveLock = PTHREAD_MUTEX_INITIALIZER;
 
 struct StatePath {
-    char text[PATH_MAX];
-    explicit StatePath(const char *path) { withRoot(text, sizeof text, path); }
+    char text[ROOTED_PATH_SIZE];
+    explicit StatePath(const char *path) { rootedPath(text, "%s", path); }
 };
 
 void putBigEndian(std::uint8_t *bytes, std::uint32_t word) {

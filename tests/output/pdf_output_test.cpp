@@ -115,10 +115,10 @@ TEST(PdfOutput, ShowsWhatTheFontsDoNotHaveAsMarksAndSaysOnceHowMany) {
 TEST(PdfOutput, CutsAFieldTo127AndALineTo254CharactersBeforeTheyAreEscaped) {
     std::string many;  // whose bytes in the report are a character of UTF-8 in pairs
     std::string escaped;
-    for (int i = 0; i < 127; i++) many += "\u00E9\u20AC";
-    for (int i = 0; i < 127; i++) escaped += "\\(";
+    for (int i = 0; i < 127; ++i) many += "\u00E9\u20AC";
+    for (int i = 0; i < 127; ++i) escaped += "\\(";
     std::string accents;
-    for (int i = 0; i < 64; i++) accents += "\xE9\x80";
+    for (int i = 0; i < 64; ++i) accents += "\xE9\x80";
     accents.resize(127);
     PdfReportFile report;
     report.row("ab%s", {text(many.c_str())});

@@ -43,7 +43,7 @@ std::string contentOf(const std::string &pdf, const std::string &object) {
 
 int countOf(const std::string &text, const std::string &part) {
     int count = 0;
-    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at++) count++;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) ++count;
     return count;
 }
 
@@ -104,7 +104,7 @@ TEST(PdfWriter, SetsLinesFontsAndSizesOneBelowTheOther) {
 
 TEST(PdfWriter, BeginsAPageAfter79LinesAndSetsTheFontAgain) {
     TestDocument test;
-    for (int line = 1; line <= 79 * 11 + 1; line++)
+    for (int line = 1; line <= 79 * 11 + 1; ++line)
         pdf_add_text_line(test.doc.get(), std::to_string(line) + "\n");
     EXPECT_EQ(contentOf(test.finish(), "35"),  // page 12; each page has three objects
               "BT\n40 808 Td\n10 TL\n/F0 10 Tf\n(870\n)'\n"
@@ -138,13 +138,13 @@ TEST(PdfWriter, RefusesTheFifteenthFontAndTakesAnySize) {
     TestDocument test;
     PdfDocument *doc = test.doc.get();
     const std::string longName(40, 'n');
-    for (int twice = 0; twice < 2; twice++) EXPECT_EQ(pdf_set_font_type(doc, longName), PDF_OK);
-    for (int i = 2; i < PDF_MAX_FONTS; i++)
+    for (int twice = 0; twice < 2; ++twice) EXPECT_EQ(pdf_set_font_type(doc, longName), PDF_OK);
+    for (int i = 2; i < PDF_MAX_FONTS; ++i)
         EXPECT_EQ(pdf_set_font_type(doc, "Font" + std::to_string(i)), PDF_OK);
     EXPECT_EQ(pdf_set_font_type(doc, "Font3"), PDF_OK);
     EXPECT_EQ(pdf_set_font_type(doc, "Font14"), PDF_TOO_MANY_FONTS);
     pdf_set_font_size(doc, std::numeric_limits<std::int32_t>::max());
-    for (int i = 0; i < 3; i++) EXPECT_EQ(pdf_add_text_line(doc, "x"), PDF_OK);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(pdf_add_text_line(doc, "x"), PDF_OK);
     pdf_set_font_size(doc, 790);  // fills a page to its lowest line
     EXPECT_EQ(pdf_add_text_line(doc, "x"), PDF_OK);
 
@@ -165,7 +165,7 @@ TEST(PdfWriter, TellsAStreamThatFailsAtOnceOrLater) {
         const FileGuard small(fmemopen(nullptr, 40, "w"));
         EXPECT_EQ(pdf_begin(doc.get(), &INFO, small.get()), PDF_OK);
         int result = PDF_OK;
-        for (int i = 0; i < calls && result == PDF_OK; i++)
+        for (int i = 0; i < calls && result == PDF_OK; ++i)
             result = i % 2 != 0 ? pdf_add_text_line(doc.get(), "text") : pdf_page_break(doc.get());
         EXPECT_EQ(result, calls == 0 ? PDF_OK : PDF_WRITE_FAILED);
         const std::size_t objects = doc->objectCount;
@@ -181,7 +181,7 @@ TEST(PdfWriter, EndsWithAnErrorWhereItsTablesEnd) {
     auto doc = std::make_unique<PdfDocument>();
     ASSERT_EQ(pdf_begin(doc.get(), &INFO, file.get()), PDF_OK);
     int pages = 1;
-    while (pages < 30000 && pdf_page_break(doc.get()) == PDF_OK) pages++;
+    while (pages < 30000 && pdf_page_break(doc.get()) == PDF_OK) ++pages;
     EXPECT_EQ(pages, 65535 / 3);  // a content stream, its length and a page each, and the tree
     EXPECT_EQ(pdf_add_text_line(doc.get(), "text"), PDF_TOO_MANY_OBJECTS);
     EXPECT_EQ(pdf_end(doc.get()), PDF_TOO_MANY_OBJECTS);

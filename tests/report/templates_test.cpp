@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr const char *LIBRARIES[] = {"values.so", "values_next.so", "throwing.so"};
+constexpr const char *libraries[] = {"values.so", "values_next.so", "throwing.so"};
 
 // Writes each "(%FORMAT CLAUSE%)" out as a row of one value.
 std::string writtenOut(std::string text) {
@@ -55,7 +55,7 @@ protected:
         kvInit(&vars_, 0, nullptr);
         setUserVar(&vars_, "site", "Lab ${n}");
         setUserVar(&vars_, "label", "DUT");
-        for (const char *name : LIBRARIES)
+        for (const char *name : libraries)
             std::filesystem::create_symlink(std::filesystem::path(VORN_TEST_PLUGIN_DIR) / name,
                                             dir_.path(name));
         std::filesystem::current_path(dir_.path());
@@ -88,7 +88,7 @@ protected:
             trace = trace.substr(6, std::max<std::size_t>(trace.size(), 13) - 13);
         }
         fields.push_back(trace);
-        for (const char *name : LIBRARIES) EXPECT_FALSE(isLoaded(dir_.path(name))) << name;
+        for (const char *name : libraries) EXPECT_FALSE(isLoaded(dir_.path(name))) << name;
         return fields;
     }
 

@@ -140,7 +140,7 @@ CaseFields runRow(const CaseFields &row) {
     }
     std::string shown;
     while (words >> word) {
-        char text[USER_VAR_VALUE_SIZE];
+        char text[128];
         copyUserVar(&kv_urv, word.c_str(), text, sizeof text);
         shown += std::string(text) + ";";
     }
