@@ -7,6 +7,7 @@
 # Its packages come from where this machine has its own. Says why, and passes, where such a system
 # cannot be made. Leaves nothing behind.
 set -euo pipefail
+unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER # a cache of this machine is none of what is made
 
 packages=
 folders=()

@@ -4,6 +4,7 @@
 # system: installed, configured, upgraded, removed, purged (scripts/try-packages.sh). The tried upgrade
 # is one from these packages under a lower number and with another vorn.cfg.
 set -euo pipefail
+unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER # a cache of this machine is none of what is made
 cd "$(dirname "$0")/.."
 scripts/setup.sh lintian
 

@@ -4,6 +4,7 @@
 # time zone, language and file mode, and compares them byte for byte with those of scripts/package.sh,
 # and so the programs in them.
 set -euo pipefail
+unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER # a cache of this machine is none of what is made
 cd "$(dirname "$0")/.."
 scripts/setup.sh faketime
 

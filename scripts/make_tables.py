@@ -19,11 +19,12 @@ CONFIG_HEAD = """\
 
 def requests():
     """(code, subcommand, words, help) of each row."""
-    text = re.sub(r"//.*", "", REQUESTS.read_text(encoding="utf-8"))
+    text = re.sub(r"^//.*", "", REQUESTS.read_text(encoding="utf-8"), flags=re.MULTILINE)
     for row in text.split("VORN_REQUEST(")[1:]:
         code = int(re.search(r"\b[0-9]+\b", row)[0])
-        name, words, told = re.findall(r'"((?:[^"\\]|\\.)*)"', row)[:3]
-        yield code, name, re.sub(r"\b[0-9]:", "", words), told
+        row = re.sub(r'(?<!\\)"\s*"(?=[^,\s)])', "", row)  # literals side by side are one
+        name, words, told, _ = re.findall(r'"((?:[^"\\]|\\.)*)"', row)
+        yield code, name, re.sub(r"\b[0-9]:", "", words), told.replace(r'\"', '"')
 
 
 def subcommands(text):

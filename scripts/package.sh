@@ -4,6 +4,7 @@
 #   scripts/package.sh [ARCHITECTURE]    armhf is built across, into build/packages-armhf
 # VORN_PACKAGES in the environment: another folder for the packages. The build's own folder is in it.
 set -euo pipefail
+unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER # a cache of this machine is none of what is made
 cd "$(dirname "$0")/.."
 native=$(dpkg --print-architecture)
 architecture=${1:-$native}

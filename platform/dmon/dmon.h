@@ -51,4 +51,4 @@ using DmonWordFn = void (*)(char *buffer, std::size_t size);
 [[gnu::weak]] void dmon_last_error(char *text, std::size_t size, std::int64_t *seconds);
 
 // The level that is set; lets a caller skip the making of a text that nobody reads. Any thread.
-int dmon_level();
+[[gnu::weak]] int dmon_level();

@@ -48,7 +48,8 @@ void handOver(const FindingForm *form, const char *format, const char *text) {
 }  // namespace
 
 bool isFindingRead(const FindingForm *form) {
-    return reportSink != nullptr || (form->level > 0 && form->level <= dmon_level());
+    if (reportSink != nullptr) return true;
+    return form->level > 0 && (dmon_level == nullptr || form->level <= dmon_level());
 }
 
 void tellReport(const FindingForm *form, const char *place, const char *format, va_list arguments) {

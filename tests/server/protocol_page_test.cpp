@@ -121,12 +121,14 @@ for line in open(sys.argv[1], encoding="utf-8"):
         EXPECT_EQ(findRequest(row.code), &row) << "two requests have one code";
         char code[8];
         std::snprintf(code, sizeof code, " %04x ", row.code);
-        if (vectors.find(code) != std::string::npos) continue;
-        if (std::getenv("VORN_UPDATE_GOLDEN") == nullptr) {
-            ADD_FAILURE() << "no vectors of " << row.name;
-            continue;
-        }
-        runProgram({"sh", "-c", binDir() + "/vornctl " + row.name + " " + row.example});
+        bool isThere = false;
+        for (std::size_t at = 0; (at = vectors.find("\n> ", at)) != std::string::npos; ++at)
+            isThere = isThere || vectors.compare(at + 11, 6, code) == 0;
+        if (isThere) continue;
+        EXPECT_NE(std::getenv("VORN_UPDATE_GOLDEN"), nullptr) << "no vectors of " << row.name;
+        if (std::getenv("VORN_UPDATE_GOLDEN") == nullptr) continue;
+        const std::string command = binDir() + "/vornctl " + row.name + " " + row.example;
+        ASSERT_EQ(runProgram({"sh", "-c", command}).status, 0) << command;
         std::ofstream(sourceDir() + "/docs/protocol-vectors.txt", std::ios::app)
             << "\n# " << row.help << "\n"
             << exchanged;
