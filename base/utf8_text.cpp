@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/utf8_text.h"
 
-#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -16,7 +15,7 @@ struct Utf8Lead {
 
 // Unicode, table 3-7: well-formed UTF-8 byte sequences.
 constexpr Utf8Lead leads[] = {
-    {0x01, 0x7F, 0, 0, 1},       {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
+    {0x00, 0x7F, 0, 0, 1},       {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
     {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
     {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
 };
@@ -51,22 +50,25 @@ std::size_t plainLength(std::string_view text) {
     return text.size() >= 8 && arePlain(text.data() + text.size() - 8) ? text.size() : plain;
 }
 
-// The bytes that a lead announces, its own included; 1 for a byte that is none.
-std::size_t announcedLength(char lead) {
-    const auto byte = static_cast<unsigned char>(lead);
-    if ((byte & 0xE0u) == 0xC0u) return 2;
-    if ((byte & 0xF0u) == 0xE0u) return 3;
-    return (byte & 0xF8u) == 0xF0u ? 4 : 1;
-}
-
 }  // namespace
+
+std::size_t readCharacter(std::string_view text, std::uint32_t *codePoint) {
+    constexpr unsigned leadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};  // by length
+    const std::size_t length = characterLength(text);
+    if (length == 0) return 0;
+    std::uint32_t code = static_cast<unsigned char>(text[0]) & leadBits[length];
+    for (std::size_t i = 1; i < length; ++i)
+        code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3Fu);
+    *codePoint = code;
+    return length;
+}
 
 bool isUtf8Text(std::string_view bytes) {
     for (;;) {
         bytes.remove_prefix(plainLength(bytes));
         if (bytes.empty()) return true;
         const std::size_t length = characterLength(bytes);
-        if (length == 0) return false;
+        if (length == 0 || bytes.front() == '\0') return false;
         bytes.remove_prefix(length);
     }
 }

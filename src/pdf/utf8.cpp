@@ -10,13 +10,6 @@ namespace {
 
 constexpr unsigned LOW_SIX = 0x3F;
 
-constexpr bool leadsTwo(unsigned byte) {
-    return (byte & 0xE0) == 0xC0;
-}
-constexpr bool leadsThree(unsigned byte) {
-    return (byte & 0xF0) == 0xE0;
-}
-
 unsigned byteAt(const char *bytes, std::size_t position) {
     return static_cast<unsigned char>(bytes[position]);
 }
@@ -79,15 +72,16 @@ int utf8_fencode_str(std::FILE *stream, const char32_t *text) {
 char32_t utf8_decode_next(const char *bytes, std::size_t *position) {
     const unsigned lead = byteAt(bytes, *position);
     if (lead == 0) return 0;
+    const std::size_t length = announcedLength(bytes[*position]);
     ++*position;
-    if (leadsThree(lead)) {
+    if (length == 3) {
         char32_t result = static_cast<char32_t>(lead & 0x0F) << 12;
         // A lone second continuation byte cannot be: without the first, the next byte is no
         // continuation either, so asking twice is safe.
         result |= takeContinuation(bytes, position, 6);
         return result | takeContinuation(bytes, position, 0);
     }
-    if (leadsTwo(lead)) {
+    if (length == 2) {
         const char32_t result = static_cast<char32_t>(lead & 0x1F) << 6;
         return result | takeContinuation(bytes, position, 0);
     }
@@ -106,8 +100,9 @@ char32_t utf8_decode_prev(const char *bytes, std::size_t *position) {
         if (*position == 0) return 0;
         byte = byteAt(bytes, --*position);
     }
-    const unsigned leadBits = leadsThree(byte) ? byte & 0x0F : byte & 0x1F;
-    if (!leadsThree(byte) && !leadsTwo(byte)) return byte & 0x7F;
+    const std::size_t length = announcedLength(bytes[*position]);
+    if (length != 2 && length != 3) return byte & 0x7F;
+    const unsigned leadBits = length == 3 ? byte & 0x0F : byte & 0x1F;
     return gathered | (shift < 32 ? static_cast<char32_t>(leadBits) << shift : 0);
 }
 

@@ -18,31 +18,6 @@ constexpr std::uint32_t punctuation[] = {
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
 static_assert(std::size(punctuation) == 32);
 
-// Reads the character at the front of a text; returns its bytes, 0 when it is not well-formed.
-std::size_t readCharacter(std::string_view text, std::uint32_t *character) {
-    struct Form {
-        unsigned mask, lead;  // of the first byte
-        std::uint32_t least;  // the same character in more bytes than it needs is malformed
-    };
-    constexpr Form forms[] = {
-        {0x80, 0x00, 0}, {0xE0, 0xC0, 0x80}, {0xF0, 0xE0, 0x800}, {0xF8, 0xF0, 0x10000}};
-    const auto lead = static_cast<unsigned char>(text[0]);
-    const Form *form = std::find_if(std::begin(forms), std::end(forms),
-                                    [lead](const Form &f) { return (lead & f.mask) == f.lead; });
-    const auto length = static_cast<std::size_t>(form - forms) + 1;
-    if (form == std::end(forms) || text.size() < length) return 0;
-
-    std::uint32_t code = lead & ~form->mask;
-    for (std::size_t i = 1; i < length; ++i) {
-        if (!isContinuation(text[i])) return 0;
-        code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
-    }
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    if (code < form->least || surrogate || code > 0x10FFFF) return 0;
-    *character = code;
-    return length;
-}
-
 // Whether eight bytes are printable ASCII: such a byte has its top bit in none of the three.
 bool arePrintable(const char *bytes) {
     std::uint64_t eight = 0;
