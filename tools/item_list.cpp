@@ -204,18 +204,15 @@ bool globalReaches(const Results *results, const Results *app) {
 }
 
 Json timesOf(const Results *results, const Results *app) {
-    const std::pair<const char *, std::uint32_t> times[] = {
-        {"%start-time", app->startTime},         {"%stop-time", app->stopTime},
-        {"%restart-time", app->restartTime},     {"%elapsed-time", app->elapsedTime},
-        {"%powerfail-time", app->powerfailTime},
-    };
     const bool reachable = globalReaches(results, app);
     Json list = Json::array();
-    for (const auto &[name, value] : times)
+    for (const GlobalVariable &variable : globalVariables) {
+        const std::string name(variable.name);
         list.push_back({{"name", name},
-                        {"global", reachable ? Json(std::string(app->name) + '@' + name) : Json()},
+                        {"global", reachable ? Json(app->name + ('@' + name)) : Json()},
                         {"type", "UINT32"},
-                        {"value", value}});
+                        {"value", app->*variable.seconds}});
+    }
     return list;
 }
 

@@ -49,10 +49,6 @@ constexpr FieldSource fieldSources[][FIELD_COUNT] = {
 #undef AT
 static_assert(std::size(fieldSources) == KIND_COUNT);
 
-// As messages name them, by VORN_FIELD_...
-constexpr const char *fieldNames[] = {"val", "secs", "rate", "min", "max"};
-static_assert(std::size(fieldNames) == FIELD_COUNT);
-
 // Gives the value a copy of a text. A short one is filled up with NULs: an iteration bound reads a
 // whole word of it.
 int ownText(TemplateContext *ctx, ItemValue *value, std::string_view text) {
@@ -166,7 +162,7 @@ int fetchItemValue(TemplateContext *ctx, std::string_view link, ItemValue *value
     const std::size_t at = expanded.find('@');
     if (at != std::string_view::npos) item[at] = '@';
     return templateError(ctx, MERGE_NO_SUCH_FIELD, "application item '%s' has no '%s' field.", item,
-                         fieldNames[field]);
+                         field == VORN_FIELD_VALUE ? "val" : fieldNames[field].data());
 }
 
 int takeItemValue(TemplateContext *ctx, const RegisterRecord *reg, std::int32_t field,

@@ -2,7 +2,6 @@
 #include "report/row_values.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstring>
 
 #include "output/conversions.h"
@@ -13,6 +12,7 @@
 #include "report/template_params.h"
 #include "report/user_vars.h"
 #include "results/dict_resolver.h"
+#include "results/results.h"
 #include "storage/strings.h"
 
 namespace {
@@ -23,18 +23,6 @@ ItemValue *nextSlot(TemplateContext *ctx, ReportRow *row) {
     templateError(ctx, MERGE_TOO_MANY_VALUES, "too many values in row clause.");
     return nullptr;
 }
-
-struct GlobalVariable {
-    std::string_view name;
-    std::size_t offset;  // in the application record
-};
-constexpr GlobalVariable globalVariables[] = {
-    {"%start-time", offsetof(Results, startTime)},
-    {"%stop-time", offsetof(Results, stopTime)},
-    {"%restart-time", offsetof(Results, restartTime)},
-    {"%elapsed-time", offsetof(Results, elapsedTime)},
-    {"%powerfail-time", offsetof(Results, powerfailTime)},
-};
 
 // The application that a global variable's text names, and the variable's name in it.
 int findApplication(TemplateContext *ctx, const char *text, const Results **app,
@@ -147,7 +135,7 @@ int addGlobalValue(TemplateContext *ctx, ReportRow *row, const ValueClause *clau
         return templateError(ctx, MERGE_UNKNOWN_GLOBAL, "unknown global variable '%s'.",
                              name.data());
     value->type = VORN_TYPE_UINT32;
-    value->data = const_cast<char *>(reinterpret_cast<const char *>(app)) + known->offset;
+    value->data = const_cast<std::uint32_t *>(&(app->*known->seconds));
     return applyDataConversions(ctx, clause, value);
 }
 

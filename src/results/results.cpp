@@ -3,7 +3,6 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <string_view>
 
 #include <pthread.h>
@@ -14,10 +13,6 @@
 #include "storage/strings.h"
 
 namespace {
-
-// By VORN_FIELD_...
-constexpr std::string_view fieldNames[] = {"value", "secs", "rate", "min", "max"};
-static_assert(std::size(fieldNames) == VORN_FIELD_MAX + 1);
 
 // What an item text asks for.
 struct ItemSpec {

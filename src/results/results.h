@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <string_view>
 
@@ -13,6 +14,21 @@
 enum ResultsResult : int {
     RESULTS_OK = 0,
     RESULTS_NOT_LOADED = -9,
+};
+
+// The fields of a register as item texts name them, by VORN_FIELD_...
+constexpr std::string_view fieldNames[] = {"value", "secs", "rate", "min", "max"};
+static_assert(std::size(fieldNames) == VORN_FIELD_MAX + 1);
+
+// The times of an application as global variables name them.
+struct GlobalVariable {
+    std::string_view name;
+    std::uint32_t Results::*seconds;
+};
+constexpr GlobalVariable globalVariables[] = {
+    {"%start-time", &Results::startTime},         {"%stop-time", &Results::stopTime},
+    {"%restart-time", &Results::restartTime},     {"%elapsed-time", &Results::elapsedTime},
+    {"%powerfail-time", &Results::powerfailTime},
 };
 
 // Prepares the application manager's register-name tables, once at start-up. RESULTS_OK, or
