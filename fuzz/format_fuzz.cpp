@@ -9,6 +9,7 @@
 
 #include "base/utf8_text.h"
 #include "output/c_format.h"
+#include "output/report_records.h"
 #include "output/text_output.h"
 
 namespace {

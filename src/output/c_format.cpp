@@ -6,6 +6,7 @@
 #include <array>
 
 #include "output/c_format_piece.h"
+#include "output/report_records.h"
 
 namespace {
 

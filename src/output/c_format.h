@@ -28,9 +28,6 @@ const char *getNextCFormat(char *out, std::size_t outSize, const char *cursor);
 std::size_t changeCFormatDataType(char *out, std::size_t outSize, std::string_view format,
                                   std::string_view newType);
 
-// Room for a cstyle, and so for any piece of one.
-constexpr std::size_t CFORMAT_SIZE = 64;
-
 // How widths, precisions and room are counted.
 enum CFormatUnit : std::uint8_t {
     CFORMAT_BYTES,       // as snprintf does

@@ -31,8 +31,6 @@ struct Job {
 // What a converter returns when it did its work; else it is the reason why not.
 constexpr const char *CONVERTED = nullptr;
 
-constexpr std::size_t ARGUMENT_SIZE = 64;
-
 // Makes the value a string of its own; `string` comes from malloc, or is null when that failed.
 // Only now does old data go that a plug-in handed over with the value.
 const char *takeString(const Job *job, char *string) {
@@ -71,7 +69,7 @@ const char *toBitmapText(const Job *job) {
     }
 
     const bool isSet = (loadNumber<std::uint32_t>(job->value) & toUint32(argument)) != 0;
-    char text[ARGUMENT_SIZE];
+    char text[CONV_ARGUMENT_SIZE];
     copyPiece(text, isSet ? argument.substr(question + 1, colon - question - 1)
                           : argument.substr(colon + 1));
     if (job->dict != nullptr) return takeString(job, dictResolvGetCopy(job->dict, text));

@@ -2,12 +2,16 @@
 // The conversions of values: dates, durations, bit texts, units, addresses.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 #include "vorn/plugin.h"
 
 constexpr std::uint8_t CONV_NONE = 0;
+
+// Room for a conversion's argument.
+constexpr std::size_t CONV_ARGUMENT_SIZE = 64;
 
 enum ConversionResult : int {
     CONV_OK = 0,
@@ -28,7 +32,7 @@ inline constexpr char CONVERSION_NO_MEMORY[] = "no memory for a converted value.
 // Converts a value in place. Returns null, also when there is nothing to do, or why the value,
 // which is as before, cannot be converted: a constant text, of which a second line tells more.
 //   kind      of findConversion
-//   argument  at most 63 characters count
+//   argument  of CONV_ARGUMENT_SIZE bytes at most
 //   dict      translates the texts of "bitmap"; null: they stay as they are
 const char *convertValue(std::uint8_t kind, const char *argument, DictResolver *dict,
                          ItemValue *value);

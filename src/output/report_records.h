@@ -2,6 +2,7 @@
 // What the template engine hands to an output back-end: rows, styles, section entries.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -9,6 +10,9 @@
 #include "vorn/plugin.h"
 
 constexpr std::int32_t ROW_MAX_VALUES = 16;
+
+// Room for a cstyle, and so for any piece of one.
+constexpr std::size_t CFORMAT_SIZE = 64;
 
 // The longest report. Nobody reads one of the kind, and a template of four lines must not fill the
 // disk.
@@ -18,7 +22,7 @@ struct RowFormat;  // output/row_format.h
 
 // One line of the report.
 struct ReportRow {
-    char cstyle[64];  // printf-style format: one conversion a value
+    char cstyle[CFORMAT_SIZE];  // printf-style format: one conversion a value
     std::int32_t count;
     ItemValue values[ROW_MAX_VALUES];
     RowFormat *format = nullptr;  // where a back-end keeps the cstyle taken apart; may be null

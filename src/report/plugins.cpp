@@ -17,7 +17,7 @@
 namespace {
 
 constexpr std::size_t FUNCTION_NAME_SIZE = 32;
-constexpr std::size_t CALL_VALUE_SIZE = sizeof(TemplateParam::value);
+constexpr std::size_t CALL_VALUE_SIZE = sizeof TemplateParam::value;
 constexpr char ABI_SYMBOL[] = "vorn_plugin_abi";
 
 // Looks a symbol up in the library itself. dlsym goes on to the libraries that it depends on, whose

@@ -39,7 +39,6 @@ enum TemplateSteps : std::int32_t {
 };
 constexpr std::size_t TEMPLATE_LINE_SIZE = 1024;
 constexpr std::size_t TEMPLATE_TEXT_SIZE = 512;  // argument values, literals, expansions
-constexpr std::size_t TEMPLATE_NAME_SIZE = 16;   // arguments, parameters, variables
 constexpr std::size_t TEMPLATE_PLACE_SIZE = 48;
 constexpr std::size_t TEMPLATE_WHOLE_PATH_SIZE = PATH_MAX + TEMPLATE_PATH_SIZE;
 

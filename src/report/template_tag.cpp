@@ -5,8 +5,6 @@
 
 namespace {
 
-constexpr std::size_t ARG_NAME_MAX = 15;
-
 constexpr bool isBlank(char c) {
     return c == ' ' || c == '\t';
 }
@@ -17,7 +15,7 @@ RawArg splitArg(std::string_view text, char separator) {
     RawArg arg{};
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     std::size_t length = 0;
-    while (length < text.size() && length < ARG_NAME_MAX && text[length] != ' ' &&
+    while (length < text.size() && length < TEMPLATE_NAME_SIZE - 1 && text[length] != ' ' &&
            text[length] != separator)
         ++length;
     arg.name = text.substr(0, length);

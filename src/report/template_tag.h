@@ -3,8 +3,12 @@
 // is the merge's business and may change from pass to pass of a loop.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
+
+// Room for the name of an argument, a parameter or a variable.
+constexpr std::size_t TEMPLATE_NAME_SIZE = 16;
 
 // TemplateTag.clause, where it is no row of the merge's table.
 constexpr std::int16_t CLAUSE_UNREAD = -1;   // found, and not looked at yet
@@ -13,7 +17,7 @@ constexpr std::int16_t CLAUSE_UNKNOWN = -2;  // a comment, or a tag of another p
 // One argument as it stands in its clause, "name=value" or a bare name: the value is without its
 // quotes, its references are not expanded.
 struct RawArg {
-    std::string_view name;  // at most 15 characters; what is more is the start of the value
+    std::string_view name;  // what does not fit a name's room is the start of the value
     std::string_view value;
     bool hasReference;  // the value holds "${"
 };

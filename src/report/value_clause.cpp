@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "report/value_clause.h"
 
-#include "output/conversions.h"
 #include "report/clause_args.h"
 #include "report/template_hints.h"
 #include "storage/strings.h"

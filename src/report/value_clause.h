@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "output/conversions.h"
 #include "report/template_context.h"
 
 enum ValueSource : std::uint8_t {
@@ -18,11 +19,11 @@ enum : std::uint8_t { VALUE_USE_DICT = 1 };  // ValueClause.flags: translate tex
 
 // One value clause of a template.
 struct ValueClause {
-    std::uint8_t convType;  // of findConversion
-    char convArg[64];       // its argument
-    std::uint8_t source;    // ValueSource
-    std::uint8_t flags;     // VALUE_USE_DICT
-    char sourceText[256];   // link, global variable, user variable name or plug-in call
+    std::uint8_t convType;             // of findConversion
+    char convArg[CONV_ARGUMENT_SIZE];  // its argument
+    std::uint8_t source;               // ValueSource
+    std::uint8_t flags;                // VALUE_USE_DICT
+    char sourceText[256];              // link, global variable, user variable name or plug-in call
 };
 
 // Reads a value clause, which is cleared first. MERGE_OK, or MERGE_TEMPLATE_ERROR after a message.
