@@ -225,8 +225,15 @@ void checkOrder(Findings *findings, const Subscription &subs) {
 // The applications of a subscription, and who else saves them.
 void checkApps(Findings *findings, const At &place, const Subscription &subs,
                std::map<std::string, std::string> *savers) {
+    std::set<std::string> own;
     for (int app = 0; app < subs.numApps; ++app) {
         const std::string name = subs.apps[app].appName;
+        if (!own.insert(name).second) {  // the second of the two is never synchronised
+            findings->add(HINT, place,
+                          "application '" + name +
+                              "' is named twice: while it runs, the subscription saves nothing");
+            continue;
+        }
         if (name.size() > APP_NAME_LENGTH)
             findings->add(
                 HINT, place,
