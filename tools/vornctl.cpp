@@ -35,7 +35,7 @@ constexpr double TIMEOUT_S = 30;
 constexpr double REPORT_TIMEOUT_S = 600;  // the reply comes when the report is made
 constexpr int QUOTA_MAX = 65535;          // the service keeps 16 bits of it
 
-// What each word is, with its limit.
+// What each word is, with its limit. A word that is not here gets no help.
 const std::map<std::string, const char *> wordHelp = {
     {"NAME", "subscription, 1 to 15 characters, no '/'"},
     {"APP", "application, at most 15 characters; none: the one named like the subscription"},
@@ -136,7 +136,7 @@ int exchangeRequest(const Common &common, const std::string &command, const Mess
         if (done) return CTL_DONE;
         return complain(command + " refused: " + text + " (" + std::to_string(packet.param1) + ")");
     }
-    if (packet.type != message.packet.type || show == nullptr) {
+    if (packet.type != message.packet.type) {
         return complain("the answer is of an unknown type (" + std::to_string(packet.type) + ")");
     }
     json.update({{"ok", true}, {"result", SRV_OK}, {"text", "done"}});
@@ -249,7 +249,7 @@ std::int32_t parameterOf(const WordForm &form, const std::string &word) {
 // Puts the words into the message as the row says.
 void putWords(const Request &row, const Words &words, Message *message) {
     for (const WordForm &form : wordForms(row)) {
-        if (form.many) continue;  // the request's own function knows how
+        if (form.many) continue;  // the list comes last
         const std::string &word = words.said.at(form.name);
         if (form.parameter == 0)
             putTexts(message, {word});
@@ -257,6 +257,10 @@ void putWords(const Request &row, const Words &words, Message *message) {
             (form.parameter == '1' ? message->packet.param1 : message->packet.param2) =
                 parameterOf(form, word);
     }
+}
+
+void putList(const Words &words, Message *message) {
+    putTexts(message, words.list);
 }
 
 // ---- what some requests need besides ----
@@ -269,7 +273,7 @@ void putApps(const Words &words, Message *message) {
 void putPairs(const Words &words, Message *message) {
     if (words.list.size() % 2 != 0) throw CLI::ValidationError("each NAME needs a VALUE");
     message->packet.param1 = static_cast<std::int32_t>(words.list.size() / 2);
-    putTexts(message, words.list);
+    putList(words, message);
 }
 
 void offerForce(CLI::App *command, Words *words) {
@@ -315,6 +319,12 @@ void askForReports(const Words & /*words*/, Message *message) {
     message->packet.param2 = QUOTA_REPORTS;
 }
 
+std::string showParameters(const PktMessage &reply, Json *json) {
+    (*json)["param1"] = reply.param1;
+    (*json)["param2"] = reply.param2;
+    return "param1 " + std::to_string(reply.param1) + ", param2 " + std::to_string(reply.param2);
+}
+
 std::string showNumFiles(const PktMessage &reply, Json *json) {
     (*json)["max"] = reply.param1;
     (*json)["files"] = reply.param2;
@@ -331,20 +341,20 @@ std::string showAutoseq(const PktMessage &reply, Json *json) {
 
 struct Extra {
     RequestCode code;
-    void (*offer)(CLI::App *command, Words *words);  // options
-    void (*finish)(const Words &words, Message *message);
+    void (*offer)(CLI::App *command, Words *words);        // options; may be null
+    void (*finish)(const Words &words, Message *message);  // after the words, their list apart
     ShowReply show;
 };
 
-constexpr Extra noExtra = {REPLY_RESULT, nullptr, nullptr, nullptr};
+constexpr Extra noExtra = {REPLY_RESULT, nullptr, putList, showParameters};
 constexpr Extra extras[] = {
-    {REQ_ADD_SUBS, nullptr, putApps, nullptr},
-    {REQ_SET_URV, nullptr, putPairs, nullptr},
-    {REQ_SET_QUOTA, offerForce, checkQuota, nullptr},
-    {REQ_MAKE_REPORT, offerFormat, putFormat, nullptr},
-    {REQ_SET_AUTOREPORT, offerReference, putReference, nullptr},
+    {REQ_ADD_SUBS, nullptr, putApps, showParameters},
+    {REQ_SET_URV, nullptr, putPairs, showParameters},
+    {REQ_SET_QUOTA, offerForce, checkQuota, showParameters},
+    {REQ_MAKE_REPORT, offerFormat, putFormat, showParameters},
+    {REQ_SET_AUTOREPORT, offerReference, putReference, showParameters},
     {REQ_GET_NUMFILES, nullptr, askForReports, showNumFiles},
-    {REQ_GET_AUTOSEQ, nullptr, nullptr, showAutoseq},
+    {REQ_GET_AUTOSEQ, nullptr, putList, showAutoseq},
 };
 
 const Extra &extraOf(const Request &row) {
@@ -357,7 +367,7 @@ int makeRequest(const Common &common, const Request &row, const Words &words) {
     const Extra &extra = extraOf(row);
     Message message(row.code);
     putWords(row, words, &message);
-    if (extra.finish != nullptr) extra.finish(words, &message);
+    extra.finish(words, &message);
     return exchangeRequest(common, row.name, message, extra.show);
 }
 
@@ -429,7 +439,8 @@ private:
     }
 
     void addWord(CLI::App *command, const WordForm &form, std::string *said) {
-        const std::string help = wordHelp.at(form.name);
+        const auto known = wordHelp.find(form.name);
+        const std::string help = known != wordHelp.end() ? known->second : "";
         CLI::Option *option = form.many ? command->add_option(form.name, words_.list, help)
                                         : command->add_option(form.name, *said, help);
         option->required(!form.optional);

@@ -90,6 +90,8 @@ TEST_F(Vornctl, TellsTheAnswerInWordsAsJsonAndInItsExitStatus) {
               "1 {\"command\":\"autosave\",\"ok\":false,\"result\":-22,\"text\":\"no such quota or "
               "action\"}\nvornctl: autosave refused: no such quota or action (-22)\n");
     EXPECT_EQ(vornctl("report a b c d"), "1 vornctl: report refused: a plug-in failed (-22)\n");
+    reply(REQ_SET_AUTOSAVE, 3, -4);
+    EXPECT_EQ(vornctl("autosave on"), "0 param1 3, param2 -4\n");
     reply(REQ_GET_AUTOSEQ, 1, -4);
     EXPECT_EQ(vornctl("get-autoseq"), "0 names by sequence, next number -4\n");
     EXPECT_EQ(vornctl("get-autoseq --json"),
