@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <set>
 #include <string_view>
 
@@ -16,6 +15,8 @@
 
 #include "base/numbers.h"
 #include "results/results.h"
+#include "type_format.h"
+#include "utc_time.h"
 
 namespace {
 
@@ -28,19 +29,6 @@ constexpr const char *kindNames[] = {
     "selection",           "bit set", "UINT32", "INT32", "UINT64", "FLOAT", "DOUBLE", "counter",
     "UINT32 with seconds", "array"};
 static_assert(std::size(kindNames) == VORN_REG_ARRAY + 1);
-
-// The conversion of a row's cstyle that prints a value of this type.
-struct TypeFormat {
-    std::string_view type, conversion;
-};
-constexpr TypeFormat typeFormats[] = {{"string", "%s"},   {"UINT32", "%u"}, {"INT32", "%d"},
-                                      {"UINT64", "%llu"}, {"FLOAT", "%f"},  {"DOUBLE", "%f"}};
-
-std::string_view conversionFor(std::string_view type) {
-    for (const TypeFormat &format : typeFormats)
-        if (format.type == type) return format.conversion;
-    return "";
-}
 
 // ---- the list ----
 
@@ -262,15 +250,6 @@ void addLine(std::string *out, const std::string &argument, std::string_view kin
     *out += columns + value + '\n';
 }
 
-std::string utcTime(std::uint32_t seconds) {
-    const std::time_t time = seconds;
-    std::tm parts{};
-    char text[32] = "";
-    if (gmtime_r(&time, &parts) != nullptr)
-        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts);
-    return text;
-}
-
 // The argument to write, or that there is none.
 std::string shownArgument(const char *argument, const Json &text, const Json &name) {
     if (text.is_null())
@@ -285,7 +264,7 @@ void addTimes(std::string *out, const Json &times) {
         const auto value = time["value"].get<std::uint32_t>();
         if (value != 0 && time["name"] != "%elapsed-time") shown += "  " + utcTime(value);
         addLine(out, shownArgument("global", time["global"], time["name"]), "time",
-                conversionFor("UINT32"), shown);
+                formatOfType("UINT32"), shown);
     }
 }
 
@@ -296,7 +275,7 @@ void addRegister(std::string *out, const Json &reg) {
         const Json &link = links[i];
         const bool wholeArray = i == 0 && reg["kind"] == "array";
         addLine(out, shownArgument("link", link["link"], reg["name"]),
-                reg["kind"].get<std::string>(), conversionFor(link["type"].get<std::string>()),
+                reg["kind"].get<std::string>(), formatOfType(link["type"].get<std::string>()),
                 wholeArray ? shownArray(link["value"]) : shownValue(link["value"]));
     }
     if (shown < links.size())

@@ -2,10 +2,12 @@
 #include "report_scaffold.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include <nlohmann/json.hpp>
 
 #include "item_list.h"
+#include "type_format.h"
 
 namespace {
 
@@ -13,16 +15,10 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t LONGEST_LABEL = 32;
 
-std::string formatFor(const std::string &type) {
-    if (type == "string") return "%s";
-    if (type == "INT32") return "%d";
-    if (type == "UINT32") return "%u";
-    return type == "UINT64" ? "%llu" : "%f";
-}
-
-std::string row(const std::string &label, const std::string &format, const std::string &value) {
-    return "<row cstyle='%-" + std::to_string(LONGEST_LABEL) + "s " + format + "'><value>" +
-           label.substr(0, LONGEST_LABEL) + "</value><value " + value + "></value></row>\n";
+std::string row(const std::string &label, std::string_view format, const std::string &value) {
+    return "<row cstyle='%-" + std::to_string(LONGEST_LABEL) + "s " + std::string(format) +
+           "'><value>" + label.substr(0, LONGEST_LABEL) + "</value><value " + value +
+           "></value></row>\n";
 }
 
 std::string timeRow(const Json &time) {
@@ -68,7 +64,8 @@ std::string registerRows(const Json &reg) {
     std::string rows;
     for (const Json &link : links) {
         const std::string text = link["link"];
-        rows += row(text.substr(text.find('@') + 1), formatFor(link["type"]), "link=" + text);
+        rows += row(text.substr(text.find('@') + 1), formatOfType(std::string(link["type"])),
+                    "link=" + text);
     }
     return rows;
 }

@@ -3,17 +3,11 @@
 
 #include <ctime>
 
+#include "utc_time.h"
+
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::string utc(std::time_t seconds) {
-    std::tm parts{};
-    char text[40] = "";
-    if (gmtime_r(&seconds, &parts) != nullptr)
-        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts);
-    return text;
-}
 
 // Groups whose every member is a counter of one metric, told apart by a label.
 struct Counters {
@@ -53,7 +47,7 @@ std::string label(const char *name, const Json &value) {
 
 std::string statsText(const Json &stats) {
     std::string text = "vorn " + stats.at("version").get<std::string>() + ", running since " +
-                       utc(stats.at("start").get<std::time_t>()) + "\n";
+                       utcTime(stats.at("start").get<std::time_t>()) + "\n";
     for (const char *group : {"saves", "reports", "events", "queue"}) {
         text += group + std::string(":");
         const char *before = " ";
@@ -69,7 +63,7 @@ std::string statsText(const Json &stats) {
     const Json &error = stats.at("last_error");
     const auto time = error.at("time").get<std::time_t>();
     return text + "last error: " +
-           (time == 0 ? "none" : utc(time) + ", " + error.at("text").get<std::string>()) + "\n";
+           (time == 0 ? "none" : utcTime(time) + ", " + error.at("text").get<std::string>()) + "\n";
 }
 
 std::string statsPrometheus(const Json &stats) {
