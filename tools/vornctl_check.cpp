@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <map>
@@ -16,22 +15,22 @@
 
 #include "base/guards.h"
 #include "base/root_path.h"
+#include "base/words.h"
 #include "core/config_file.h"
 #include "core/options.h"
 #include "core/subscription_files.h"
+#include "listener/commands.h"
+#include "listener/result_names.h"
 #include "storage/files.h"
 #include "storage/quota.h"
 #include "storage/state_file.h"
-#include "storage/strings.h"
 
 namespace {
 
 constexpr int QUOTAS_FOR_SUBSCRIPTIONS = QUOTA_SLOTS - 1;  // the report quota takes one
 constexpr std::size_t PATH_LENGTH = OPTION_PATH_SIZE - 1;
-constexpr std::size_t APP_NAME_LENGTH = 8;  // the application manager is asked for no more
+constexpr std::size_t APP_NAME_LENGTH = APP_KEY_SIZE - 1;  // the manager is asked for no more
 constexpr std::size_t DICTIONARY_ENDING = std::string_view("/_eng.lxc").size();
-constexpr std::size_t TIME_NAME_LENGTH = std::string_view("2026-05-01-101500.res").size();
-constexpr std::size_t NUMBER_NAME_LENGTH = std::string_view("00001.res").size();
 
 enum Kind { HINT, ERROR };
 
@@ -83,6 +82,18 @@ std::string fixedPath(const char *path) {
     return out;
 }
 
+std::string withoutSlashes(std::string_view path) {
+    const std::size_t last = path.find_last_not_of('/');
+    return std::string(path.substr(0, last == std::string_view::npos ? 1 : last + 1));
+}
+
+// The folder that a path's file or folder stands in.
+std::string parentOf(const std::string &path) {
+    const std::string given = withoutSlashes(path);
+    const std::string_view folder = folderOf(given);
+    return folder.empty() ? "." : withoutSlashes(folder);
+}
+
 // ---- what the readers accept ----
 
 enum Use { USE_READ, USE_WRITE };
@@ -110,8 +121,7 @@ void checkMadeDirectory(Findings *findings, Kind kind, const std::string &key,
         checkDirectory(findings, kind, key, path, USE_WRITE);
         return;
     }
-    const std::string above = path.substr(0, path.rfind('/'));
-    const std::string parent = above.empty() ? "/" : above;
+    const std::string parent = parentOf(path);
     const std::string fault = faultOfDirectory(parent, USE_WRITE);
     if (!fault.empty())
         findings->add(kind, findings->placeOf(key, path),
@@ -161,11 +171,15 @@ void checkQuota(Findings *findings) {
                       "purging with a maximum of 0 deletes every file as it is made");
 }
 
-// The longest name of a results file, and of a report made from it.
-std::size_t longestFileName() {
-    const std::size_t byNumber =
-        std::string_view(opt_refname.get().text).size() + NUMBER_NAME_LENGTH;
-    return opt_autoname == NAME_BY_SEQUENCE ? byNumber : TIME_NAME_LENGTH;
+// The name of the next results file, when its measurement begins now. That of a report made from it
+// is as long.
+std::string nextFileName() {
+    char base[BASE_NAME_SIZE];
+    char name[RESULTS_NAME_SIZE];
+    makeBaseName(base, opt_autoname, static_cast<std::int32_t>(std::time(nullptr)),
+                 opt_refname.get().text, opt_autoseq);
+    makeResultsName(name, base);
+    return name;
 }
 
 void checkLength(Findings *findings, const At &place, const std::string &what, std::size_t length) {
@@ -191,29 +205,11 @@ void checkTemplate(Findings *findings, const At &place, const Subscription &subs
     }
 }
 
-int isResults(const struct dirent *entry) {
-    return isFileEndingIn(entry, ".res") ? 1 : 0;
-}
-
-// The name of the next results file, when its measurement begins now.
-std::string nextFileName() {
-    char name[64];
-    if (opt_autoname == NAME_BY_SEQUENCE) {
-        std::snprintf(name, sizeof name, "%s%05d.res", opt_refname.get().text, opt_autoseq.load());
-        make_filename(name);
-    } else {
-        const std::time_t now = std::time(nullptr);
-        std::tm parts{};
-        std::strftime(name, sizeof name, "%Y-%m-%d-%H%M%S.res", gmtime_r(&now, &parts));
-    }
-    return name;
-}
-
 // Purging goes by name.
 void checkOrder(Findings *findings, const Subscription &subs) {
     if (opt_fullact_res != FULL_PURGE) return;
     const std::string folder = opt_resdir + ("/" + std::string(subs.name));
-    const DirListing files(folder.c_str(), isResults, misc_alphasort);
+    const DirListing files(folder.c_str(), isResultsFile, misc_alphasort);
     const std::string next = nextFileName();
     const std::string last = files.count() == 0 ? "" : files.name(files.count() - 1);
     if (next >= last) return;
@@ -235,9 +231,9 @@ void checkApps(Findings *findings, const At &place, const Subscription &subs,
             continue;
         }
         if (name.size() > APP_NAME_LENGTH)
-            findings->add(
-                HINT, place,
-                "application '" + name + "' has more than 8 characters and never matches");
+            findings->add(HINT, place,
+                          "application '" + name + "' has more than " +
+                              std::to_string(APP_NAME_LENGTH) + " characters and never matches");
         const auto [saver, first] = savers->emplace(name, subs.name);
         if (!first)
             findings->add(HINT, place,
@@ -266,7 +262,7 @@ void checkSubscriptions(Findings *findings) {
         }
         checkApps(findings, place, subs, &savers);
         checkLength(findings, place, "a results file's path",
-                    std::string_view(opt_resdir).size() + name.size() + 2 + longestFileName());
+                    std::string_view(opt_resdir).size() + name.size() + 2 + nextFileName().size());
         if (opt_dictdir[0] != '\0')
             checkLength(findings, place, "a dictionary's path",
                         std::string_view(opt_dictdir).size() + name.size() + DICTIONARY_ENDING);
@@ -283,8 +279,7 @@ void checkState(Findings *findings) {
                               : errno == EISDIR || errno == ENOTSUP;
     if (foreign)
         findings->add(ERROR, {path, 0}, "this is no state file; the service will not start");
-    const std::string directory = path.substr(0, path.rfind('/'));
-    checkMadeDirectory(findings, ERROR, "", directory);
+    checkMadeDirectory(findings, ERROR, "", parentOf(path));
 }
 
 }  // namespace
@@ -306,7 +301,7 @@ std::vector<CheckFinding> checkConfig(const std::string &root, const std::string
         checkLanguage(&findings, "def-lang-id", opt_dflt_lang_id);
     checkQuota(&findings);
     checkLength(&findings, findings.placeOf("reports-dir", opt_rptdir), "a report's path",
-                std::string_view(opt_rptdir).size() + 1 + longestFileName());
+                std::string_view(opt_rptdir).size() + 1 + nextFileName().size());
     checkSubscriptions(&findings);
     return std::move(findings.list);
 }

@@ -9,7 +9,6 @@
 #include "base/words.h"
 #include "core/options.h"
 #include "output/dump_backend.h"
-#include "storage/files.h"
 #include "storage/strings.h"
 
 namespace {
@@ -19,7 +18,7 @@ static_assert(RPT_FMT_TXT == 0 && RPT_FMT_PDF == 1 && std::size(reportEndings) =
 
 // Replaces the results file's ending, and whatever follows it, by the report format's.
 void setReportEnding(char *reportPath, std::int32_t format) {
-    char *ending = std::strstr(reportPath, ".res");
+    char *ending = std::strstr(reportPath, RESULTS_ENDING);
     if (ending == nullptr || format < 0 ||
         format >= static_cast<std::int32_t>(std::size(reportEndings)))
         return;
@@ -43,14 +42,16 @@ void makeBaseName(char (&base)[BASE_NAME_SIZE], std::int32_t format, std::int32_
     }
 }
 
+void makeResultsName(char (&name)[RESULTS_NAME_SIZE], const char (&base)[BASE_NAME_SIZE]) {
+    std::snprintf(name, sizeof name, "%s%s", base, RESULTS_ENDING);
+    make_filename(name);
+}
+
 bool makeResultsPath(char (&path)[RESULT_PATH_SIZE], const Subscription *subscription,
                      const char (&base)[BASE_NAME_SIZE]) {
-    char safeBase[BASE_NAME_SIZE];
-    copyPiece(safeBase, base);
-    make_filename(safeBase);
-    char fileName[BASE_NAME_SIZE + sizeof ".res"];
-    std::snprintf(fileName, sizeof fileName, "%s.res", safeBase);
-    return joinPath(path, sizeof path, subscription->resultsDir, fileName);
+    char name[RESULTS_NAME_SIZE];
+    makeResultsName(name, base);
+    return joinPath(path, sizeof path, subscription->resultsDir, name);
 }
 
 void makeReportPath(char (&reportPath)[RESULT_PATH_SIZE], const char *resultsPath,

@@ -14,10 +14,6 @@ KvStore subscriptionTable;  // subscription name -> Subscription, from malloc
 
 // ---- the results quota of a subscription; run under the quota table's mutex ----
 
-int isResultsFile(const struct dirent *entry) {
-    return isFileEndingIn(entry, ".res") ? 1 : 0;
-}
-
 int countResultsFiles(void *user) {
     const auto *subscription = static_cast<const Subscription *>(user);
     return countDirFiles(subscription->resultsDir, isResultsFile);

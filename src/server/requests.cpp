@@ -118,11 +118,11 @@ int readReportRequest(const PktMessage *request, ReportRequest *fields) {
     return result;
 }
 
-// Takes the report's name for templates from its path: the last part up to ".res". Others may set
-// the variable again before the report is made.
+// Takes the report's name for templates from its path: the last part up to RESULTS_ENDING. Others
+// may set the variable again before the report is made.
 void setReportName(std::string_view path, char (&text)[REPORT_NAME_MAX + 1]) {
     const std::string_view name = fileNameOf(path).substr(0, REPORT_NAME_MAX);
-    copyPiece(text, name.substr(0, name.find(".res")));
+    copyPiece(text, name.substr(0, name.find(RESULTS_ENDING)));
     setUserVar(&kv_urv, "report-name", text);
 }
 

@@ -108,6 +108,10 @@ int isSubsFile(const struct dirent *entry) {
     return isFileEndingIn(entry, ".subs") ? 1 : 0;
 }
 
+int isResultsFile(const struct dirent *entry) {
+    return isFileEndingIn(entry, RESULTS_ENDING) ? 1 : 0;
+}
+
 int misc_alphasort(const struct dirent **a, const struct dirent **b) {
     return std::strcmp((*a)->d_name, (*b)->d_name);
 }

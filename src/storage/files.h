@@ -61,8 +61,12 @@ bool joinPath(char *out, std::size_t size, const char *directory, const char *na
 // True for a regular file whose name ends in `ending` and is longer than that.
 bool isFileEndingIn(const struct dirent *entry, std::string_view ending);
 
-// True for a regular file whose name is longer than 5 characters and ends in ".subs".
+// How the names of results files end.
+constexpr char RESULTS_ENDING[] = ".res";
+
+// True for a regular file whose name ends in ".subs", or RESULTS_ENDING, and is longer than that.
 int isSubsFile(const struct dirent *entry);
+int isResultsFile(const struct dirent *entry);
 
 // Order by name, byte by byte.
 int misc_alphasort(const struct dirent **a, const struct dirent **b);
