@@ -106,10 +106,10 @@ private:
         reportSink = &sink;
         std::rewind(template_.get());
         const std::string path = shownInput(order_.templateFile);
-        const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
+        const std::string folder(folderOf(path));
         static_cast<void>(mergeTemplate(results_.get(), template_.get(), nowhere_.get(),
-                                        path.c_str() + name, format, &kv_urv, order_.dict.c_str(),
-                                        nullptr, path.substr(0, name).c_str()));
+                                        fileNameOf(path).data(), format, &kv_urv,
+                                        order_.dict.c_str(), nullptr, folder.c_str()));
         reportSink = nullptr;
     }
 

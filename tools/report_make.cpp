@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <string_view>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,6 +15,7 @@
 #include "base/guards.h"
 #include "base/open_file.h"
 #include "base/whole_file.h"
+#include "base/words.h"
 #include "output/dump_backend.h"
 #include "report/merge.h"
 #include "report/report.h"
@@ -134,11 +136,11 @@ bool fill(const ReportOrder &order, std::FILE *templateFile, std::FILE *report) 
     ResultsGuard results;
     if (!loadResults(order.results, &results)) return false;
     const std::string path = shownInput(order.templateFile);
-    const std::size_t name = path.rfind('/') + 1;  // npos + 1 is 0
-    return mergeTemplate(results.get(), templateFile, report, path.c_str() + name, order.format,
+    const std::string folder(folderOf(path));
+    return mergeTemplate(results.get(), templateFile, report, fileNameOf(path).data(), order.format,
                          &kv_urv, order.dict.c_str(),
                          order.reportName.empty() ? nullptr : order.reportName.c_str(),
-                         path.substr(0, name).c_str()) == REPORT_OK;
+                         folder.c_str()) == REPORT_OK;
 }
 
 bool make(const ReportOrder &order, const FindingList &findings) {
@@ -183,8 +185,8 @@ void tellFailure(const std::string &results, const std::string &reason) {
 }
 
 std::string reportNameOf(const std::string &results) {
-    const std::string name = results.substr(results.rfind('/') + 1);
-    return name.substr(0, name.find(".res"));
+    const std::string_view name = fileNameOf(results);
+    return std::string(name.substr(0, name.find(RESULTS_ENDING)));
 }
 
 std::string shownInput(const std::string &path) {

@@ -42,7 +42,7 @@ FileGuard openTemplate(const std::string &path);
 // Loads results, of a stream as well; false after a message.
 bool loadResults(const std::string &path, ResultsGuard *results);
 
-// What `report-name` is unless it is set: the name of the results file without ".res".
+// What `report-name` is unless it is set: the name of the results file without its ending.
 std::string reportNameOf(const std::string &results);
 
 // How messages name a template or results.
