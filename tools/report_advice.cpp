@@ -67,7 +67,7 @@ constexpr Advice advices[] = {
     {"'enabled=%s' counts as no.", "yes or no"},
     {"a 'bitmap' conversion without '?' and ':' changes nothing.", "write bitmap(MASK?TEXT:TEXT)"},
     {"units after the eighth are left out.", "at most 8"},
-    {"in a PDF characters of the row are shown as '?', the first is %s%0*X.",
+    {"in a PDF characters of the row are shown as '?', the first is %s.",
      "PDF reports have the letters of Western Europe"},
     {"path '%s' was cut at %zu characters.", "shorten it, or move the file"},
     {"'%s' is no font of a PDF report.", "Courier, Helvetica, Times-Roman and their faces are"},

@@ -3,6 +3,7 @@
 #include "output/pdf_output.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <string_view>
 
 #include "base/guards.h"
@@ -142,10 +143,18 @@ void addBlankLines(void *state, const TemplateSection *section, std::int32_t cou
     for (std::int32_t i = 0; i < count && pdf_add_text_line(doc, "\n") == PDF_OK;) ++i;
 }
 
+// The first that was lost, in words.
+struct LostText {
+    explicit LostText(const WinAnsiLoss *loss) {
+        std::snprintf(text, sizeof text, loss->firstIsByte ? "byte 0x%02X" : "U+%04X", loss->first);
+    }
+    char text[16];
+};
+
 void logLoss(const WinAnsiLoss *loss) {
     if (loss->count == 0) return;
-    tellFreeWarning("PDF report: characters shown as '?': %u, the first is %s%0*X.", loss->count,
-                    loss->firstIsByte ? "byte 0x" : "U+", loss->firstIsByte ? 2 : 4, loss->first);
+    tellFreeWarning("PDF report: characters shown as '?': %u, the first is %s.", loss->count,
+                    LostText(loss).text);
 }
 
 // What a check looks for in a row.
@@ -155,8 +164,8 @@ void hintLine(PdfReport *report, const ReportRow *row, const RowFormat *format,
     hintPdfLine(&report->document, line, LINE_TEXT_MAX);
     const WinAnsiLoss *loss = &report->loss;
     if (loss->count > 0)
-        tellHint("in a PDF characters of the row are shown as '?', the first is %s%0*X.",
-                 loss->firstIsByte ? "byte 0x" : "U+", loss->firstIsByte ? 2 : 4, loss->first);
+        tellHint("in a PDF characters of the row are shown as '?', the first is %s.",
+                 LostText(loss).text);
     report->loss = {};
 }
 
@@ -200,11 +209,7 @@ int dumpPDFFree(void *state) {
 int dumpPDFRow(void *state, const ReportRow *row) {
     RowFormat unkept;
     const RowFormat *format = readRowFormat(row, &unkept);
-    if (format->count != row->count) {
-        tellCause("number of values in row doesn't match 'cstyle' arguments.");
-        tellHiddenCause("values: %d, conversions: %d", row->count, format->count);
-        return DUMP_ROW_MISMATCH;
-    }
+    if (format == nullptr) return DUMP_ROW_MISMATCH;
     PdfReport *report = reportOf(state);
     // By one character more a check sees what is cut.
     const std::size_t room = LINE_TEXT_MAX + (wantsHints() ? 1 : 0);

@@ -24,6 +24,7 @@ struct RowFormat {
     RowPiece pieces[ROW_MAX_VALUES];  // of the first conversions
 };
 
-// Takes a row's cstyle apart, unless the row's own record holds it already. `unkept` is used for a
-// row that has none.
+// Takes the cstyle of a row that is to be written apart, unless the row's own record holds it
+// already. `unkept` is used for a row that has none. Null, after a message, when it has more or
+// fewer conversions than the row has values.
 const RowFormat *readRowFormat(const ReportRow *row, RowFormat *unkept);

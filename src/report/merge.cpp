@@ -122,6 +122,11 @@ int onSkippedIterateEnd(Merge *merge, const TemplateTag *) {
     return popIteration(&merge->ctx);
 }
 
+// The state around a row.
+MergeState stateAroundRow(const TemplateContext *ctx) {
+    return ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
+}
+
 // Writes the row and releases its values.
 int writeRow(Merge *merge) {
     TemplateContext *ctx = &merge->ctx;
@@ -152,7 +157,7 @@ int onRowEnd(Merge *merge, const TemplateTag *) {
     TemplateContext *ctx = &merge->ctx;
     endRowPlan(ctx);
     ctx->rowPlace = {};
-    ctx->state = ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
+    ctx->state = stateAroundRow(ctx);
     return writeRow(merge);
 }
 
@@ -235,7 +240,7 @@ void dropRow(Merge *merge) {
     releaseRowValues(&merge->row);
     merge->rowIsSpoiled = false;
     ctx->rowPlace = {};
-    ctx->state = ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
+    ctx->state = stateAroundRow(ctx);
 }
 
 int warnNested(Merge *merge, const TemplateTag *tag) {
@@ -334,8 +339,7 @@ const Clause *closeForgotten(Merge *merge, const TemplateTag *tag) {
         merge->rowIsSpoiled = true;
         return clauseIn(MERGE_ROW, tag);
     }
-    const MergeState around = ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
-    const Clause *clause = clauseIn(around, tag);
+    const Clause *clause = clauseIn(stateAroundRow(ctx), tag);
     if (clause != nullptr) dropRow(merge);
     return clause;
 }
