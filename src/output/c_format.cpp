@@ -24,7 +24,7 @@ bool isDataTypeLetter(char c) {
 }
 
 // The next % that begins a conversion, or the end; steps over pairs.
-const char *findConversion(const char *text) {
+const char *nextConversion(const char *text) {
     for (; *text != '\0'; ++text) {
         if (*text != '%') continue;
         if (text[1] != '%') break;
@@ -50,14 +50,14 @@ void append(Copy *copy, std::string_view text) {
 
 std::int32_t countCFormatFields(const char *format) {
     std::int32_t count = 0;
-    for (const char *at = findConversion(format); *at != '\0'; at = findConversion(at + 1)) ++count;
+    for (const char *at = nextConversion(format); *at != '\0'; at = nextConversion(at + 1)) ++count;
     return count;
 }
 
 std::string_view takeCFormatPiece(const char **cursor) {
     const char *start = *cursor;
-    const char *end = findConversion(start);
-    if (*end != '\0') end = findConversion(end + 1);
+    const char *end = nextConversion(start);
+    if (*end != '\0') end = nextConversion(end + 1);
     *cursor = end;
     return {start, static_cast<std::size_t>(end - start)};
 }

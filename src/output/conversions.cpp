@@ -208,12 +208,12 @@ constexpr unsigned typeBit(auto... types) {
 
 // How a clause names a conversion.
 enum Naming : std::uint8_t {
-    NAME_WHOLE,          // by the name alone
-    NAME_IN_FRONT,       // by what begins with it
-    NAME_WITH_ARGUMENT,  // so, and an argument in parentheses may follow
+    BY_WHOLE_NAME,           // by the name alone
+    BY_FRONT,                // by what begins with it
+    BY_FRONT_WITH_ARGUMENT,  // so, and an argument in parentheses may follow
 };
 
-struct Conversion {
+struct ValueConversion {
     std::string_view name;
     const char *(*convert)(const Job *job);
     const char *refusal;  // message on another type
@@ -227,23 +227,28 @@ constexpr unsigned NUMBERS =
     typeBit(VORN_TYPE_UINT32, VORN_TYPE_INT32, VORN_TYPE_UINT64, VORN_TYPE_FLOAT, VORN_TYPE_DOUBLE);
 
 // A row's number, counted from 1, is its kind.
-constexpr Conversion conversions[] = {
+constexpr ValueConversion conversions[] = {
     {"dateTime", toDateTime, "'dateTime' conversion is only supported for UINT32 type.", UINT32,
-     NAME_WHOLE},
-    {"time", toTime, "'time' conversion is only supported for UINT32 type.", UINT32, NAME_WHOLE},
+     BY_WHOLE_NAME},
+    {"time", toTime, "'time' conversion is only supported for UINT32 type.", UINT32, BY_WHOLE_NAME},
     {"bitmap", toBitmapText, "'bitmap' conversion is only supported for UINT32 type.", UINT32,
-     NAME_WITH_ARGUMENT},
+     BY_FRONT_WITH_ARGUMENT},
     {"arrayFloat", toArrayFloat, "'arrayFloat' conversion is only supported for ARRAY8x4 types.",
-     typeBit(VORN_TYPE_STRING), NAME_WHOLE, 4},
+     typeBit(VORN_TYPE_STRING), BY_WHOLE_NAME, 4},
     {"mac-addr", toMacAddress, "'mac-addr' conversion is only supported for UINT64 type.",
-     typeBit(VORN_TYPE_UINT64), NAME_IN_FRONT},
+     typeBit(VORN_TYPE_UINT64), BY_FRONT},
     {"ipv4-addr", toIpv4Address, "'ipv4-addr' conversion is only supported for UINT32 type.",
-     UINT32, NAME_IN_FRONT},
+     UINT32, BY_FRONT},
     {"units", toUnits, "incompatible data type for 'units' conversion.", NUMBERS,
-     NAME_WITH_ARGUMENT},
+     BY_FRONT_WITH_ARGUMENT},
 };
 
-bool accepts(const Conversion *conversion, const ItemValue *value) {
+// The row of a kind, or null.
+const ValueConversion *conversionOf(std::uint8_t kind) {
+    return kind != CONV_NONE && kind <= std::size(conversions) ? &conversions[kind - 1] : nullptr;
+}
+
+bool accepts(const ValueConversion *conversion, const ItemValue *value) {
     const bool known = value->type <= VORN_TYPE_DOUBLE;
     if (!known || (conversion->accepts & typeBit(value->type)) == 0) return false;
     return conversion->size == 0 || value->size == conversion->size;
@@ -260,29 +265,34 @@ std::string_view argumentOf(std::string_view text) {
 }  // namespace
 
 std::uint8_t findConversion(std::string_view text, std::string_view *argument) {
-    const auto *found =
-        std::find_if(std::begin(conversions), std::end(conversions), [text](const Conversion &row) {
-            return row.naming == NAME_WHOLE ? text == row.name : text.starts_with(row.name);
+    const auto *found = std::find_if(
+        std::begin(conversions), std::end(conversions), [text](const ValueConversion &row) {
+            return row.naming == BY_WHOLE_NAME ? text == row.name : text.starts_with(row.name);
         });
     if (found == std::end(conversions)) return CONV_NONE;
-    *argument = found->naming == NAME_WITH_ARGUMENT ? argumentOf(text) : std::string_view();
+    *argument = found->naming == BY_FRONT_WITH_ARGUMENT ? argumentOf(text) : std::string_view();
     return static_cast<std::uint8_t>(found - conversions + 1);
+}
+
+std::string_view conversionName(std::uint8_t kind) {
+    const ValueConversion *conversion = conversionOf(kind);
+    return conversion != nullptr ? conversion->name : std::string_view();
 }
 
 ItemValue sampleValue(std::uint8_t kind) {
     static constexpr char zero[8] = {};
-    if (kind == CONV_NONE || kind > std::size(conversions)) return {};
-    const Conversion *conversion = &conversions[kind - 1];
+    const ValueConversion *conversion = conversionOf(kind);
+    if (conversion == nullptr) return {};
     const auto type = static_cast<std::uint32_t>(std::countr_zero(conversion->accepts));
     return {type, const_cast<char *>(zero), conversion->size, 0};  // nothing writes through it
 }
 
 const char *convertValue(std::uint8_t kind, const char *argument, DictResolver *dict,
                          ItemValue *value) {
-    if (kind == CONV_NONE || kind > std::size(conversions)) return CONVERTED;
+    const ValueConversion *conversion = conversionOf(kind);
+    if (conversion == nullptr) return CONVERTED;
     if (value->type == VORN_TYPE_NONE || value->data == nullptr) return CONVERTED;
 
-    const Conversion *conversion = &conversions[kind - 1];
     const Job job{argument, dict, value};
     return accepts(conversion, value) ? conversion->convert(&job) : conversion->refusal;
 }

@@ -22,6 +22,10 @@ enum ConversionResult : int {
 //   argument  set to the text in the parentheses, empty for a conversion without one
 std::uint8_t findConversion(std::string_view text, std::string_view *argument);
 
+// The name of a kind, as clauses write it. Kinds follow CONV_NONE one by one; empty for a
+// number that is none.
+std::string_view conversionName(std::uint8_t kind);
+
 // A value that the conversion takes, for a look at it without results; the bytes are ours. None for
 // CONV_NONE.
 ItemValue sampleValue(std::uint8_t kind);
