@@ -2,9 +2,13 @@
 #include "report_advice.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
+#include <vector>
 
+#include "output/conversions.h"
 #include "report_findings.h"
+#include "results/results.h"
 
 namespace {
 
@@ -34,10 +38,6 @@ constexpr Advice advices[] = {
     {"application '%s' not found in result file.", LIST_ITEMS},
     {"application item '%s' has no '%s' field.", LIST_ITEMS},
     {"array element out of range (%d).", "indices start at 0"},
-    {"unknown global variable '%s'.",
-     "%start-time, %stop-time, %restart-time, %elapsed-time or %powerfail-time"},
-    {"unknown conversion type '%s' in template.",
-     "dateTime, time, bitmap, units, mac-addr, ipv4-addr or arrayFloat"},
     {"incompatible data type for 'units' conversion.", "it converts numbers only"},
     {"bad arguments to 'units' conversion.", "separate the units with ';'"},
     {"no units defined in 'units' conversion.", "write units(NAME=FACTOR;...)"},
@@ -79,11 +79,52 @@ constexpr Advice advices[] = {
     {"the report is not closed.", "end it with </report>"},
 };
 
+// Advice that lists what a table of the engine has.
+struct Choice {
+    std::string_view message;
+    std::vector<std::string_view> (*names)();
+};
+
+std::vector<std::string_view> globalNames() {
+    std::vector<std::string_view> names;
+    for (const GlobalVariable &variable : globalVariables) names.push_back(variable.name);
+    return names;
+}
+
+std::vector<std::string_view> conversionNames() {
+    std::vector<std::string_view> names;
+    for (std::uint8_t kind = CONV_NONE + 1; !conversionName(kind).empty(); ++kind)
+        names.push_back(conversionName(kind));
+    return names;
+}
+
+constexpr Choice choices[] = {
+    {"unknown global variable '%s'.", globalNames},
+    {"unknown conversion type '%s' in template.", conversionNames},
+};
+
+// "a, b or c".
+std::string listed(const std::vector<std::string_view> &names) {
+    std::string list;
+    for (const std::string_view &name : names) {
+        if (!list.empty()) list += &name == &names.back() ? " or " : ", ";
+        list += name;
+    }
+    return list;
+}
+
+// The row of a message, or null.
+template <class Row, std::size_t N>
+const Row *rowOf(const Row (&rows)[N], std::string_view message) {
+    const Row *row = std::find_if(std::begin(rows), std::end(rows),
+                                  [message](const Row &r) { return r.message == message; });
+    return row != std::end(rows) ? row : nullptr;
+}
+
 }  // namespace
 
-std::string_view adviceFor(std::string_view message) {
-    const auto *known = std::find_if(std::begin(advices), std::end(advices),
-                                     [message](const Advice &a) { return a.message == message; });
-    if (known != std::end(advices)) return known->advice;
-    return message.starts_with("missing ") ? NEEDS_VALUE : std::string_view();
+std::string adviceFor(std::string_view message) {
+    if (const Choice *choice = rowOf(choices, message)) return listed(choice->names());
+    if (const Advice *known = rowOf(advices, message)) return std::string(known->advice);
+    return message.starts_with("missing ") ? std::string(NEEDS_VALUE) : std::string();
 }

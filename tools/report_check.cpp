@@ -203,7 +203,7 @@ std::string asLine(const CheckOrder &order, const ListedFinding &finding) {
     std::string text = fileOf(order, finding) + ':' + std::to_string(lineOf(finding));
     text += finding.isError ? ": error: " : ": warning: ";
     text += messageOf(finding);
-    const std::string_view advice = adviceFor(finding.message);
+    const std::string advice = adviceFor(finding.message);
     if (!advice.empty()) text.append("; ").append(advice);
     return text + '\n';
 }
