@@ -7,6 +7,10 @@
 
 constexpr std::string_view BLANKS = " \t";
 
+constexpr bool isBlank(char c) {
+    return c == ' ' || c == '\t';
+}
+
 // The text without the characters of `blanks` at both ends.
 std::string_view trim(std::string_view text, std::string_view blanks = BLANKS);
 

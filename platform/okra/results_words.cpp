@@ -3,6 +3,8 @@
 
 #include <array>
 
+#include "base/words.h"
+
 namespace {
 
 // What ends a bare word, looked up once a character: most of a file's bytes pass here.
@@ -14,10 +16,6 @@ constexpr auto wordEnds = [] {
     ends['='] = END_EQUALS;
     return ends;
 }();
-
-constexpr bool isBlank(char c) {
-    return c == ' ' || c == '\t';
-}
 
 void skipBlanks(std::string_view *rest) {
     std::size_t blanks = 0;

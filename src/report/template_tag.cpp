@@ -3,13 +3,7 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr bool isBlank(char c) {
-    return c == ' ' || c == '\t';
-}
-
-}  // namespace
+#include "base/words.h"
 
 RawArg splitArg(std::string_view text, char separator) {
     RawArg arg{};
