@@ -19,7 +19,9 @@ std::int32_t countCFormatFields(const char *format);
 // conversion or the end. Moves the cursor behind it.
 std::string_view takeCFormatPiece(const char **cursor);
 
-// The same, copied to `out` and cut to outSize - 1 bytes. Returns where the next piece begins.
+// The same, copied to `out` and cut to outSize - 1 bytes. Returns where the next piece begins. Rows
+// need no copy; it is for who hands pieces to dumpTextFormatVal or dumpTextWFormatVal, which take
+// them with a NUL.
 const char *getNextCFormat(char *out, std::size_t outSize, const char *cursor);
 
 // Copies a format with the letters of each conversion (the whole run of "diouxXeEfFgGaAcCsSPnl"

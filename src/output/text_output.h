@@ -32,8 +32,10 @@ int dumpTextRow(void *stream, const ReportRow *row);
 // Formats one value by one piece of a cstyle, as swprintf would: widths, precisions and outSize
 // count characters. The text is UTF-8. Strings print at most 63 characters.
 //   out  has CFORMAT_MAX_BYTES * outSize bytes; the text is cut to outSize - 1 characters
-// Always DUMP_OK.
+// Always DUMP_OK. dumpTextRow prints the same without it, by pieces taken apart once; it is for who
+// wants a value's text outside a row.
 int dumpTextWFormatVal(char *out, std::size_t outSize, const char *piece, const ItemValue *value);
 
-// The same as snprintf would: all counts are bytes, and strings print unchanged.
+// The same as snprintf would: all counts are bytes, and strings print unchanged. dumpPDFRow calls
+// it.
 int dumpTextFormatVal(char *out, std::size_t outSize, const char *piece, const ItemValue *value);

@@ -75,8 +75,8 @@ struct PdfDocument {
     std::int32_t currentFont;  // index into fonts
     std::int32_t fontSize;     // points; the distance of two lines too
 
-    std::int32_t cursorX;        // where the text position is
-    std::int32_t cursorY;        //
+    std::int32_t cursorX;        // where the text position is, from the page's left edge
+    std::int32_t cursorY;        // and from its lower edge
     std::int32_t lineY;          // baseline of the last line on the page
     std::int32_t pendingHeight;  // asked for, and not yet taken from lineY
 };

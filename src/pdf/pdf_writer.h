@@ -29,7 +29,7 @@ int pdf_set_font_size(PdfDocument *doc, std::int32_t size);
 // Adds a line. The text is in the fonts' encoding, Windows code page 1252.
 int pdf_add_text_line(PdfDocument *doc, std::string_view text);
 
-// Begins a new page.
+// Begins a new page. Reports do not: theirs end when they are full. It is for other documents.
 int pdf_page_break(PdfDocument *doc);
 
 // Ends the last page, writes the closing objects and flushes the stream. Whatever it returns, the

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A small UTF-8 codec over code points in 32-bit words. The decoder is lenient: it never fails, it
-// makes single characters of what it cannot read, and it does not know four-byte sequences.
+// makes single characters of what it cannot read, and it does not know four-byte sequences. Reports
+// need utf8_encode, utf8_fencode and utf8_decode_next; the rest makes the codec whole, and only its
+// tests call it.
 #pragma once
 
 #include <cstddef>

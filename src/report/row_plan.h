@@ -53,8 +53,8 @@ struct PlannedValue {
     char *text;              // the literal text, of a clause without a source
     const TemplateTag *tag;  // taken apart; null for a clause without references
     const RegisterRecord *reg;
-    const Results *app;          // of a link: where its register is
-    const TemplateParam *param;  //
+    const Results *app;          // of a link: where its register is,
+    const TemplateParam *param;  // and the parameter in the register's name
     std::string_view head;       // of the register's name, before the parameter
     std::string_view tail;       // and behind it, without field or index
     std::int32_t field;

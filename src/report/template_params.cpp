@@ -109,7 +109,7 @@ int setTemplateParamInt(TemplateParam **list, std::string_view name, std::int32_
     TemplateParam *param = name.empty() ? nullptr : findTemplateParam(*list, name, &steps);
     if (param == nullptr) return setTemplateParam(list, name, digits);
     copyPiece(param->value, digits);
-    return 0;
+    return MERGE_OK;
 }
 
 void freeTemplateParams(TemplateParam *first) {

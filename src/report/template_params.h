@@ -10,8 +10,8 @@
 
 // Sets a parameter of a list, or appends it; blanks at both ends of name and value are dropped, and
 // both are cut to their fields. An empty name does nothing. MERGE_OK, or MERGE_TEMPLATE_ERROR,
-// without a message, when there is no memory. The lists of include clauses and plug-in calls are
-// made so; iterations set their variable as a number.
+// without a message, when there is no memory. parseParamPieces makes its lists by the first;
+// iterations set their variable by the second.
 int setTemplateParam(TemplateParam **list, std::string_view name, std::string_view value);
 int setTemplateParamInt(TemplateParam **list, std::string_view name, std::int32_t number);
 
@@ -35,8 +35,9 @@ struct ParsedArg {
 // Splits one argument, name and value around a separator, and expands the value. A name has at most
 // 15 characters; what is more goes on as the start of the value. valueSize is the value's limit,
 // its NUL included, TEMPLATE_TEXT_SIZE or less. MERGE_OK, or MERGE_TEMPLATE_ERROR after the
-// expansion's message: the value is then the unexpanded one, and the caller goes on with it. For
-// parameter lists; the arguments of a clause are split with their tag, and expanded by expandArg.
+// expansion's message: the value is then the unexpanded one, and the caller goes on with it. Called
+// by parseParamPieces; the arguments of a clause are split with their tag, and expanded by
+// expandArg.
 int parseClauseArg(TemplateContext *ctx, std::string_view text, char separator,
                    std::size_t valueSize, ParsedArg *arg);
 

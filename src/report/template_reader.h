@@ -10,7 +10,8 @@
 #include "report/template_context.h"
 
 // Reads the next line, at most 1023 characters of it. 0, or -1 when no file is open or the current
-// one is at its end. For the scans below, which begin a line when they need one.
+// one is at its end. Called by nextTemplateTag and readTemplateText, which begin a line when they
+// need one.
 int readTemplateLine(TemplateContext *ctx);
 
 // The text of the current file's next tag, without "<" and ">"; data() is null at the end of the
@@ -33,7 +34,8 @@ int pushTemplateFile(TemplateContext *ctx, IncludeSpec *wanted, std::FILE *strea
 // Leaves the current file and frees its parameters; does nothing when none is open. MERGE_OK.
 int popTemplateFile(TemplateContext *ctx);
 
-// Drops what is left of the line: called where a file is entered or left.
+// Drops what is left of the line. Called by pushTemplateFile and popTemplateFile: a file that is
+// entered or left begins with a new line.
 void resetTemplateLine(TemplateContext *ctx);
 
 // The position of the current file's next line, or -1 when no file is open.

@@ -50,6 +50,9 @@ int quotaInstall(std::uint16_t max, std::uint8_t action, QuotaPurgeFn purge, Quo
 
 // All below return QUOTA_NONE for a handle that is out of range or not in use.
 int quotaRemove(int handle);
+
+// Set one of the limits and evaluate. For who changes one alone: what the service changes comes as
+// both, and goes through quotaSetLimits.
 int quotaSetMax(int handle, std::uint16_t max);
 int quotaSetAction(int handle, std::uint8_t action);
 
