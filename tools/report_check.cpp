@@ -33,19 +33,14 @@ using Json = nlohmann::ordered_json;
 
 constexpr FindingForm unreadableForm = {REPORT_ERROR, 1, false, ""};
 
-// Keeps the text of a finding.
-void takeText(void *text, const ReportFinding &finding) {
-    *static_cast<std::string *>(text) = finding.text;
-}
-
 // The merges that make a check, all into one list.
 class Check {
 public:
     Check(const CheckOrder &order, FindingList *findings) : order_(order), findings_(findings) {}
 
-    // Opens what is to be read. Findings tell what cannot be: without the results the template is
-    // looked at all the same, without itself nothing is.
-    void open() {
+    // Opens what is to be read; false when a finding tells that something cannot be. Without the
+    // results the template is looked at all the same, without itself nothing is.
+    bool open() {
         template_ = openTemplate(order_.templateFile);
         if (!template_)
             addUnreadable(order_.templateFile, 1,
@@ -53,6 +48,7 @@ public:
         if (!order_.results.empty()) load();
         nowhere_.reset(std::fopen("/dev/null", "we"));
         if (!nowhere_) addUnreadable("/dev/null", 1, "cannot be opened: ", std::strerror(errno));
+        return template_ && nowhere_ && (hasResults_ || order_.results.empty());
     }
 
     // Takes a dictionary that has no file for an empty one; false after a message.
@@ -78,20 +74,25 @@ private:
         findings_->add({&unreadableForm, "", shownInput(file).c_str(), line, what, text.c_str()});
     }
 
+    // What is wrong in results that can be loaded is a finding of theirs.
+    static void takeOfResults(void *user, const ReportFinding &finding) {
+        const auto *check = static_cast<const Check *>(user);
+        ReportFinding placed = finding;
+        const std::string path = shownInput(check->order_.results);
+        placed.path = path.c_str();
+        placed.line = 1;
+        check->findings_->add(placed);
+    }
+
     void load() {
-        std::string text;
-        const ReportSink sink = {takeText, &text, false, false, false, nullptr, nullptr};
+        const ReportSink sink = {takeOfResults, this, false, false, false, nullptr, nullptr};
+        ResultsFault fault{};
         reportSink = &sink;
-        hasResults_ = loadResults(order_.results, &results_);
+        hasResults_ = loadResults(order_.results, &results_, &fault);
         reportSink = nullptr;
-        if (hasResults_) return;
-        const std::string opening =
-            "Error loading results file '" + shownInput(order_.results) + "': ";
-        std::string why = text.starts_with(opening) ? text.substr(opening.size()) : text;
-        int line = 1;
-        int length = 0;
-        if (std::sscanf(why.c_str(), "line %d: %n", &line, &length) == 1) why.erase(0, length);
-        addUnreadable(order_.results, line, "results cannot be loaded: ", why);
+        if (!hasResults_)
+            addUnreadable(order_.results, std::max(1, static_cast<int>(fault.line)),
+                          "results cannot be loaded: ", fault.reason);
     }
 
     void mergeOnce(std::uint32_t format, bool withoutResults) {
@@ -259,9 +260,9 @@ int checkTemplate(const CheckOrder &order) {
 int listMissingKeys(const CheckOrder &order) {
     FindingList findings(FindingUse::LINES);
     Check check(order, &findings);
-    check.open();
-    if (!findings.empty()) std::fputs(asLines(order, findings).c_str(), stderr);
-    if (!findings.empty() || !check.allowMissingDicts()) return -1;
+    const bool isOpen = check.open();
+    std::fputs(asLines(order, findings).c_str(), stderr);
+    if (!isOpen || !check.allowMissingDicts()) return -1;
     check.merge(RPT_FMT_TXT);
     if (tellUnreadableDicts(order, findings)) return -1;
     std::string text;

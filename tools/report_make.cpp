@@ -79,6 +79,15 @@ FileGuard copyOf(const std::string &path) {
     return copy;
 }
 
+void tellNoCopy(const std::string &results, const char *reason, ResultsFault *fault) {
+    if (fault == nullptr) {
+        tellFreeError("Error loading results file '%s': %s", shownInput(results).c_str(), reason);
+        return;
+    }
+    fault->line = 0;
+    std::snprintf(fault->reason, sizeof fault->reason, "%s", reason);
+}
+
 // The stream of an output that is no file of its own: standard output, a pipe, a device, an open
 // file by its number. -1 for a file, and with errno set when it cannot be opened.
 DescriptorGuard openSink(const std::string &path) {
@@ -204,20 +213,19 @@ FileGuard openTemplate(const std::string &path) {
     return isStream(path) ? copyOf(path) : openForReading(path.c_str());
 }
 
-bool loadResults(const std::string &path, ResultsGuard *results) {
+bool loadResults(const std::string &path, ResultsGuard *results, ResultsFault *fault) {
     FileGuard copy;
     std::string file = path;
     if (isStream(path)) {
         copy = copyOf(path);
         if (!copy) {
-            tellFreeError("Error loading results file '%s': %s", shownInput(path).c_str(),
-                          std::strerror(errno));
+            tellNoCopy(path, std::strerror(errno), fault);
             return false;
         }
         file = "/proc/self/fd/" + std::to_string(fileno(copy.get()));
     }
     Results *loaded = nullptr;
-    if (loadResultsFile(file.c_str(), &loaded, shownInput(path).c_str()) != RESULTS_OK)
+    if (loadResultsFile(file.c_str(), &loaded, shownInput(path).c_str(), fault) != RESULTS_OK)
         return false;
     results->reset(loaded);
     return true;

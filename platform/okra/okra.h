@@ -36,6 +36,10 @@ const char *APX_Get_Sel_Label(const void *info, std::uint32_t value);
 // until the calling thread's next failed load.
 const char *APX_Error(int code);
 
+// The same without the line, which *line gets, 0 for none. Null where the instrument's library
+// takes the host's place.
+[[gnu::weak]] const char *APX_Error_Reason(int code, std::uint32_t *line);
+
 // ---- the running manager ----
 
 // What callers tell apart; any other error is a failure.

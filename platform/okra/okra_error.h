@@ -17,6 +17,8 @@ enum OkraError : int {
     OKRA_NONE_RUNNING = -9,  // none of the applications to save runs
 };
 
-// Keeps a text for the code, which APX_Error gives to this thread until its next failure. Returns
-// the code.
+// Keeps a text for the code, which APX_Error gives to this thread until its next failure;
+// okraFailAt with the number of a line in front. Returns the code.
 [[gnu::format(printf, 2, 3)]] int okraFail(OkraError code, const char *format, ...);
+[[gnu::format(printf, 3, 4)]] int okraFailAt(unsigned line, OkraError code, const char *format,
+                                             ...);

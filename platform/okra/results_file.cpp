@@ -36,22 +36,20 @@ int shown(std::string_view piece) {
     va_start(arguments, format);
     std::vsnprintf(reason, sizeof reason, format, arguments);
     va_end(arguments);
-    return okraFail(OKRA_BAD_FILE, "line %u: %s", static_cast<unsigned>(reader->lines.number()),
-                    reason);
+    return okraFailAt(reader->lines.number(), OKRA_BAD_FILE, "%s", reason);
 }
 
 int failMemory(const ResultsReader *reader) {
-    return okraFail(OKRA_NO_MEMORY, "line %u: no memory",
-                    static_cast<unsigned>(reader->lines.number()));
+    return okraFailAt(reader->lines.number(), OKRA_NO_MEMORY, "no memory");
 }
 
 // Fails because one of the file's two readers does.
 int failRead(const LineReader &lines, LineResult result) {
     const unsigned number = lines.number();
-    if (result == LINE_NO_MEMORY) return okraFail(OKRA_NO_MEMORY, "line %u: no memory", number);
+    if (result == LINE_NO_MEMORY) return okraFailAt(number, OKRA_NO_MEMORY, "no memory");
     if (result == LINE_FAILED)
-        return okraFail(OKRA_FILE_ERROR, "line %u: %s", number, std::strerror(errno));
-    return okraFail(OKRA_BAD_FILE, "line %u: longer than %zu bytes", number, TEXT_LINE_MAX);
+        return okraFailAt(number, OKRA_FILE_ERROR, "%s", std::strerror(errno));
+    return okraFailAt(number, OKRA_BAD_FILE, "longer than %zu bytes", TEXT_LINE_MAX);
 }
 
 // Counts the `reg` lines up to the next `app` line. Lines that break a rule do not matter here: the
@@ -282,7 +280,7 @@ int readFormatLine(ResultsReader *reader) {
     std::size_t count = 0;
     while (count < 3 && takeText(&line, &words[count], &reason) == WORD_FOUND) ++count;
     if (count == 2 && words[0].raw == "okra" && words[1].raw == "1") return OKRA_OK;
-    return okraFail(OKRA_BAD_FILE, "line 1: the first line is not 'okra 1'");
+    return okraFailAt(1, OKRA_BAD_FILE, "the first line is not 'okra 1'");
 }
 
 }  // namespace

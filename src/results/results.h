@@ -35,11 +35,19 @@ constexpr GlobalVariable globalVariables[] = {
 // RESULTS_NOT_LOADED after a message.
 int initResultsLoader();
 
+// Why a results file cannot be loaded.
+struct ResultsFault {
+    std::uint32_t line;  // of the file; 0: none is to blame
+    char reason[280];
+};
+
 // Loads a results file. On RESULTS_OK *results is the first application (null for a file without
 // any), which the caller releases with freeResults; on RESULTS_NOT_LOADED, after a message, it is
 // null.
 //   shown  names the file in messages; null: the path does
-int loadResultsFile(const char *path, Results **results, const char *shown = nullptr);
+//   fault  gets the reason in place of the message; null: that is told
+int loadResultsFile(const char *path, Results **results, const char *shown = nullptr,
+                    ResultsFault *fault = nullptr);
 
 // Releases a list that loadResultsFile made; null is allowed.
 void freeResults(Results *results);

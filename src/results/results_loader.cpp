@@ -2,6 +2,7 @@
 // Builds the list of applications from what the library calls back while it reads a results file.
 #include <algorithm>
 #include <bit>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -252,6 +253,20 @@ bool indexNames(const LoadContext &context) {
     return buildNameIndex(&first->applications, context.count, seed, applicationNames(*first));
 }
 
+// Tells, or hands over, why a file is not loaded.
+//   code  the library's, or 0: we had no memory
+void tellNotLoaded(const char *shown, int code, ResultsFault *fault) {
+    const int told = code != 0 ? code : RESULTS_NOT_LOADED;
+    const char *reason = code != 0 ? APX_Error(code) : "no memory";
+    if (fault == nullptr) {
+        tellFreeError("Error loading results file '%s': %s (%d)", shown, reason, told);
+        return;
+    }
+    fault->line = 0;
+    if (code != 0 && APX_Error_Reason != nullptr) reason = APX_Error_Reason(code, &fault->line);
+    std::snprintf(fault->reason, sizeof fault->reason, "%s (%d)", reason, told);
+}
+
 }  // namespace
 
 int initResultsLoader() {
@@ -261,21 +276,17 @@ int initResultsLoader() {
     return RESULTS_NOT_LOADED;
 }
 
-int loadResultsFile(const char *path, Results **results, const char *shown) {
+int loadResultsFile(const char *path, Results **results, const char *shown, ResultsFault *fault) {
     *results = nullptr;
-    if (shown == nullptr) shown = path;
     LoadContext context{};
     const int code = APX_Load_Results_File(path, addApplication, addRegister, &context);
-    if (code != 0) {
-        tellFreeError("Error loading results file '%s': %s (%d)", shown, APX_Error(code), code);
-    } else if (context.noMemory || !indexNames(context)) {
-        tellFreeError("Error loading results file '%s': %s (%d)", shown, "no memory",
-                      RESULTS_NOT_LOADED);
-    } else {
-        if (context.first != nullptr) noteLoadedList(context.first);
-        *results = context.first != nullptr ? &context.first->record : nullptr;
+    Results *first = context.first != nullptr ? &context.first->record : nullptr;
+    if (code == 0 && !context.noMemory && indexNames(context)) {
+        if (first != nullptr) noteLoadedList(context.first);
+        *results = first;
         return RESULTS_OK;
     }
-    if (context.first != nullptr) freeResults(&context.first->record);
+    tellNotLoaded(shown != nullptr ? shown : path, code, fault);
+    freeResults(first);
     return RESULTS_NOT_LOADED;
 }
