@@ -42,7 +42,6 @@ public:
     static void take(void *user, const ReportFinding &finding);
 
     void add(const ReportFinding &finding);
-    void clear() { *this = FindingList(use_); }
 
     [[nodiscard]] const std::vector<ListedFinding> &findings() const { return findings_; }
     [[nodiscard]] std::uint64_t leftOut() const { return leftOut_; }  // for being too many

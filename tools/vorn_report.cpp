@@ -74,7 +74,12 @@ std::string isFolder(const std::string &path) {
     return "'" + path + "' is no directory";
 }
 
-void declareArguments(CLI::App *app, Arguments *args) {
+std::string isLangId(const std::string &id) {
+    return atMost(id, sizeof DictResolver::lang - 1);
+}
+
+// The files, and how a report goes into its own.
+void declareFiles(CLI::App *app, Arguments *args) {
     app->add_option("RESULTS", args->results, "results file (.res); - for standard input")
         ->required()
         ->type_name("");
@@ -91,21 +96,24 @@ void declareArguments(CLI::App *app, Arguments *args) {
                     "txt or pdf; else OUTPUT's extension decides,\nas in 'out.pdf'")
         ->type_name("FORMAT")
         ->check(CLI::IsMember({"txt", "pdf"}).description(""));
+}
+
+// What a report shows, apart from what stands in its files.
+void declareContents(CLI::App *app, Arguments *args) {
     app->add_option("--dict-dir", args->dictDir,
                     "folder of the dictionary files NAME_LANG.lxc,\n"
                     "as in '--dict-dir dicts'; else the template's")
         ->type_name("DIR")
         ->check(isFolder);
-    const auto langId = [](const std::string &id) { return atMost(id, 3); };
     app->add_option("--lang", args->lang,
                     "language of a text report, as in '--lang de';\nelse en, as PDF always is")
         ->type_name("ID")
-        ->check(langId);
+        ->check(isLangId);
     app->add_option("--def-lang", args->defLang,
                     "language of labels that the report's language\nlacks, as in '--def-lang fr'; "
                     "else en")
         ->type_name("ID")
-        ->check(langId);
+        ->check(isLangId);
     app->add_option("--dict", args->dict,
                     "dictionary that dict=[GROUP], without a name,\nmeans, as in '--dict tester'")
         ->type_name("NAME")
@@ -116,6 +124,9 @@ void declareArguments(CLI::App *app, Arguments *args) {
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false)
         ->check(isAssignment);
+}
+
+void declareMessages(CLI::App *app, Arguments *args) {
     app->add_flag("-q,--quiet", args->quiet,
                   "no warnings and no outcome on standard error,\nas in "
                   "'vorn-report -q lab.res lab.tpl lab.txt'");
@@ -125,6 +136,10 @@ void declareArguments(CLI::App *app, Arguments *args) {
     app->add_flag("-v,--verbose", args->verbose,
                   "more messages on standard error: -v the steps of\nthe work, -vv dictionary "
                   "look-ups and sections too,\nas in 'vorn-report -v lab.res lab.tpl lab.txt'");
+}
+
+// What is done other than one report.
+void declareModes(CLI::App *app, Arguments *args) {
     app->add_flag("--check", args->check,
                   "tells all mistakes of TEMPLATE and makes nothing:\n"
                   "'vorn-report --check lab.tpl [lab.res]'");
@@ -136,9 +151,18 @@ void declareArguments(CLI::App *app, Arguments *args) {
                     "lists the keys that no dictionary has in a\nlanguage: "
                     "'vorn-report --missing-keys de lab.tpl\n[lab.res]'")
         ->type_name("ID")
-        ->check(langId);
+        ->check(isLangId);
     app->add_flag("--scaffold", args->scaffold,
                   "prints a template that shows all of RESULTS:\n'vorn-report --scaffold lab.res'");
+    app->add_flag("--items", args->items,
+                  "lists what RESULTS holds, with the argument that\nshows each value, as in\n"
+                  "'vorn-report --items lab.res'");
+    app->add_flag("--json", args->json,
+                  "the list of --items, or what --check finds, as\nJSON: 'vorn-report --items "
+                  "--json lab.res'");
+}
+
+void declareBatch(CLI::App *app, Arguments *args) {
     app->add_flag("--each", args->each,
                   "makes a report of each results file in a folder:\n"
                   "'vorn-report --each lab.tpl reports *.res'; - for\nnames on standard input");
@@ -148,12 +172,14 @@ void declareArguments(CLI::App *app, Arguments *args) {
         ->type_name("N");
     app->add_flag("-0", args->nul,
                   "names on standard input end in NUL, as those of\n'find -print0'");
-    app->add_flag("--items", args->items,
-                  "lists what RESULTS holds, with the argument that\nshows each value, as in\n"
-                  "'vorn-report --items lab.res'");
-    app->add_flag("--json", args->json,
-                  "the list of --items, or what --check finds, as\nJSON: 'vorn-report --items "
-                  "--json lab.res'");
+}
+
+void declareArguments(CLI::App *app, Arguments *args) {
+    declareFiles(app, args);
+    declareContents(app, args);
+    declareMessages(app, args);
+    declareModes(app, args);
+    declareBatch(app, args);
     app->set_version_flag("--version", "vorn-report " VORN_VERSION, "prints the version");
     app->set_help_flag("-h,--help", "prints this text");
 }
