@@ -252,8 +252,8 @@ int checkTemplate(const CheckOrder &order) {
     FindingList findings(FindingUse::LINES);
     Check check(order, &findings);
     check.open();
-    if (order.format != "pdf") check.merge(RPT_FMT_TXT);
-    if (order.format != "txt") check.merge(RPT_FMT_PDF);
+    for (const ReportFormat format : {RPT_FMT_TXT, RPT_FMT_PDF})
+        if (order.format.empty() || order.format == reportFormatWords[format]) check.merge(format);
     return print(order.json ? asJson(order, findings) : asLines(order, findings), findings);
 }
 

@@ -51,8 +51,8 @@ void makeOne(const Batch &batch, std::size_t index) {
     ReportOrder order = batch.order;
     order.results = batch.results[index];
     if (order.ownName) order.reportName = batch.names[index];
-    order.output = (fs::path(batch.order.output) / batch.names[index]).string() +
-                   (order.format == RPT_FMT_PDF ? ".pdf" : ".txt");
+    order.output = (fs::path(batch.order.output) / batch.names[index]).string() + '.' +
+                   reportFormatWords[order.format];
     batch.outcomes[index] = makeReport(order) ? OUTCOME_MADE : OUTCOME_TOLD;
 }
 

@@ -39,8 +39,8 @@ bool isStream(const std::string &path);
 // Opens a template for reading, or a copy of it when it is a stream. Null with errno set.
 FileGuard openTemplate(const std::string &path);
 
-// Loads results, of a stream as well; false after a message, or with the reason in `fault` when it is
-// not null.
+// Loads results, of a stream as well; false after a message, or with the reason in `fault` when it
+// is not null.
 bool loadResults(const std::string &path, ResultsGuard *results, ResultsFault *fault = nullptr);
 
 // What `report-name` is unless it is set: the name of the results file without its ending.

@@ -10,6 +10,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -19,8 +20,10 @@
 #include <unistd.h>
 
 #include "base/guards.h"
+#include "base/words.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
+#include "format_option.h"
 #include "item_list.h"
 #include "number_option.h"
 #include "output/dump_backend.h"
@@ -95,7 +98,7 @@ void declareFiles(CLI::App *app, Arguments *args) {
     app->add_option("--format", args->format,
                     "txt or pdf; else OUTPUT's extension decides,\nas in 'out.pdf'")
         ->type_name("FORMAT")
-        ->check(CLI::IsMember({"txt", "pdf"}).description(""));
+        ->check(isReportFormat().description(""));
 }
 
 // What a report shows, apart from what stands in its files.
@@ -117,7 +120,8 @@ void declareContents(CLI::App *app, Arguments *args) {
     app->add_option("--dict", args->dict,
                     "dictionary that dict=[GROUP], without a name,\nmeans, as in '--dict tester'")
         ->type_name("NAME")
-        ->check([](const std::string &name) { return atMost(name, 15); });
+        ->check(
+            [](const std::string &name) { return atMost(name, sizeof DictResolver::name - 1); });
     app->add_option("--var", args->vars,
                     "sets a user variable, as in '--var \"site=Lab 2\"';\n"
                     "may be repeated. 'report-name' is the name of\nRESULTS unless it is set")
@@ -218,7 +222,7 @@ void checkArguments(Arguments *args) {
         args->more.insert(args->more.begin(), args->output);
         args->output = args->templateFile;  // the folder
         args->templateFile = args->results;
-        if (args->format.empty()) args->format = "txt";
+        if (args->format.empty()) args->format = reportFormatWords[RPT_FMT_TXT];
         if (args->templateFile == "-")
             throw CLI::ExcludesError("--each", "a template on standard input");
         return;
@@ -234,14 +238,14 @@ void checkArguments(Arguments *args) {
     if (args->output.empty()) throw CLI::RequiredError("OUTPUT");
     if (!args->format.empty()) return;
     if (args->output == "-" || args->output.starts_with("/dev/")) {
-        args->format = "txt";
+        args->format = reportFormatWords[RPT_FMT_TXT];
         return;
     }
-    const fs::path extension = fs::path(args->output).extension();
-    if (extension != ".txt" && extension != ".pdf")
+    const std::string_view name = fileNameOf(args->output);
+    if (!isReportName(name))
         throw CLI::ValidationError(
             "OUTPUT", "'" + args->output + "' ends in neither .txt nor .pdf; say --format");
-    args->format = extension.string().substr(1);
+    args->format = name.substr(name.rfind('.') + 1);
 }
 
 // ---- paths ----
@@ -309,7 +313,7 @@ int runReport(const Arguments &args) {
         args.results,
         args.templateFile,
         args.output,
-        args.format == "pdf" ? RPT_FMT_PDF : RPT_FMT_TXT,
+        args.format == reportFormatWords[RPT_FMT_PDF] ? RPT_FMT_PDF : RPT_FMT_TXT,
         args.dict,
         args.lang,
         args.overwrite,

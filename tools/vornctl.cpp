@@ -16,6 +16,7 @@
 
 #include "base/fixed_places.h"
 #include "base/numbers.h"
+#include "format_option.h"
 #include "number_option.h"
 #include "output/dump_backend.h"
 #include "server/requests.h"
@@ -33,7 +34,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr double TIMEOUT_S = 30;
 constexpr double REPORT_TIMEOUT_S = 600;  // the reply comes when the report is made
-constexpr int QUOTA_MAX = 65535;          // the service keeps 16 bits of it
 
 // What each word is, with its limit. A word that is not here gets no help.
 const std::map<std::string, const char *> wordHelp = {
@@ -282,23 +282,21 @@ void offerForce(CLI::App *command, Words *words) {
 
 void checkQuota(const Words &words, Message *message) {
     const int max = message->packet.param1;
-    if (!words.force && (max < 1 || max > QUOTA_MAX))
-        throw CLI::ValidationError("MAX is not in 1 to 65535, and the service keeps 16 bits of it",
+    if (!words.force && (max < 1 || max > QUOTA_MAX_FILES))
+        throw CLI::ValidationError("MAX is not in 1 to " + std::to_string(QUOTA_MAX_FILES) +
+                                       ", and the service keeps 16 bits of it",
                                    "give --force to send it all the same");
 }
 
 void offerFormat(CLI::App *command, Words *words) {
     command->add_option("--format", words->format, "default: pdf when OUTPUT ends in .pdf")
-        ->check(CLI::IsMember({"txt", "pdf"}));
+        ->check(isReportFormat());
     addNumber(command, "--flags", &words->flags, "shown in the service's log");
 }
 
 void putFormat(const Words &words, Message *message) {
-    const std::string &output = words.said.at("OUTPUT");
-    const bool isPdf =
-        words.format.empty()
-            ? output.size() > 4 && output.compare(output.size() - 4, std::string::npos, ".pdf") == 0
-            : words.format == "pdf";
+    const bool isPdf = words.format.empty() ? isReportName(words.said.at("OUTPUT"), RPT_FMT_PDF)
+                                            : words.format == reportFormatWords[RPT_FMT_PDF];
     message->packet.param1 = static_cast<std::int32_t>(words.flags);
     message->packet.param2 = isPdf ? RPT_FMT_PDF : RPT_FMT_TXT;
 }

@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr std::int32_t MAX_FILES_LIMIT = 65535;  // quotas keep 16 bits
-
 // ---- the kinds of settings ----
 
 template <char (&option)[OPTION_PATH_SIZE]>
@@ -87,9 +85,9 @@ std::int32_t findWord(const char *const (&words)[N], std::string_view word) {
 
 bool setMaxFiles(const FindingSink &sink, const Place &at, const char *word) {
     const std::int32_t files = toInt32(word);
-    if (files < 1 || files > MAX_FILES_LIMIT)
+    if (files < 1 || files > QUOTA_MAX_FILES)
         tellText(sink, LINE_WARNING, at, "number of files '%s' is not in 1 to %d.", word,
-                 MAX_FILES_LIMIT);
+                 QUOTA_MAX_FILES);
     else
         hintWhenNoNumber(sink, at, word);
     opt_max_res = files;
@@ -114,12 +112,9 @@ bool setFullAction(const FindingSink & /*sink*/, const Place & /*at*/, const cha
     return action >= 0;
 }
 
-constexpr const char *formatWords[] = {"txt", "pdf"};  // by ReportFormat
-static_assert(std::size(formatWords) == RPT_FMT_PDF + 1);
-
 // "none" keeps the format.
 bool setAutoreport(const FindingSink & /*sink*/, const Place & /*at*/, const char *word) {
-    const std::int32_t format = findWord(formatWords, word);
+    const std::int32_t format = findWord(reportFormatWords, word);
     if (format < 0 && std::string_view(word) != "none") return false;
     opt_autorpt = format >= 0 ? 1 : 0;
     if (format >= 0) opt_auto_fmt = format;

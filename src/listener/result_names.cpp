@@ -13,16 +13,14 @@
 
 namespace {
 
-constexpr const char *reportEndings[] = {".txt", ".pdf"};  // by ReportFormat
-static_assert(RPT_FMT_TXT == 0 && RPT_FMT_PDF == 1 && std::size(reportEndings) == 2);
-
 // Replaces the results file's ending, and whatever follows it, by the report format's.
 void setReportEnding(char *reportPath, std::int32_t format) {
     char *ending = std::strstr(reportPath, RESULTS_ENDING);
     if (ending == nullptr || format < 0 ||
-        format >= static_cast<std::int32_t>(std::size(reportEndings)))
+        format >= static_cast<std::int32_t>(std::size(reportFormatWords)))
         return;
-    std::memcpy(ending, reportEndings[format], sizeof ".txt");
+    const std::string_view word = reportFormatWords[format];
+    ending[1 + word.copy(ending + 1, sizeof RESULTS_ENDING - 2)] = '\0';
 }
 
 }  // namespace

@@ -5,10 +5,26 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
+#include <string_view>
 
 #include "output/report_records.h"
 
 enum ReportFormat : std::uint32_t { RPT_FMT_TXT = 0, RPT_FMT_PDF = 1 };
+
+// What people call a format, and how the name of such a report ends, behind a dot.
+constexpr const char *reportFormatWords[] = {"txt", "pdf"};
+static_assert(std::size(reportFormatWords) == RPT_FMT_PDF + 1);
+
+// Whether a file's name, which is more than that, ends as that of a report of the format.
+constexpr bool isReportName(std::string_view name, ReportFormat format) {
+    const std::string_view word = reportFormatWords[format];
+    return name.size() > word.size() + 1 && name.ends_with(word) &&
+           name[name.size() - word.size() - 1] == '.';
+}
+constexpr bool isReportName(std::string_view name) {
+    return isReportName(name, RPT_FMT_TXT) || isReportName(name, RPT_FMT_PDF);
+}
 
 enum DumpResult : int {
     DUMP_OK = 0,

@@ -26,7 +26,7 @@ namespace {
 int reportQuotaId = QUOTA_NONE;
 
 int isReportFile(const struct dirent *entry) {
-    return isFileEndingIn(entry, ".pdf") || isFileEndingIn(entry, ".txt") ? 1 : 0;
+    return entry->d_type == DT_REG && isReportName(entry->d_name) ? 1 : 0;
 }
 
 // Oldest first; of reports made within a second, those whose names sort first.

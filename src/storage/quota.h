@@ -8,6 +8,7 @@
 
 constexpr int QUOTA_SLOTS = 8;
 constexpr int QUOTA_NAME_SIZE = 16;
+constexpr int QUOTA_MAX_FILES = 65535;  // 16 bits are kept
 
 // What a full quota does. The numbers are those of the request protocol.
 enum FullAction : std::uint8_t {
