@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "base/utf8_text.h"
 
+#include <array>
 #include <cstring>
+#include <iterator>
 
 namespace {
 
@@ -20,19 +22,15 @@ constexpr Utf8Lead leads[] = {
     {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
 };
 
-// The length of the character at the front of the text, 0 when there is none.
-std::size_t characterLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    for (const Utf8Lead &lead : leads) {
-        if (byte(0) < lead.first || byte(0) > lead.last) continue;
-        if (lead.length > text.size()) return 0;
-        if (lead.length > 1 && (byte(1) < lead.low || byte(1) > lead.high)) return 0;
-        for (std::size_t i = 2; i < lead.length; ++i)
-            if (!isContinuation(text[i])) return 0;
-        return lead.length;
-    }
-    return 0;
-}
+// The row of `leads` by its byte, or the first number behind them.
+constexpr auto leadRows = [] {
+    std::array<std::uint8_t, 256> rows{};
+    for (std::size_t byte = 0; byte < rows.size(); ++byte)
+        while (rows[byte] < std::size(leads) &&
+               (byte < leads[rows[byte]].first || byte > leads[rows[byte]].last))
+            ++rows[byte];
+    return rows;
+}();
 
 // Whether eight characters are neither a NUL nor above 0x7F, as nearly all of a file's are.
 bool arePlain(const char *characters) {
@@ -53,21 +51,28 @@ std::size_t plainLength(std::string_view text) {
 }  // namespace
 
 std::size_t readCharacter(std::string_view text, std::uint32_t *codePoint) {
-    constexpr unsigned leadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};  // by length
-    const std::size_t length = characterLength(text);
-    if (length == 0) return 0;
-    std::uint32_t code = static_cast<unsigned char>(text[0]) & leadBits[length];
-    for (std::size_t i = 1; i < length; ++i)
-        code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3Fu);
+    constexpr std::uint32_t leadBits[] = {0, 0x7F, 0x1F, 0x0F, 0x07};  // by length
+    const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const std::size_t row = leadRows[byte(0)];
+    if (row == std::size(leads)) return 0;
+    const Utf8Lead &lead = leads[row];
+    if (lead.length > text.size()) return 0;
+    if (lead.length > 1 && (byte(1) < lead.low || byte(1) > lead.high)) return 0;
+    std::uint32_t code = byte(0) & leadBits[lead.length];
+    for (std::size_t i = 1; i < lead.length; ++i) {
+        if (!isContinuation(text[i])) return 0;
+        code = code << 6 | (byte(i) & 0x3Fu);
+    }
     *codePoint = code;
-    return length;
+    return lead.length;
 }
 
 bool isUtf8Text(std::string_view bytes) {
     for (;;) {
         bytes.remove_prefix(plainLength(bytes));
         if (bytes.empty()) return true;
-        const std::size_t length = characterLength(bytes);
+        std::uint32_t unused = 0;
+        const std::size_t length = readCharacter(bytes, &unused);
         if (length == 0 || bytes.front() == '\0') return false;
         bytes.remove_prefix(length);
     }

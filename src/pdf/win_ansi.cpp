@@ -65,6 +65,11 @@ std::size_t utf8ToWinAnsi(char *out, std::size_t size, std::string_view text, ch
             text.remove_prefix(8);
             continue;
         }
+        if (isPrintable(text[0])) {
+            out[used++] = text[0];
+            text.remove_prefix(1);
+            continue;
+        }
         std::uint32_t character = 0;
         const std::size_t length = readCharacter(text, &character);
         const char byte = length == 0 ? '\0' : toWinAnsi(character);
