@@ -22,12 +22,11 @@ constexpr char SUBSCRIPTION_DIRECTORY[] = "/etc/tarix/vorn";
 constexpr std::string_view PIECE_SEPARATORS = " :";
 constexpr std::string_view APP_SEPARATOR = ",";
 
-// A name of a line in its field, with a hint when it is cut.
-template <std::size_t N>
-void takeName(const FindingSink &sink, const Place &at, char (&out)[N], std::string_view name) {
-    copyPiece(out, name);
-    if (name.size() >= N)
-        tellText(sink, LINE_HINT, at, "name '%s' was cut at %zu characters.", out, N - 1);
+void hintCutName(const FindingSink &sink, const Place &at, const char (&field)[NAME_SIZE],
+                 std::string_view name) {
+    if (name.size() >= sizeof field)
+        tellText(sink, LINE_HINT, at, "name '%s' was cut at %zu characters.", field,
+                 sizeof field - 1);
 }
 
 void addApp(Subscription *record, std::string_view name) {
@@ -47,7 +46,7 @@ int parseApps(std::string_view list, Subscription *record, const FindingSink &si
             return SUBSCRIPTION_FAILED;
         }
         addApp(record, name);
-        takeName(sink, at, record->apps[record->numApps - 1].appName, name);
+        hintCutName(sink, at, record->apps[record->numApps - 1].appName, name);
     }
 }
 
@@ -131,7 +130,8 @@ int parseSubscription(const char *text, Subscription *record, const FindingSink 
         tellPlain(sink, LINE_ERROR, at, "missing subscription name.");
         return SUBSCRIPTION_FAILED;
     }
-    takeName(sink, at, record->name, name);
+    copyPiece(record->name, name);
+    hintCutName(sink, at, record->name, name);
     if (parseApps(takeWord(&rest, PIECE_SEPARATORS), record, sink, at) != SUBSCRIPTION_OK)
         return SUBSCRIPTION_FAILED;
     if (record->numApps == 0) addApp(record, record->name);
