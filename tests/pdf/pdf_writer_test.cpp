@@ -114,6 +114,19 @@ TEST(PdfWriter, BeginsAPageAfter79LinesAndSetsTheFontAgain) {
     EXPECT_EQ(countOf(first, "\f"), 12);
 }
 
+TEST(PdfWriter, LosesNothingWhereABlockOfTheFileEnds) {
+    // All behind the first page, with blocks that end elsewhere for another first line.
+    const auto pages = [](const std::string &first) {
+        TestDocument test;
+        pdf_add_text_line(test.doc.get(), first);
+        for (int page = 0; page < 3000; ++page) pdf_page_break(test.doc.get());
+        const std::string pdf = test.finish();
+        const std::size_t start = pdf.find("/Contents");
+        return pdf.substr(start, pdf.find("\nxref\n") - start);
+    };
+    EXPECT_TRUE(pages("a") == pages("another line"));
+}
+
 TEST(PdfWriter, KeepsEveryByteOfATextInItsString) {
     const std::string plain(3000, 'x');
     const std::pair<std::string, std::string> cases[] = {
