@@ -31,7 +31,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr FindingForm unreadableForm = {REPORT_ERROR, 1, false, ""};
+constexpr FindingForm unreadableForm = {FOUND_ERROR, 1, false, ""};
 
 // The merges that make a check, all into one list.
 class Check {
@@ -129,7 +129,9 @@ std::string_view withoutStop(std::string_view text) {
 }
 
 std::string messageOf(const ListedFinding &finding) {
-    std::string message(withoutStop(finding.text));
+    std::string_view text = withoutStop(finding.text);
+    if (text.starts_with("Error: ")) text.remove_prefix(std::string_view("Error: ").size());
+    std::string message(text);
     if (!finding.why.empty()) message += " (" + finding.why + ')';
     return message;
 }

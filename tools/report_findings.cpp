@@ -49,12 +49,12 @@ void FindingList::take(void *user, const ReportFinding &finding) {
 void FindingList::add(const ReportFinding &finding) {
     const FindingSeverity severity = finding.form->severity;
     const bool ofItsOwn = use_ == FindingUse::LOG && finding.form->opening != nullptr;
-    if (severity == REPORT_CAUSE && !ofItsOwn)
+    if (severity == FOUND_CAUSE && !ofItsOwn)
         join(&pending_, finding.text);
-    else if (severity == REPORT_DETAIL)
+    else if (severity == FOUND_DETAIL)
         addDetail(finding);
     else
-        take(finding, severity == REPORT_ERROR || severity == REPORT_CAUSE);
+        take(finding, severity == FOUND_ERROR || severity == FOUND_CAUSE);
 }
 
 void FindingList::addDetail(const ReportFinding &finding) {

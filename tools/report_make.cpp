@@ -29,7 +29,7 @@ namespace {
 // Of what is read from a stream, which may have no end.
 constexpr std::size_t INPUT_MAX_BYTES = REPORT_MAX_BYTES;
 
-constexpr FindingForm ownWarning = {REPORT_WARNING, 1, false, "Warning: "};
+constexpr FindingForm ownWarning = {FOUND_WARNING, 1, false, "Warning: "};
 
 // Copies a stream to another; false, with errno set, when one of them fails or there is more than
 // `most` bytes.

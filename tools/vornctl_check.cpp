@@ -61,14 +61,14 @@ struct Findings {
 void collect(void *user, const Finding &finding) {
     auto *findings = static_cast<Findings *>(user);
     const At at = {finding.place.path, finding.place.line};
-    if (finding.severity == LINE_APPLIED) {
+    if (finding.severity == SEVERITY_APPLIED) {
         if (at.file == opt_cfgfile)
             findings->keys[finding.text] = at;
         else
             findings->subscriptions.push_back(at);
         return;
     }
-    const bool error = finding.severity == LINE_ERROR;
+    const bool error = finding.severity == SEVERITY_ERROR;
     for (const CheckFinding &known : findings->list)
         if (error && known.error && known.file == at.file &&
             (known.line == at.line || at.line == 0))

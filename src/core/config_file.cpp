@@ -17,20 +17,20 @@ namespace {
 bool applyLine(const FindingSink &sink, const Place &at, const ConfigLine &line) {
     const Setting *setting = findSetting(line.key);
     if (setting == nullptr) {
-        tellText(sink, LINE_WARNING, at, "unknown variable '%s' in config file.", line.key);
+        tellText(sink, SEVERITY_WARNING, at, "unknown variable '%s' in config file.", line.key);
         return true;
     }
     if (line.value == nullptr && setting->missing != nullptr) {
-        tellText(sink, LINE_ERROR, at, "%s", setting->missing);
+        tellText(sink, SEVERITY_ERROR, at, "%s", setting->missing);
         return false;
     }
-    if (line.value == nullptr) tellText(sink, LINE_HINT, at, "'%s' has no value.", line.key);
+    if (line.value == nullptr) tellText(sink, SEVERITY_HINT, at, "'%s' has no value.", line.key);
     const char *word = line.value == nullptr ? "" : unquote_str(line.value);
     if (!setting->set(sink, at, word)) {
-        tellText(sink, LINE_ERROR, at, "%s '%s'.", setting->unknown, word);
+        tellText(sink, SEVERITY_ERROR, at, "%s '%s'.", setting->unknown, word);
         return false;
     }
-    tell(sink, {LINE_APPLIED, at, line.key, nullptr});
+    tell(sink, {SEVERITY_APPLIED, at, line.key, nullptr});
     tellIgnored(sink, at, line);
     return true;
 }
@@ -39,7 +39,7 @@ int failToRead(const FindingSink &sink, const char *path) {
     const char *reason = std::strerror(errno);
     char logged[PATH_MAX + 100];
     std::snprintf(logged, sizeof logged, "Error loading config from %s: %s", path, reason);
-    tell(sink, {LINE_ERROR, {path, 0}, reason, logged});
+    tell(sink, {SEVERITY_ERROR, {path, 0}, reason, logged});
     return CONFIG_FAILED;
 }
 

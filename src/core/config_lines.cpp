@@ -21,9 +21,9 @@ bool readConfigLine(std::FILE *file, ConfigLine *line) {
 
 void tellIgnored(const FindingSink &sink, const Place &at, const ConfigLine &line) {
     if (line.extra != nullptr)
-        tellText(sink, LINE_HINT, at, "'%s' and what follows it are ignored.", line.extra);
+        tellText(sink, SEVERITY_HINT, at, "'%s' and what follows it are ignored.", line.extra);
     if (line.cut)
-        tellText(sink, LINE_HINT, at,
+        tellText(sink, SEVERITY_HINT, at,
                  "only %d characters belong to this line, the rest is the next.",
                  CONFIG_LINE_SIZE - 1);
 }

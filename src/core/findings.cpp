@@ -14,11 +14,11 @@ namespace {
 constexpr std::size_t TEXT_SIZE = CONFIG_LINE_SIZE + 80;  // a word of a line, and words of ours
 
 const char *severityName(Severity severity) {
-    return severity == LINE_ERROR ? "Error" : "Warning";
+    return severity == SEVERITY_ERROR ? "Error" : "Warning";
 }
 
 void logFinding(void * /*user*/, const Finding &finding) {
-    if (finding.severity == LINE_APPLIED || finding.severity == LINE_HINT) return;
+    if (finding.severity == SEVERITY_APPLIED || finding.severity == SEVERITY_HINT) return;
     if (finding.logged != nullptr)
         dmon_log(1, "%s\n", finding.logged);
     else
@@ -60,5 +60,6 @@ void takePath(const FindingSink &sink, const Place &place, char *out, unsigned s
               const char *path) {
     safe_strncpy(out, path, size);
     if (std::strlen(path) >= size)
-        tellPlain(sink, LINE_WARNING, place, "path '%s' was cut at %u characters.", out, size - 1);
+        tellPlain(sink, SEVERITY_WARNING, place, "path '%s' was cut at %u characters.", out,
+                  size - 1);
 }

@@ -4,10 +4,10 @@
 #pragma once
 
 enum Severity {
-    LINE_APPLIED,  // nothing is wrong: the text is the line's key, which has taken effect
-    LINE_HINT,     // for who checks the file; the log does not tell it
-    LINE_WARNING,
-    LINE_ERROR,
+    SEVERITY_APPLIED,  // nothing is wrong: the text is the line's key, which has taken effect
+    SEVERITY_HINT,     // for who checks the file; the log does not tell it
+    SEVERITY_WARNING,
+    SEVERITY_ERROR,
 };
 
 struct Place {

@@ -24,7 +24,7 @@ bool setPath(const FindingSink &sink, const Place &at, const char *word) {
 
 void hintWhenCut(const FindingSink &sink, const Place &at, const char *word, std::size_t size) {
     if (std::strlen(word) >= size)
-        tellText(sink, LINE_HINT, at, "'%s' was cut at %zu characters.", word, size - 1);
+        tellText(sink, SEVERITY_HINT, at, "'%s' was cut at %zu characters.", word, size - 1);
 }
 
 template <auto &option>
@@ -44,7 +44,7 @@ bool setLanguage(const FindingSink &sink, const Place &at, const char *word) {
 void hintWhenNoNumber(const FindingSink &sink, const Place &at, const char *word) {
     std::int64_t number = 0;
     if (parseSigned(word, INT32_MIN, INT32_MAX, &number) != NUMBER_OK)
-        tellText(sink, LINE_HINT, at, "'%s' is no number and counts as %d.", word,
+        tellText(sink, SEVERITY_HINT, at, "'%s' is no number and counts as %d.", word,
                  int{toInt32(word)});
 }
 
@@ -64,7 +64,7 @@ void hintWhenNoIsMeant(const FindingSink &sink, const Place &at, const char *wor
     constexpr std::string_view noWords[] = {"no", "No", "NO", "n", "N", "0", "off", "false"};
     if (isYes(word) || std::find(std::begin(noWords), std::end(noWords), word) != std::end(noWords))
         return;
-    tellText(sink, LINE_HINT, at, "'%s' means no: yes begins with y, Y or 1.", word);
+    tellText(sink, SEVERITY_HINT, at, "'%s' means no: yes begins with y, Y or 1.", word);
 }
 
 template <auto &option>
@@ -86,7 +86,7 @@ std::int32_t findWord(const char *const (&words)[N], std::string_view word) {
 bool setMaxFiles(const FindingSink &sink, const Place &at, const char *word) {
     const std::int32_t files = toInt32(word);
     if (files < 1 || files > QUOTA_MAX_FILES)
-        tellText(sink, LINE_WARNING, at, "number of files '%s' is not in 1 to %d.", word,
+        tellText(sink, SEVERITY_WARNING, at, "number of files '%s' is not in 1 to %d.", word,
                  QUOTA_MAX_FILES);
     else
         hintWhenNoNumber(sink, at, word);

@@ -25,7 +25,7 @@ constexpr std::string_view APP_SEPARATOR = ",";
 void hintCutName(const FindingSink &sink, const Place &at, const char (&field)[NAME_SIZE],
                  std::string_view name) {
     if (name.size() >= sizeof field)
-        tellText(sink, LINE_HINT, at, "name '%s' was cut at %zu characters.", field,
+        tellText(sink, SEVERITY_HINT, at, "name '%s' was cut at %zu characters.", field,
                  sizeof field - 1);
 }
 
@@ -42,7 +42,7 @@ int parseApps(std::string_view list, Subscription *record, const FindingSink &si
         const std::string_view name = takeWord(&list, APP_SEPARATOR);
         if (name.empty()) return SUBSCRIPTION_OK;
         if (record->numApps == MAX_SUBSCRIPTION_APPS) {
-            tellPlain(sink, LINE_ERROR, at, "too many applications per subscription.");
+            tellPlain(sink, SEVERITY_ERROR, at, "too many applications per subscription.");
             return SUBSCRIPTION_FAILED;
         }
         addApp(record, name);
@@ -53,19 +53,20 @@ int parseApps(std::string_view list, Subscription *record, const FindingSink &si
 // Applies a line of a file; SUBSCRIPTION_FAILED after an error.
 int applyLine(const FindingSink &sink, const Place &at, const ConfigLine &line) {
     if (std::string_view(line.key) != "subscribe") {
-        tellText(sink, LINE_WARNING, at, "unknown variable '%s' in subscription file.", line.key);
+        tellText(sink, SEVERITY_WARNING, at, "unknown variable '%s' in subscription file.",
+                 line.key);
         return SUBSCRIPTION_OK;
     }
     if (opt_num_subs == MAX_INITIAL_SUBSCRIPTIONS) {
-        tellText(sink, LINE_ERROR, at, "too many initial subscriptions.");
+        tellText(sink, SEVERITY_ERROR, at, "too many initial subscriptions.");
         return SUBSCRIPTION_FAILED;
     }
     if (parseSubscription(line.value, &opt_subs[opt_num_subs], sink, at) != SUBSCRIPTION_OK) {
-        tellText(sink, LINE_ERROR, at, "Could not load subscription.");
+        tellText(sink, SEVERITY_ERROR, at, "Could not load subscription.");
         return SUBSCRIPTION_FAILED;
     }
     ++opt_num_subs;
-    tell(sink, {LINE_APPLIED, at, line.key, nullptr});
+    tell(sink, {SEVERITY_APPLIED, at, line.key, nullptr});
     tellIgnored(sink, at, line);
     return SUBSCRIPTION_OK;
 }
@@ -76,13 +77,13 @@ void tellUnreadable(const FindingSink &sink, const char *directory, int error) {
     char logged[PATH_MAX + 100];
     std::snprintf(logged, sizeof logged, "Error reading subscription folder '%s': %s", directory,
                   std::strerror(error));
-    tell(sink, {LINE_ERROR, {directory, 0}, std::strerror(error), logged});
+    tell(sink, {SEVERITY_ERROR, {directory, 0}, std::strerror(error), logged});
 }
 
 void tellFailed(const FindingSink &sink, const char *path) {
     char logged[OPTION_PATH_SIZE + 100];
     std::snprintf(logged, sizeof logged, "Error: could not load subscriptions file '%s'.", path);
-    tell(sink, {LINE_ERROR, {path, 0}, "the file cannot be read", logged});
+    tell(sink, {SEVERITY_ERROR, {path, 0}, "the file cannot be read", logged});
 }
 
 }  // namespace
@@ -127,7 +128,7 @@ int parseSubscription(const char *text, Subscription *record, const FindingSink 
     std::string_view rest = text == nullptr ? "" : text;
     const std::string_view name = takeWord(&rest, PIECE_SEPARATORS);
     if (name.empty()) {
-        tellPlain(sink, LINE_ERROR, at, "missing subscription name.");
+        tellPlain(sink, SEVERITY_ERROR, at, "missing subscription name.");
         return SUBSCRIPTION_FAILED;
     }
     copyPiece(record->name, name);
@@ -139,7 +140,7 @@ int parseSubscription(const char *text, Subscription *record, const FindingSink 
     copyPiece(path, takeWord(&rest, PIECE_SEPARATORS));
     takePath(sink, at, record->templateName, sizeof record->templateName, path);
     if (const std::string_view more = takeWord(&rest, PIECE_SEPARATORS); !more.empty())
-        tellText(sink, LINE_HINT, at, "'%.*s' behind the template is ignored.",
+        tellText(sink, SEVERITY_HINT, at, "'%.*s' behind the template is ignored.",
                  static_cast<int>(more.size()), more.data());
     return SUBSCRIPTION_OK;
 }

@@ -11,13 +11,13 @@ namespace {
 
 // By FindingKind.
 constexpr FindingForm forms[] = {
-    {REPORT_ERROR, 1, true, "Error in "},               // FINDING_ERROR
-    {REPORT_ERROR, 1, true, "Error in template "},      // FINDING_OUTPUT_ERROR
-    {REPORT_ERROR, 1, false, "Error: "},                // FINDING_ROW_ERROR
-    {REPORT_DETAIL, 1, false, ""},                      // FINDING_DETAIL
-    {REPORT_WARNING, 2, true, "Warning in "},           // FINDING_WARNING
-    {REPORT_WARNING, 1, true, "Warning in template "},  // FINDING_NESTED_CLAUSE
-    {REPORT_WARNING, 2, false, "Warning: "},            // FINDING_UNCLOSED
+    {FOUND_ERROR, 1, true, "Error in "},               // FINDING_ERROR
+    {FOUND_ERROR, 1, true, "Error in template "},      // FINDING_OUTPUT_ERROR
+    {FOUND_ERROR, 1, false, "Error: "},                // FINDING_ROW_ERROR
+    {FOUND_DETAIL, 1, false, ""},                      // FINDING_DETAIL
+    {FOUND_WARNING, 2, true, "Warning in "},           // FINDING_WARNING
+    {FOUND_WARNING, 1, true, "Warning in template "},  // FINDING_NESTED_CLAUSE
+    {FOUND_WARNING, 2, false, "Warning: "},            // FINDING_UNCLOSED
 };
 static_assert(std::size(forms) == FINDING_KIND_COUNT);
 

@@ -14,15 +14,15 @@ namespace {
 
 constexpr std::size_t FINDING_SIZE = 4096;  // longer than any text; the log cuts there, too
 
-constexpr FindingForm causeForm = {REPORT_CAUSE, 1, false, "Error: "};
-constexpr FindingForm freeCauseForm = {REPORT_CAUSE, 1, false, ""};
-constexpr FindingForm freeErrorForm = {REPORT_ERROR, 1, false, ""};
-constexpr FindingForm warningForm = {REPORT_WARNING, 2, false, "Warning: "};
-constexpr FindingForm freeWarningForm = {REPORT_WARNING, 2, false, ""};
-constexpr FindingForm pathForm = {REPORT_WARNING, 1, false, "Warning: "};
-constexpr FindingForm hintForm = {REPORT_HINT, 0, true, "Warning in "};
-constexpr FindingForm hintDetailForm = {REPORT_DETAIL, 0, false, nullptr};
-constexpr FindingForm hiddenCauseForm = {REPORT_CAUSE, 0, false, nullptr};
+constexpr FindingForm causeForm = {FOUND_CAUSE, 1, false, "Error: "};
+constexpr FindingForm freeCauseForm = {FOUND_CAUSE, 1, false, ""};
+constexpr FindingForm freeErrorForm = {FOUND_ERROR, 1, false, ""};
+constexpr FindingForm warningForm = {FOUND_WARNING, 2, false, "Warning: "};
+constexpr FindingForm freeWarningForm = {FOUND_WARNING, 2, false, ""};
+constexpr FindingForm pathForm = {FOUND_WARNING, 1, false, "Warning: "};
+constexpr FindingForm hintForm = {FOUND_HINT, 0, true, "Warning in "};
+constexpr FindingForm hintDetailForm = {FOUND_DETAIL, 0, false, nullptr};
+constexpr FindingForm hiddenCauseForm = {FOUND_CAUSE, 0, false, nullptr};
 
 std::int32_t hintCount = 0;  // a sink has one thread
 

@@ -9,11 +9,11 @@
 #include <cstdint>
 
 enum FindingSeverity : std::uint8_t {
-    REPORT_ERROR,
-    REPORT_WARNING,
-    REPORT_CAUSE,   // why the error comes that follows
-    REPORT_DETAIL,  // says more of the error before it
-    REPORT_HINT,    // a warning that the log never has
+    FOUND_ERROR,
+    FOUND_WARNING,
+    FOUND_CAUSE,   // why the error comes that follows
+    FOUND_DETAIL,  // says more of the error before it
+    FOUND_HINT,    // a warning that the log never has
 };
 
 // How the log words a finding: "OPENING PLACE: TEXT", or "OPENING TEXT" without a place.

@@ -16,6 +16,7 @@
 #include "core/subscription.h"
 #include "dmon/dmon.h"
 #include "listener/commands.h"
+#include "listener/result_names.h"
 #include "output/dump_backend.h"
 #include "report/report.h"
 #include "report/user_vars.h"
@@ -28,7 +29,6 @@ namespace {
 
 constexpr std::uint32_t LAST_FULL_ACTION = FULL_PURGE;
 constexpr std::uint32_t LAST_REPORT_FORMAT = RPT_FMT_PDF;
-constexpr std::size_t REPORT_NAME_MAX = 39;
 constexpr int USER_VAR_NAME_SIZE = 16;
 constexpr int USER_VAR_VALUE_SIZE = 128;
 
@@ -120,8 +120,8 @@ int readReportRequest(const PktMessage *request, ReportRequest *fields) {
 
 // Takes the report's name for templates from its path: the last part up to RESULTS_ENDING. Others
 // may set the variable again before the report is made.
-void setReportName(std::string_view path, char (&text)[REPORT_NAME_MAX + 1]) {
-    const std::string_view name = fileNameOf(path).substr(0, REPORT_NAME_MAX);
+void setReportName(std::string_view path, char (&text)[BASE_NAME_SIZE]) {
+    const std::string_view name = fileNameOf(path).substr(0, sizeof text - 1);
     copyPiece(text, name.substr(0, name.find(RESULTS_ENDING)));
     setUserVar(&kv_urv, "report-name", text);
 }
@@ -208,7 +208,7 @@ int srvMakeReport(const PktMessage *request, PktMessage *reply) {
     dmon_log(2, "  Result file    : %s\n", fields.results);
     dmon_log(2, "  Template file  : %s\n", fields.templateFile);
     dmon_log(2, "  Report file    : %s\n", fields.report);
-    char name[REPORT_NAME_MAX + 1];
+    char name[BASE_NAME_SIZE];
     setReportName(fields.report, name);
     if (result == SRV_OK) {
         result = generateReport(fields.results, fields.templateFile, fields.report, flags,
