@@ -273,10 +273,10 @@ void checkSubscriptions(Findings *findings) {
 
 // A missing file is no fault.
 void checkState(Findings *findings) {
-    const std::string path = fixedPath(PERSISTENT_FILE);
+    const std::string path = fixedPath(STATE_FILE);
     const FileGuard file = openForReading(path.c_str());
-    const bool foreign = file ? readPersistentData(file.get()) != PERSISTENT_OK
-                              : errno == EISDIR || errno == ENOTSUP;
+    const bool foreign =
+        file ? readPersistentData(file.get()) != STATE_OK : errno == EISDIR || errno == ENOTSUP;
     if (foreign)
         findings->add(ERROR, {path, 0}, "this is no state file; the service will not start");
     checkMadeDirectory(findings, ERROR, "", parentOf(path));

@@ -45,7 +45,7 @@ int serviceMain(int argc, char **argv) {
     result = loadConfigFile(opt_cfgfile);
     if (result != CONFIG_OK) return result;
     result = loadPersistentData();
-    if (result != PERSISTENT_OK) return result;
+    if (result != STATE_OK) return result;
     result = loadSubscriptionFiles();
     if (result != SUBSCRIPTION_OK) return result;
 

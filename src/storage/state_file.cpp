@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <string_view>
 
 #include <sys/stat.h>
 
@@ -11,12 +12,13 @@
 #include "base/open_file.h"
 #include "base/root_path.h"
 #include "base/whole_file.h"
+#include "base/words.h"
 #include "core/options.h"
 #include "dmon/dmon.h"
 
 namespace {
 
-constexpr char STATE_DIRECTORY[] = "/tarix/data/vorn";
+constexpr std::string_view STATE_DIRECTORY = folderOf(STATE_FILE);
 constexpr mode_t DIRECTORY_MODE = 0755;
 constexpr mode_t FILE_MODE = 0664;
 
@@ -29,7 +31,9 @@ pthread_mutex_t saveLock = PTHREAD_MUTEX_INITIALIZER;
 
 struct StatePath {
     char text[ROOTED_PATH_SIZE];
-    explicit StatePath(const char *path) { rootedPath(text, "%s", path); }
+    explicit StatePath(std::string_view path) {
+        rootedPath(text, "%.*s", static_cast<int>(path.size()), path.data());
+    }
 };
 
 void putBigEndian(std::uint8_t *bytes, std::uint32_t word) {
@@ -71,26 +75,26 @@ int savePersistentData() {
     const MutexGuard lock = lockMutex(&saveLock);
     const StatePath directory(STATE_DIRECTORY);
     static_cast<void>(makeFolder(directory.text, DIRECTORY_MODE));
-    const StatePath path(PERSISTENT_FILE);
-    if (saveState(path.text) == 0) return PERSISTENT_OK;
+    const StatePath path(STATE_FILE);
+    if (saveState(path.text) == 0) return STATE_OK;
     dmon_log(1, "Error: could not save persistent data to '%s'.\n", path.text);
-    return PERSISTENT_NOT_SAVED;
+    return STATE_NOT_SAVED;
 }
 
 int loadPersistentData() {
-    const StatePath path(PERSISTENT_FILE);
+    const StatePath path(STATE_FILE);
     const FileGuard file = openForReading(path.text);
     if (file) return readPersistentData(file.get());
-    if (errno == EISDIR || errno == ENOTSUP) return PERSISTENT_FOREIGN;
+    if (errno == EISDIR || errno == ENOTSUP) return STATE_FOREIGN;
     dmon_log(1, "Warning: no persistent data found.\n");
-    return PERSISTENT_OK;
+    return STATE_OK;
 }
 
 int readPersistentData(std::FILE *file) {
     std::uint32_t magic = 0;
     std::uint32_t sequence = 0;
-    if (!readBigEndian(file, &magic) || magic != MAGIC) return PERSISTENT_FOREIGN;
-    if (!readBigEndian(file, &sequence)) return PERSISTENT_FOREIGN;
+    if (!readBigEndian(file, &magic) || magic != MAGIC) return STATE_FOREIGN;
+    if (!readBigEndian(file, &sequence)) return STATE_FOREIGN;
     opt_autoseq = static_cast<std::int32_t>(sequence);
-    return PERSISTENT_OK;
+    return STATE_OK;
 }

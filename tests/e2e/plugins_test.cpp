@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "server/requests.h"
 #include "support/build_paths.h"
 #include "support/program.h"
 #include "support/service_run.h"
@@ -51,7 +52,6 @@ TEST(PluginInterface, InstalledBuildsTheExampleAndTheManualsPlugin) {
 // The service's own binary, with what is linked into it statically: threads of a plug-in wait in
 // it, and are cancelled in it. Exceptions come from a C++ library that is not the service's own.
 TEST(PluginInterface, IsWholeInTheService) {
-    constexpr std::uint16_t REQ_MAKE_REPORT = 262;
     ServiceRun run;
     std::filesystem::create_symlink(VORN_TEST_PLUGIN_DIR "/containers.so",
                                     run.root.path("containers.so"));

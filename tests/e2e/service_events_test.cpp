@@ -6,12 +6,10 @@
 #include <gtest/gtest.h>
 #include <sys/msg.h>
 
+#include "server/requests.h"
 #include "support/service_run.h"
 
 namespace {
-
-constexpr std::uint16_t REQ_ADD_SUBS = 257;
-constexpr std::uint16_t REQ_REMOVE_SUBS = 258;
 
 // A change list of the service on an application.
 bool watches(const ServiceRun &run, const std::string &app) {

@@ -7,17 +7,11 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include "server/requests.h"
+#include "storage/quota.h"
 #include "support/service_run.h"
 
 namespace {
-
-constexpr std::uint16_t REQ_REMOVE_SUBS = 258;
-constexpr std::uint16_t REQ_SET_QUOTA = 259;
-constexpr std::uint16_t REQ_MAKE_REPORT = 262;
-constexpr std::uint16_t REQ_SET_TEMPLATE = 267;
-constexpr std::uint16_t REQ_SET_FULLACTION = 269;
-constexpr std::uint16_t REQ_DELETE_ALL = 272;
-constexpr std::int32_t QUOTA_RESULTS = 0;
 
 class ServiceSaving : public testing::Test {
 protected:

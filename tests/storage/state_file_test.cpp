@@ -34,16 +34,16 @@ TEST_F(StateFile, HoldsTheNumberInEightBytes) {
                                         {-2, "\xFF\xFF\xFF\xFE"},
                                         {INT32_MIN, {'\x80', 0, 0, 0}}}) {
         opt_autoseq = number;
-        EXPECT_EQ(savePersistentData(), PERSISTENT_OK);
+        EXPECT_EQ(savePersistentData(), STATE_OK);
         EXPECT_EQ(root_.read(NAME), MAGIC + bytes);
         opt_autoseq = 1;
-        EXPECT_EQ(loadPersistentData(), PERSISTENT_OK);
+        EXPECT_EQ(loadPersistentData(), STATE_OK);
         EXPECT_EQ(opt_autoseq, number);
     }
     struct stat status {};
     stat(root_.path(NAME).c_str(), &status);
     EXPECT_EQ(status.st_mode & 07777u, 0664u);
     root_.write(NAME, MAGIC + std::string("\0\0\0\7more", 8));
-    EXPECT_EQ(loadPersistentData(), PERSISTENT_OK);
+    EXPECT_EQ(loadPersistentData(), STATE_OK);
     EXPECT_EQ(opt_autoseq, 7);
 }
