@@ -2,7 +2,6 @@
 #include "base/root_path.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -10,33 +9,37 @@
 
 namespace {
 
+constexpr std::size_t FIXED_PATH_MAX = 64;  // more than any that is put behind the root
+
 // Lives as long as the process: threads that are never joined still read it at the end.
 struct Root {
-    char path[PATH_MAX]{};
+    char path[ROOTED_PATH_SIZE - FIXED_PATH_MAX]{};
+    bool isTooLong = false;
 
     Root() {
         const char *value = std::getenv("VORN_ROOT");
         if (value == nullptr) return;
-        const std::string_view text = value;
+        std::string_view text = value;
         // Without the slashes at its end; a root of slashes alone is the empty one.
-        const std::size_t length = text.find_last_not_of('/') + 1;
-        text.substr(0, length).copy(path, sizeof path - 1);
+        text = text.substr(0, text.find_last_not_of('/') + 1);
+        isTooLong = text.size() >= sizeof path;
+        if (!isTooLong) text.copy(path, text.size());
     }
 };
 
-// The root, without a slash at its end; the environment is read once.
-const char *rootPath() {
+// The root; the environment is read once.
+const Root &readRoot() {
     static const Root root;
-    return root.path;
+    return root;
 }
 
 }  // namespace
 
 int rootedPath(char (&path)[ROOTED_PATH_SIZE], const char *format, ...) {
-    const std::size_t used =
-        static_cast<std::size_t>(std::snprintf(path, sizeof path, "%s", rootPath()));
+    const Root &root = readRoot();
+    const auto used = static_cast<std::size_t>(std::snprintf(path, sizeof path, "%s", root.path));
     int length = -1;
-    if (used < sizeof path) {
+    if (!root.isTooLong) {
         va_list arguments;
         va_start(arguments, format);
 // The format is the caller's: the compiler checks it there, by the attribute in the header.

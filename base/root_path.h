@@ -10,6 +10,6 @@
 constexpr std::size_t ROOTED_PATH_SIZE = 1024;
 
 // Writes the root and the text that the format gives. Returns 0, or ENAMETOOLONG: then `path` is
-// empty.
+// empty. A root that is too long for one fixed path is so for all.
 [[gnu::format(printf, 2, 3)]] int rootedPath(char (&path)[ROOTED_PATH_SIZE], const char *format,
                                              ...);

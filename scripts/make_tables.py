@@ -4,6 +4,7 @@
 stands: the subcommands in docs/vornctl.md and the names in contrib/vorn.lua from src/server/requests.def,
 etc/vorn.cfg from the table of keys in docs/service.md. With --check it writes nothing, prints a line a
 file that is not so, and its exit status is 1 when there is one."""
+import argparse
 import pathlib
 import re
 import sys
@@ -22,7 +23,7 @@ def requests():
     text = re.sub(r"^//.*", "", REQUESTS.read_text(encoding="utf-8"), flags=re.MULTILINE)
     for row in text.split("VORN_REQUEST(")[1:]:
         code = int(re.search(r"\b[0-9]+\b", row)[0])
-        row = re.sub(r'(?<!\\)"\s*"(?=[^,\s)])', "", row)  # literals side by side are one
+        row = re.sub(r'(?<!\\)"\s*\n\s*"', "", row)  # a literal that goes on on the next line
         name, words, told, _ = re.findall(r'"((?:[^"\\]|\\.)*)"', row)
         yield code, name, re.sub(r"\b[0-9]:", "", words), told.replace(r'\"', '"')
 
@@ -67,14 +68,16 @@ MADE = {"docs/vornctl.md": subcommands, "contrib/vorn.lua": dissector, "etc/vorn
 
 
 def main():
-    stale = False
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--check", action="store_true")
+    check, stale = parser.parse_args().check, False
     for name, make in MADE.items():
         path = pathlib.Path(name)
         before = path.read_text(encoding="utf-8")
         after = make(before)
         if after == before:
             continue
-        if sys.argv[1:] == ["--check"]:
+        if check:
             print(f"{name}: scripts/make_tables.py would write it differently")
             stale = True
         else:

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Numbers of a command line, read as the service reads those of its files: zeros in front change
-// nothing, and 0x makes a hexadecimal one.
+// nothing, and 0x makes a hexadecimal one. A plus may stand in front.
 #pragma once
 
 #include <limits>
 #include <string>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 
@@ -17,8 +18,10 @@ template <class Number>
 Number numberOf(const std::string &name, const std::string &word,
                 Number min = std::numeric_limits<Number>::min(),
                 Number max = std::numeric_limits<Number>::max()) {
+    const bool hasPlus = word.size() > 1 && word[0] == '+' && word[1] != '-';
     Number number{};
-    if (parseNumber(word, &number) != NUMBER_OK || number < min || number > max)
+    if (parseNumber(std::string_view(word).substr(hasPlus ? 1 : 0), &number) != NUMBER_OK ||
+        number < min || number > max)
         throw CLI::ValidationError(name, "Value " + word + " not in range " + std::to_string(min) +
                                              " to " + std::to_string(max));
     return number;

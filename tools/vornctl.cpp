@@ -253,7 +253,7 @@ void putWords(const Request &row, const Words &words, Message *message) {
         const std::string &word = words.said.at(form.name);
         if (form.parameter == 0)
             putTexts(message, {word});
-        else if (!word.empty())
+        else if (!form.optional || !word.empty())
             (form.parameter == '1' ? message->packet.param1 : message->packet.param2) =
                 parameterOf(form, word);
     }

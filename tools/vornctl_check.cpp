@@ -4,7 +4,6 @@
 #include "vornctl_check.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <ctime>
 #include <map>
@@ -286,8 +285,11 @@ void checkState(Findings *findings) {
 
 std::vector<CheckFinding> checkConfig(const std::string &root, const std::string &configFile) {
     setenv("VORN_ROOT", root.c_str(), 1);
-    setDefaults();
     Findings findings;
+    if (setDefaults() != 0) {
+        findings.add(ERROR, {root, 0}, "the directory in front of all paths is too long");
+        return findings.list;
+    }
     const FindingSink sink = {collect, &findings, GO_ON_AFTER_ERRORS};
     if (!configFile.empty())
         takePath(sink, {configFile.c_str(), 0}, opt_cfgfile, sizeof opt_cfgfile,

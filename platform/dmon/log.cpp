@@ -188,8 +188,8 @@ public:
     ~Undisturbed() { errno = errno_; }
 
 private:
-    CancellationOff off_;
     int errno_ = errno;
+    CancellationOff off_;
 };
 
 }  // namespace

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "core/options.h"
 
+#include <cstring>
+
 #include "base/root_path.h"
 #include "core/settings.h"
+#include "dmon/dmon.h"
 #include "output/dump_backend.h"
 #include "storage/files.h"
 #include "storage/quota.h"
@@ -10,6 +13,7 @@
 namespace {
 
 constexpr char CONFIG_FILE[] = "/etc/tarix/vorn.cfg";
+constexpr int NO_DEFAULTS = -1;
 
 }  // namespace
 
@@ -17,7 +21,10 @@ int setDefaults() {
     opt_fgnd = 0;
     opt_debug = 1;
     char path[ROOTED_PATH_SIZE];
-    rootedPath(path, "%s", CONFIG_FILE);
+    if (const int error = rootedPath(path, "%s", CONFIG_FILE); error != 0) {
+        dmon_log(1, "Error: VORN_ROOT: %s.\n", std::strerror(error));
+        return NO_DEFAULTS;
+    }
     copyPath(opt_cfgfile, sizeof opt_cfgfile, path);
     presetSettings();
     opt_auto_fmt = RPT_FMT_PDF;

@@ -80,5 +80,6 @@ inline std::atomic<std::int16_t> opt_autoname;     // NameFormat
 inline OptionText<32> opt_refname;                 // reference of sequence names
 inline std::atomic<std::int32_t> opt_autoseq;      // next sequence number
 
-// Sets every option to its default and makes the quota table; quotaInit's result.
+// Sets every option to its default and makes the quota table. quotaInit's result, or a negative
+// number after a message when VORN_ROOT is too long to stand before a path.
 int setDefaults();

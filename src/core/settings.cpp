@@ -2,7 +2,6 @@
 #include "core/settings.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 #include <iterator>
 

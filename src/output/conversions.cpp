@@ -6,6 +6,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <string_view>
@@ -69,11 +70,17 @@ const char *toBitmapText(const Job *job) {
     }
 
     const bool isSet = (loadNumber<std::uint32_t>(job->value) & toUint32(argument)) != 0;
+    const std::string_view set = argument.substr(question + 1, colon - question - 1);
+    const std::string_view clear = argument.substr(colon + 1);
     char text[CONV_ARGUMENT_SIZE];
-    copyPiece(text, isSet ? argument.substr(question + 1, colon - question - 1)
-                          : argument.substr(colon + 1));
-    if (job->dict != nullptr) return takeString(job, dictResolvGetCopy(job->dict, text));
-    return copyString(job, text);
+    copyPiece(text, isSet ? set : clear);
+    if (job->dict == nullptr) return copyString(job, text);
+    if (reportSink != nullptr && reportSink->withoutResults) {  // either may come
+        char other[CONV_ARGUMENT_SIZE];
+        copyPiece(other, isSet ? clear : set);
+        std::free(dictResolvGetCopy(job->dict, other));
+    }
+    return takeString(job, dictResolvGetCopy(job->dict, text));
 }
 
 // The bytes stay, and with them their owner.
