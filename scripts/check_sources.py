@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
 """Checks of the tracked files that the formatter does not make: each names its licence in its first
-lines, includes point down the layers only, docs/internals.md names files and functions that are there,
+lines, includes point down the layers only, internals.md and CONTRIBUTING.md name what is there,
 and the documents tell each message, clause and conversion of the report engine.
 Prints a line a fault; exit status 1 when there is one."""
 import pathlib
@@ -53,7 +53,7 @@ def faults(path):
 def stale_names(path):
     """Names of files that are not there, and of what the files named beside them do not hold."""
     for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
-        names = re.findall(r"`([^`]+)`", line)
+        names = [name for name in re.findall(r"`([^`]+)`", line) if " " not in name and "FOLDER" not in name]
         files = [pathlib.Path(name) for name in names if "/" in name]
         yield from (f"{path}:{number}: there is no file {file}" for file in files if not file.is_file())
         text = "".join(file.read_text(encoding="utf-8") for file in files if file.is_file())
@@ -104,11 +104,15 @@ def untold_names():
     """Clauses and conversions that the templates' page has no line of in its tables."""
     page = pathlib.Path("docs/templates.md").read_text(encoding="utf-8")
     told = " ".join(re.findall(r"^\| (`[^|]*) \|", page, re.MULTILINE))
+    chapters = " ".join(re.findall(r"^### (.*)", page, re.MULTILINE)).split()
     for path, row in (("src/report/merge.cpp", r'^    \{\w+.*, "(/?\w+)", \w+\},'),
                       ("src/output/conversions.cpp", r'^    \{"([\w-]+)", to\w+,')):
-        names = re.findall(row, pathlib.Path(path).read_text(encoding="utf-8"), re.MULTILINE)
+        text = pathlib.Path(path).read_text(encoding="utf-8")
+        names = re.findall(row, text, re.MULTILINE)
         yield from (f"docs/templates.md: no table tells of '{name}' in {path}" for name in names
                     if not re.search(rf"`{re.escape(name)}[`(]", told))
+        yield from (f"docs/templates.md: '{name}' has no chapter" for name in names
+                    if "clauses" in text and name[0] != "/" and name not in chapters)
         if not names:
             yield f"{path}: its table looks otherwise than scripts/check_sources.py knows"
 
@@ -117,7 +121,7 @@ def main():
     listed = subprocess.run(["git", "ls-files", "-z"], capture_output=True, check=True).stdout
     paths = [pathlib.Path(name.decode()) for name in listed.split(b"\0") if name]
     found = [fault for path in paths if path.is_file() for fault in faults(path)]
-    found += stale_names(pathlib.Path("docs/internals.md"))
+    found += [fault for name in ("docs/internals.md", "CONTRIBUTING.md") for fault in stale_names(pathlib.Path(name))]
     found += untold_messages()
     found += untold_names()
     print("\n".join(found), end="\n" if found else "")

@@ -129,7 +129,18 @@ TEST_P(Session, AnswersAsWritten) {
     }
     endBlock();
     if (std::getenv("VORN_UPDATE_GOLDEN") != nullptr) std::ofstream(path) << actual;
-    EXPECT_EQ(actual, content.str());
+    const std::string expected = content.str();
+    if (actual == expected) return;
+    const auto differing =
+        std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end());
+    const auto lineAt = [](const std::string &text, std::string::const_iterator at) {
+        const std::size_t start = text.rfind('\n', static_cast<std::size_t>(at - text.begin())) + 1;
+        return text.substr(start, text.find('\n', start) - start);
+    };
+    FAIL() << path << " has\n"
+           << lineAt(expected, differing.second) << "\nand the programs say\n"
+           << lineAt(actual, differing.first)
+           << "\nWith VORN_UPDATE_GOLDEN set, all that they say is written.";
 }
 
 INSTANTIATE_TEST_SUITE_P(Documents, Session, testing::ValuesIn(documents()), nameOfTest);
