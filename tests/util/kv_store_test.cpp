@@ -173,6 +173,9 @@ TEST(KvStore, SortsOnInsertionOnDemandAndElementByElement) {
     EXPECT_EQ(kvSortElement(&s.kv, "none"), KV_NOT_FOUND);
     EXPECT_EQ(s.text().substr(0, 4), "e=0 ");
     EXPECT_EQ(s.text().substr(12), "a=4 ");
+    s.add("d", 9);
+    EXPECT_EQ(kvSort(&s.kv, nullptr, 0, nullptr), KV_OK);  // by key
+    EXPECT_EQ(s.text(), "a=4 c=3 d=9 e=0 x=3 ");
 }
 
 TEST(KvStore, CopiesAndMergesTwoStores) {
