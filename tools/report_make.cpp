@@ -82,7 +82,8 @@ FileGuard copyOf(const std::string &path) {
 
 void tellNoCopy(const std::string &results, const char *reason, ResultsFault *fault) {
     if (fault == nullptr) {
-        tellFreeError("Error loading results file '%s': %s", shownInput(results).c_str(), reason);
+        tellFinding(TELL_FREE_ERROR, "Error loading results file '%s': %s",
+                    shownInput(results).c_str(), reason);
         return;
     }
     fault->line = 0;
@@ -156,23 +157,23 @@ bool fill(const ReportOrder &order, std::FILE *templateFile, std::FILE *report) 
 bool make(const ReportOrder &order, const FindingList &findings) {
     const FileGuard templateFile = openTemplate(order.templateFile);
     if (!templateFile) {
-        tellFreeError("Error opening template file '%s': %s",
-                      shownInput(order.templateFile).c_str(), std::strerror(errno));
+        tellFinding(TELL_FREE_ERROR, "Error opening template file '%s': %s",
+                    shownInput(order.templateFile).c_str(), std::strerror(errno));
         return false;
     }
     Target target(order);
     int error = target.begin();
     if (error != 0) {
-        tellFreeError("Error creating report file '%s': %s", order.output.c_str(),
-                      std::strerror(error));
+        tellFinding(TELL_FREE_ERROR, "Error creating report file '%s': %s", order.output.c_str(),
+                    std::strerror(error));
         return false;
     }
     if (!fill(order, templateFile.get(), target.stream())) return false;
     if (order.strict && !findings.empty()) return false;
     error = target.commit();
     if (error != 0)
-        tellFreeError("Error writing report file '%s': %s", order.output.c_str(),
-                      std::strerror(error));
+        tellFinding(TELL_FREE_ERROR, "Error writing report file '%s': %s", order.output.c_str(),
+                    std::strerror(error));
     return error == 0;
 }
 

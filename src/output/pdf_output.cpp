@@ -153,8 +153,8 @@ struct LostText {
 
 void logLoss(const WinAnsiLoss *loss) {
     if (loss->count == 0) return;
-    tellFreeWarning("PDF report: characters shown as '?': %u, the first is %s.", loss->count,
-                    LostText(loss).text);
+    tellFinding(TELL_FREE_WARNING, "PDF report: characters shown as '?': %u, the first is %s.",
+                loss->count, LostText(loss).text);
 }
 
 // What a check looks for in a row.
@@ -176,8 +176,8 @@ bool logsCodes() {
 
 // Says what a code means. Without a report there was no memory for it.
 void tellReason(const PdfReport *report, int result) {
-    tellFreeError("PDF report: %s.",
-                  report != nullptr ? pdfReason(&report->document.out, result) : "no memory");
+    tellFinding(TELL_FREE_ERROR, "PDF report: %s.",
+                report != nullptr ? pdfReason(&report->document.out, result) : "no memory");
 }
 
 }  // namespace

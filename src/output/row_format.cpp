@@ -34,7 +34,7 @@ const RowFormat *readRowFormat(const ReportRow *row, RowFormat *unkept) {
     }
     if (std::strcmp(format->cstyle, row->cstyle) != 0) readCstyle(format, row->cstyle);
     if (format->count == row->count) return format;
-    tellCause("number of values in row doesn't match 'cstyle' arguments.");
+    tellFinding(TELL_CAUSE, "number of values in row doesn't match 'cstyle' arguments.");
     tellHiddenCause("values: %d, conversions: %d", row->count, format->count);
     return nullptr;
 }

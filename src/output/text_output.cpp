@@ -27,12 +27,13 @@ thread_local std::size_t written;
 
 int writeAll(std::FILE *stream, const char *bytes, std::size_t length) {
     if (length > REPORT_MAX_BYTES - written) {
-        tellFreeError("Error writing text report: more than %d MiB.", REPORT_MAX_BYTES >> 20);
+        tellFinding(TELL_FREE_ERROR, "Error writing text report: more than %d MiB.",
+                    REPORT_MAX_BYTES >> 20);
         return DUMP_WRITE_FAILED;
     }
     written += length;
     if (std::fwrite(bytes, 1, length, stream) == length) return DUMP_OK;
-    tellFreeError("Error writing text report: %s", std::strerror(errno));
+    tellFinding(TELL_FREE_ERROR, "Error writing text report: %s", std::strerror(errno));
     return DUMP_WRITE_FAILED;
 }
 
@@ -71,7 +72,7 @@ int dumpTextInit(void **state, std::FILE *stream) {
     *state = stream;
     written = 0;
     if (utf8_fencode(stream, U'\uFEFF') == 0) return DUMP_OK;
-    tellFreeError("Error writing text report: %s", std::strerror(errno));
+    tellFinding(TELL_FREE_ERROR, "Error writing text report: %s", std::strerror(errno));
     return DUMP_WRITE_FAILED;
 }
 

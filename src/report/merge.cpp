@@ -526,7 +526,7 @@ int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *re
     // Some 120 KiB: too much for the small stacks of other people's threads.
     const HeapGuard<Merge> merge(static_cast<Merge *>(std::calloc(1, sizeof(Merge))));
     if (!merge) {
-        tellFreeError("Error: no memory to merge template '%s'.", templatePath);
+        tellFinding(TELL_FREE_ERROR, "Error: no memory to merge template '%s'.", templatePath);
         return MERGE_TEMPLATE_ERROR;
     }
     TemplateContext *ctx = &merge->ctx;

@@ -20,7 +20,7 @@ bool isTranslationWanted() {
 }
 
 void tellFault(const char *text) {
-    tellFreeCause("%s", text);
+    tellFinding(TELL_FREE_CAUSE, "%s", text);
 }
 
 // Opens a file: lexica_open's result. Why it fails belongs to the finding that follows.
@@ -167,7 +167,7 @@ const char *dictResolvGet(DictResolver *resolver, const char *key) {
             text = searchStack(resolver, &DictEntry::dfltDict, key, &at);
     }
     if (text != nullptr && !isTranslationWanted()) return text;
-    tellReportWarning("dictionary key '%s' not found.", key);
+    tellFinding(TELL_WARNING, "dictionary key '%s' not found.", key);
     hintGroup(resolver, at);
     if (text != nullptr) tellHintDetail("%s", text);
     return text != nullptr ? text : key;

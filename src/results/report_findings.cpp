@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "dmon/dmon.h"
@@ -14,12 +15,15 @@ namespace {
 
 constexpr std::size_t FINDING_SIZE = 4096;  // longer than any text; the log cuts there, too
 
-constexpr FindingForm causeForm = {FOUND_CAUSE, 1, false, "Error: "};
-constexpr FindingForm freeCauseForm = {FOUND_CAUSE, 1, false, ""};
-constexpr FindingForm freeErrorForm = {FOUND_ERROR, 1, false, ""};
-constexpr FindingForm warningForm = {FOUND_WARNING, 2, false, "Warning: "};
-constexpr FindingForm freeWarningForm = {FOUND_WARNING, 2, false, ""};
-constexpr FindingForm pathForm = {FOUND_WARNING, 1, false, "Warning: "};
+constexpr FindingForm plainForms[] = {
+    {FOUND_CAUSE, 1, false, "Error: "},      // TELL_CAUSE
+    {FOUND_CAUSE, 1, false, ""},             // TELL_FREE_CAUSE
+    {FOUND_ERROR, 1, false, ""},             // TELL_FREE_ERROR
+    {FOUND_WARNING, 2, false, "Warning: "},  // TELL_WARNING
+    {FOUND_WARNING, 2, false, ""},           // TELL_FREE_WARNING
+    {FOUND_WARNING, 1, false, "Warning: "},  // TELL_PATH
+};
+static_assert(std::size(plainForms) == PLAIN_FINDING_COUNT);
 constexpr FindingForm hintForm = {FOUND_HINT, 0, true, "Warning in "};
 constexpr FindingForm hintDetailForm = {FOUND_DETAIL, 0, false, nullptr};
 constexpr FindingForm hiddenCauseForm = {FOUND_CAUSE, 0, false, nullptr};
@@ -35,14 +39,6 @@ void handOver(const FindingForm *form, const char *format, const char *text) {
     ReportFinding finding = {form, "", nullptr, 0, passesOn(format) ? text : format, text};
     if (findingPlace.locate != nullptr) findingPlace.locate(findingPlace.merge, &finding);
     reportSink->take(reportSink->user, finding);
-}
-
-[[gnu::cold, gnu::format(printf, 2, 3)]] void tellForm(const FindingForm *form, const char *format,
-                                                       ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    tellReport(form, nullptr, format, arguments);
-    va_end(arguments);
 }
 
 }  // namespace
@@ -64,43 +60,15 @@ void tellReport(const FindingForm *form, const char *place, const char *format, 
         dmon_log(form->level, "%s%s\n", form->opening, text);
 }
 
-void tellCause(const char *format, ...) {
+void tellFinding(PlainFinding kind, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    tellReport(&causeForm, nullptr, format, arguments);
-    va_end(arguments);
-}
-
-void tellFreeCause(const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    tellReport(&freeCauseForm, nullptr, format, arguments);
-    va_end(arguments);
-}
-
-void tellFreeError(const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    tellReport(&freeErrorForm, nullptr, format, arguments);
-    va_end(arguments);
-}
-
-void tellReportWarning(const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    tellReport(&warningForm, nullptr, format, arguments);
-    va_end(arguments);
-}
-
-void tellFreeWarning(const char *format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    tellReport(&freeWarningForm, nullptr, format, arguments);
+    tellReport(&plainForms[kind], nullptr, format, arguments);
     va_end(arguments);
 }
 
 void tellCutPath(const char *path, std::size_t limit) {
-    tellForm(&pathForm, "path '%s' was cut at %zu characters.", path, limit);
+    tellFinding(TELL_PATH, "path '%s' was cut at %zu characters.", path, limit);
 }
 
 void tellHint(const char *format, ...) {

@@ -73,18 +73,19 @@ bool isFindingRead(const FindingForm *form);
 [[gnu::cold, gnu::format(printf, 3, 0)]] void tellReport(const FindingForm *form, const char *place,
                                                          const char *format, va_list arguments);
 
-// "Error: TEXT" at level 1, the cause of what its caller reports.
-[[gnu::cold, gnu::format(printf, 1, 2)]] void tellCause(const char *format, ...);
+// Findings that need no place in the log.
+enum PlainFinding : std::uint8_t {
+    TELL_CAUSE,         // "Error: TEXT" at level 1, the cause of what its caller reports
+    TELL_FREE_CAUSE,    // the TEXT alone, of the same
+    TELL_FREE_ERROR,    // the TEXT alone, an error of its own, at level 1
+    TELL_WARNING,       // "Warning: TEXT" at level 2
+    TELL_FREE_WARNING,  // the TEXT alone, of the same
+    TELL_PATH,          // "Warning: TEXT" at level 1
+    PLAIN_FINDING_COUNT
+};
 
-// The TEXT alone, the cause of what its caller reports, at level 1.
-[[gnu::cold, gnu::format(printf, 1, 2)]] void tellFreeCause(const char *format, ...);
-
-// The TEXT alone, an error of its own, at level 1.
-[[gnu::cold, gnu::format(printf, 1, 2)]] void tellFreeError(const char *format, ...);
-
-// "Warning: TEXT", or the TEXT alone, at level 2.
-[[gnu::cold, gnu::format(printf, 1, 2)]] void tellReportWarning(const char *format, ...);
-[[gnu::cold, gnu::format(printf, 1, 2)]] void tellFreeWarning(const char *format, ...);
+[[gnu::cold, gnu::format(printf, 2, 3)]] void tellFinding(PlainFinding kind, const char *format,
+                                                          ...);
 
 // What copyPath and joinPath (storage/files.h) tell of the files of a report.
 void tellCutPath(const char *path, std::size_t limit);

@@ -40,7 +40,7 @@ bool splitField(ItemSpec *spec) {
         const std::string_view name = colon + 1;
         while (spec->field <= VORN_FIELD_MAX && fieldNames[spec->field] != name) ++spec->field;
         if (spec->field <= VORN_FIELD_MAX) return true;
-        tellCause("unknown field '%s' in 'link' argument.", colon + 1);
+        tellFinding(TELL_CAUSE, "unknown field '%s' in 'link' argument.", colon + 1);
         return false;
     }
     char *bracket = std::strchr(spec->item, '[');
@@ -98,11 +98,11 @@ constexpr Lookup walkedLookup = {walkedApplication, walkedPlace};
 // The application of a name, or the first for null; null after a message when there is none.
 const Results *findApplication(const Lookup *lookup, const Results *results, const char *name) {
     if (name == nullptr) {
-        if (results == nullptr) tellCause("No applications found in result file.");
+        if (results == nullptr) tellFinding(TELL_CAUSE, "No applications found in result file.");
         return results;
     }
     const Results *app = results != nullptr ? lookup->application(results, name) : nullptr;
-    if (app == nullptr) tellCause("application '%s' not found in result file.", name);
+    if (app == nullptr) tellFinding(TELL_CAUSE, "application '%s' not found in result file.", name);
     return app;
 }
 
@@ -115,7 +115,7 @@ const RegisterRecord *findItem(const Lookup *lookup, char *itemSpec, const Resul
 
     const std::int64_t place = lookup->place(app, spec.item);
     if (place < 0) {
-        tellCause("item '%s' not found in application '%s'.", spec.item, app->name);
+        tellFinding(TELL_CAUSE, "item '%s' not found in application '%s'.", spec.item, app->name);
         return nullptr;
     }
     if (field != nullptr) *field = spec.field;

@@ -221,7 +221,7 @@ int addRegister(const void *app, const void *value, std::uint8_t type, std::uint
     LoadedApp *loaded = context->current;
     if (context->noMemory || loaded == nullptr) return 0;
     if (loaded->record.regCount >= loaded->declared) {
-        tellFreeError("Error: too many registers in results file.");
+        tellFinding(TELL_FREE_ERROR, "Error: too many registers in results file.");
         return 0;
     }
     RegisterRecord *reg = takeSlot(loaded);
@@ -259,7 +259,8 @@ void tellNotLoaded(const char *shown, int code, ResultsFault *fault) {
     const int told = code != 0 ? code : RESULTS_NOT_LOADED;
     const char *reason = code != 0 ? APX_Error(code) : "no memory";
     if (fault == nullptr) {
-        tellFreeError("Error loading results file '%s': %s (%d)", shown, reason, told);
+        tellFinding(TELL_FREE_ERROR, "Error loading results file '%s': %s (%d)", shown, reason,
+                    told);
         return;
     }
     fault->line = 0;
