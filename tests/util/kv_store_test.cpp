@@ -114,6 +114,10 @@ TEST(KvStore, SurvivesWhatItsCallbacksDoToItWhenRecursive) {
         if (valueOf(a) == 1) kvDel(&store->kv, "a");
         return KV_EQUAL;
     };
+    const auto dropSecond = [](const void *, const void *b, void *) -> std::int32_t {
+        if (valueOf(b) == 3) kvDel(&store->kv, "c");
+        return KV_EQUAL;
+    };
     const struct {
         const char *doomed;
         int visited;
@@ -146,6 +150,9 @@ TEST(KvStore, SurvivesWhatItsCallbacksDoToItWhenRecursive) {
             kvSetSortMethod(&store->kv, nullptr);
             return KV_BEFORE;
         };
+        fill();
+        EXPECT_EQ(kvSort(&s.kv, dropSecond, 0, nullptr), KV_OK);
+        EXPECT_EQ(s.text(), "d=4 a=1 b=2 ");
         fill();
         kvSetSortMethod(&s.kv, sortNoMore);
         EXPECT_EQ(kvSortElement(&s.kv, "b"), KV_OK);
