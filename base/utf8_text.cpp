@@ -85,6 +85,12 @@ std::size_t characterBytes(std::string_view text) {
     return length;
 }
 
+std::size_t controlLength(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    if (byte(0) < 0x20 || byte(0) == 0x7F) return 1;
+    return byte(0) == 0xC2 && text.size() > 1 && byte(1) >= 0x80 && byte(1) <= 0x9F ? 2 : 0;
+}
+
 std::string_view cutAtCharacter(std::string_view text, std::size_t limit) {
     if (text.size() <= limit) return text;
     // The cut is inside a character when one of the last three bytes begins it.

@@ -30,6 +30,10 @@ bool isUtf8Text(std::string_view bytes);
 // continuation bytes that belong to it. A stray byte is a character of its own.
 std::size_t characterBytes(std::string_view text);
 
+// The length of the control character that begins `text`, which is not empty; 0 when none does.
+// Beside those of ASCII, U+0080 to U+009F count: terminals obey them too.
+std::size_t controlLength(std::string_view text);
+
 // The text cut to at most `limit` bytes, before a character that would be split.
 std::string_view cutAtCharacter(std::string_view text, std::size_t limit);
 

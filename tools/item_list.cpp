@@ -14,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/numbers.h"
+#include "base/utf8_text.h"
 #include "results/results.h"
 #include "type_format.h"
 #include "utc_time.h"
@@ -40,10 +41,9 @@ std::string printable(const std::string &text) {
     std::string shown;
     for (std::size_t i = 1; i + 1 < escaped.size(); ++i) {
         if (escaped[i] == '\\' && (escaped[i + 1] == '\\' || escaped[i + 1] == '"')) ++i;
-        const bool control =
-            escaped[i] == '\xC2' && static_cast<unsigned char>(escaped[i + 1]) < 0xA0;
-        shown += control || escaped[i] == '\x7F' ? '?' : escaped[i];
-        if (control) ++i;
+        const std::size_t control = controlLength(std::string_view(escaped).substr(i));
+        shown += control > 0 ? '?' : escaped[i];
+        if (control > 1) ++i;
     }
     return shown;
 }

@@ -129,9 +129,7 @@ std::string_view withoutStop(std::string_view text) {
 }
 
 std::string messageOf(const ListedFinding &finding) {
-    std::string_view text = withoutStop(finding.text);
-    if (text.starts_with("Error: ")) text.remove_prefix(std::string_view("Error: ").size());
-    std::string message(text);
+    std::string message(withoutStop(finding.text));
     if (!finding.why.empty()) message += " (" + finding.why + ')';
     return message;
 }

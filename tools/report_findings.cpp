@@ -40,6 +40,11 @@ std::string logLine(const ListedFinding &finding) {
     return line + (added.empty() ? "" : " (" + added + ')') + '\n';
 }
 
+std::string firstLine(const ListedFinding &finding) {
+    const std::string line = logLine(finding);
+    return line.substr(0, line.find('\n'));
+}
+
 }  // namespace
 
 void FindingList::take(void *user, const ReportFinding &finding) {
@@ -95,6 +100,19 @@ void FindingList::take(const ReportFinding &finding, bool isError) {
 bool FindingList::hasErrors() const {
     return std::any_of(findings_.begin(), findings_.end(),
                        [](const ListedFinding &finding) { return finding.isError; });
+}
+
+std::string FindingList::firstReason() const {
+    const auto isError = [](const ListedFinding &finding) { return finding.isError; };
+    const auto isPlaced = [](const ListedFinding &finding) {
+        return finding.isError && finding.form->hasPlace;
+    };
+    if (findings_.empty()) return "";
+    const auto error = std::find_if(findings_.begin(), findings_.end(), isError);
+    if (error == findings_.end()) return firstLine(findings_.front());
+    const auto placed = std::find_if(error, findings_.end(), isPlaced);
+    const bool isAlone = placed == error || placed == findings_.end();
+    return firstLine(*error) + (isAlone ? "" : ' ' + firstLine(*placed));
 }
 
 std::string FindingList::logText(bool withWarnings) const {

@@ -51,6 +51,10 @@ public:
     // The messages as a log has them, a line each: without the time, and with what we add behind.
     [[nodiscard]] std::string logText(bool withWarnings) const;
 
+    // The first error, or else the first warning, in one line: as the log has it, and with the
+    // error behind it that has a place when it has none itself.
+    [[nodiscard]] std::string firstReason() const;
+
 private:
     void take(const ReportFinding &finding, bool isError);
     void addDetail(const ReportFinding &finding);

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <sstream>
 #include <string_view>
 
 #include <fcntl.h>
@@ -177,24 +176,13 @@ bool make(const ReportOrder &order, const FindingList &findings) {
     return error == 0;
 }
 
-// The lines of a log up to the first that has a place, or else its first, as one line.
-std::string reasonOf(const std::string &log) {
-    std::string reason;
-    std::istringstream lines(log);
-    for (std::string line; std::getline(lines, line);) {
-        reason += (reason.empty() ? "" : " ") + line;
-        if (line.starts_with("Error in ") || line.starts_with("Warning in ")) return reason;
-    }
-    return log.substr(0, log.find('\n'));
-}
-
 // Of many reports each failure is one line, with the first reason.
 void tellFindings(const ReportOrder &order, const FindingList &findings, bool made) {
     if (!order.oneOfMany) {
         std::fputs(findings.logText(!order.quiet || order.strict).c_str(), stderr);
     } else if (!made) {
-        const std::string text = findings.logText(order.strict);
-        tellFailure(order.results, text.empty() ? "see above" : reasonOf(text));
+        const std::string reason = findings.firstReason();
+        tellFailure(order.results, reason.empty() ? "see above" : reason);
     }
 }
 

@@ -16,6 +16,7 @@
 
 #include "base/fixed_places.h"
 #include "base/numbers.h"
+#include "core/options.h"
 #include "format_option.h"
 #include "number_option.h"
 #include "output/dump_backend.h"
@@ -309,7 +310,7 @@ void offerReference(CLI::App *command, Words *words) {
 void putReference(const Words &words, Message *message) {
     if (words.said.at("txt|pdf").empty()) message->packet.param2 = RPT_FMT_PDF;
     const bool bySequence = !words.reference.empty();
-    pktPut16(&message->packet, bySequence ? 1 : 0);
+    pktPut16(&message->packet, bySequence ? NAME_BY_SEQUENCE : NAME_BY_TIME);
     if (bySequence) putTexts(message, {words.reference});
 }
 
@@ -331,7 +332,7 @@ std::string showNumFiles(const PktMessage &reply, Json *json) {
 }
 
 std::string showAutoseq(const PktMessage &reply, Json *json) {
-    const std::string naming = reply.param1 == 1 ? "sequence" : "time";
+    const std::string naming = reply.param1 == NAME_BY_SEQUENCE ? "sequence" : "time";
     (*json)["naming"] = naming;
     (*json)["sequence"] = reply.param2;
     return "names by " + naming + ", next number " + std::to_string(reply.param2);

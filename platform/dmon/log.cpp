@@ -131,14 +131,6 @@ void keepError(std::string_view text) {
     errorTime = std::time(nullptr);
 }
 
-// The length of the control character at the front of `text`, 0 when there is none there. Beside
-// those of ASCII, U+0080 to U+009F in UTF-8 count: terminals obey them too.
-std::size_t controlLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    if (byte(0) < 0x20 || byte(0) == 0x7F) return 1;
-    return byte(0) == 0xC2 && text.size() > 1 && byte(1) >= 0x80 && byte(1) <= 0x9F ? 2 : 0;
-}
-
 // Appends the text with its control characters made visible; false when it did not fit.
 bool putVisible(Line *line, std::string_view text) {
     const std::size_t limit = LINE_SIZE - CUT_MARK.size() - 1;

@@ -61,8 +61,7 @@ int countRegs(LineReader *ahead, std::int32_t *count) {
     while ((result = ahead->next(&line)) == LINE_READ) {
         const std::size_t start = std::min(line.find_first_not_of(BLANKS), line.size());
         const std::string_view word = line.substr(start, 4);
-        const bool ends =
-            word.size() == 3 || (word.size() == 4 && (word[3] == ' ' || word[3] == '\t'));
+        const bool ends = word.size() == 3 || (word.size() == 4 && isBlank(word[3]));
         if (!ends) continue;
         if (word.starts_with("app")) break;
         if (word.starts_with("reg")) ++*count;

@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "base/words.h"
+
 bool readConfigLine(std::FILE *file, ConfigLine *line) {
     while (std::fgets(line->text, sizeof line->text, file) != nullptr) {
         ++line->number;
@@ -11,9 +13,9 @@ bool readConfigLine(std::FILE *file, ConfigLine *line) {
         line->cut = length == sizeof line->text - 1;
         line->text[length] = '\0';
         char *rest = nullptr;
-        line->key = strtok_r(line->text, " \t", &rest);
-        line->value = strtok_r(nullptr, " \t", &rest);
-        line->extra = strtok_r(nullptr, " \t", &rest);
+        line->key = strtok_r(line->text, BLANKS.data(), &rest);
+        line->value = strtok_r(nullptr, BLANKS.data(), &rest);
+        line->extra = strtok_r(nullptr, BLANKS.data(), &rest);
         if (line->key != nullptr) return true;
     }
     return false;

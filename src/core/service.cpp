@@ -63,7 +63,7 @@ int runService() {
 
     initMeasListener();
     const int result = startMeasListener();
-    if (result != LISTENER_OK) {
+    if (result != START_OK) {
         dmon_log(1, "Could not start measurements listener.\n");
         return result;
     }

@@ -8,5 +8,5 @@
 int serviceMain(int argc, char **argv);
 
 // Starts the reports, the listener and the initial subscriptions, then serves clients. Returns the
-// client server's result, or LISTENER_FAILED. Called by serviceMain.
+// client server's result, or START_FAILED. Called by serviceMain.
 int runService();

@@ -81,12 +81,12 @@ int startMeasListener() {
     int error = startThread(measConfigThread);
     if (error != 0) {
         dmon_log(1, "Error creating measConfig thread: %s\n", std::strerror(error));
-        return LISTENER_FAILED;
+        return START_FAILED;
     }
     error = startThread(measSyncThread);
     if (error != 0) {
         dmon_log(1, "Error creating measSync thread: %s\n", std::strerror(error));
-        return LISTENER_FAILED;
+        return START_FAILED;
     }
-    return LISTENER_OK;
+    return START_OK;
 }

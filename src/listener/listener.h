@@ -16,8 +16,8 @@ enum ListenerStatus : std::int32_t {
 };
 
 enum ListenerResult : int {
-    LISTENER_OK = 0,
-    LISTENER_FAILED = -1,  // a thread could not be created
+    START_OK = 0,
+    START_FAILED = -1,  // a thread could not be created
 };
 
 // A ListenerStatus, written while the listener starts, and by the receiving thread when it lost the
@@ -28,5 +28,5 @@ extern std::atomic<std::int32_t> vorn_status;
 void initMeasListener();
 
 // Waits, however long it takes, until registry and manager answer, then starts the threads, which
-// run until the process ends. LISTENER_OK, or LISTENER_FAILED after a message.
+// run until the process ends. START_OK, or START_FAILED after a message.
 int startMeasListener();

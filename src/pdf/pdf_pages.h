@@ -26,10 +26,11 @@ int pdfEndPage(PdfDocument *doc);
 void pdfWritePageObject(PdfDocument *doc, std::int32_t content);
 
 // Makes sure that a line of this height fits, on a new page when the open one is full. Returns the
-// baseline of the last line. Called by pdfAddTextLine, as the next.
+// baseline of the last line. Called by pdfAddTextLine.
 std::int32_t pdfRequestPageArea(PdfDocument *doc, std::int32_t height);
 
-// Takes the heights asked for off the page, and moves the cursor to the new line.
+// Takes the heights asked for off the page, and moves the cursor to the new line. Called by
+// pdfAddTextLine.
 void pdfCommitPageArea(PdfDocument *doc);
 
 // Adds a line below the last one, on a new page when the open one is full. PDF_OK or a failure.

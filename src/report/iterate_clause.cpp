@@ -89,7 +89,7 @@ int beginIteration(TemplateContext *ctx, std::string_view args) {
     TemplateIteration *entry = innermost(ctx);
     if (isSkipped(entry)) {
         entry->savedState = ctx->state;
-        ctx->state = MERGE_SKIPPED;
+        ctx->state = INSIDE_SKIPPED;
     }
     return MERGE_OK;
 }
@@ -111,7 +111,7 @@ int popIteration(TemplateContext *ctx) {
     const TemplateIteration *iteration = innermost(ctx);
     if (iteration == nullptr)
         return templateError(ctx, MERGE_TEMPLATE_ERROR, "not in an 'iteration' clause.");
-    if (ctx->state == MERGE_SKIPPED) ctx->state = iteration->savedState;
+    if (ctx->state == INSIDE_SKIPPED) ctx->state = iteration->savedState;
     --ctx->iterDepth;
     return MERGE_OK;
 }

@@ -69,14 +69,14 @@ void tellEarlyClause(Merge *merge) {
 int onReport(Merge *merge, const TemplateTag *tag) {
     if (wantsHints()) tellEarlyClause(merge);
     if (parseReportClause(&merge->ctx, tag->args) != MERGE_OK) return MERGE_TEMPLATE_ERROR;
-    merge->ctx.state = MERGE_REPORT;
+    merge->ctx.state = INSIDE_REPORT;
     merge->hadReport = true;
     merge->reportPlace = currentPlace(&merge->ctx);
     return MERGE_OK;
 }
 
 int onReportEnd(Merge *merge, const TemplateTag *) {
-    merge->ctx.state = MERGE_OUTSIDE;
+    merge->ctx.state = OUTSIDE_REPORT;
     return MERGE_OK;
 }
 
@@ -124,7 +124,7 @@ int onSkippedIterateEnd(Merge *merge, const TemplateTag *) {
 
 // The state around a row.
 MergeState stateAroundRow(const TemplateContext *ctx) {
-    return ctx->sectionLevel == 0 ? MERGE_REPORT : MERGE_SECTION;
+    return ctx->sectionLevel == 0 ? INSIDE_REPORT : INSIDE_SECTION;
 }
 
 // Writes the row and releases its values.
@@ -149,7 +149,7 @@ int onRow(Merge *merge, const TemplateTag *tag) {
     merge->row.format = &merge->rowFormat;
     if (!isChecked) beginRowPlan(ctx, tag, &merge->row);
     ctx->rowPlace = currentPlace(ctx);
-    ctx->state = MERGE_ROW;
+    ctx->state = INSIDE_ROW;
     return MERGE_OK;
 }
 
@@ -177,12 +177,12 @@ int onValue(Merge *merge, const TemplateTag *tag) {
     if (result != MERGE_OK) return result;
     if (parsed != MERGE_OK) return MERGE_TEMPLATE_ERROR;
     planRowValue(ctx, tag, line, clause, text);
-    ctx->state = MERGE_VALUE;
+    ctx->state = INSIDE_VALUE;
     return MERGE_OK;
 }
 
 int onValueEnd(Merge *merge, const TemplateTag *) {
-    merge->ctx.state = MERGE_ROW;
+    merge->ctx.state = INSIDE_ROW;
     return MERGE_OK;
 }
 
@@ -199,27 +199,27 @@ struct Clause {
 constexpr unsigned in(auto... states) {
     return (0U | ... | (1U << states));
 }
-constexpr unsigned IN_REPORT = in(MERGE_REPORT, MERGE_SECTION);
-constexpr unsigned IN_CONTENT = in(MERGE_REPORT, MERGE_SECTION, MERGE_ROW, MERGE_VALUE);
+constexpr unsigned IN_REPORT = in(INSIDE_REPORT, INSIDE_SECTION);
+constexpr unsigned IN_CONTENT = in(INSIDE_REPORT, INSIDE_SECTION, INSIDE_ROW, INSIDE_VALUE);
 
 constexpr Clause clauses[] = {
-    {in(MERGE_OUTSIDE), "report", onReport},
-    {in(MERGE_REPORT), "report", warnNested},
-    {in(MERGE_REPORT), "/report", onReportEnd},
-    {IN_REPORT | in(MERGE_DISABLED), "section", onSection},
-    {IN_REPORT | in(MERGE_DISABLED), "/section", onSectionEnd},  // refused when none is open
+    {in(OUTSIDE_REPORT), "report", onReport},
+    {in(INSIDE_REPORT), "report", warnNested},
+    {in(INSIDE_REPORT), "/report", onReportEnd},
+    {IN_REPORT | in(INSIDE_DISABLED), "section", onSection},
+    {IN_REPORT | in(INSIDE_DISABLED), "/section", onSectionEnd},  // refused when none is open
     {IN_REPORT, "css", onCss},
     {IN_REPORT, "plugin", onPlugin},
-    {IN_CONTENT | in(MERGE_OUTSIDE), "include", onInclude},
-    {IN_CONTENT | in(MERGE_SKIPPED), "iterate", onIterate},
+    {IN_CONTENT | in(OUTSIDE_REPORT), "include", onInclude},
+    {IN_CONTENT | in(INSIDE_SKIPPED), "iterate", onIterate},
     {IN_CONTENT, "/iterate", onIterateEnd},
-    {in(MERGE_SKIPPED), "/iterate", onSkippedIterateEnd},
+    {in(INSIDE_SKIPPED), "/iterate", onSkippedIterateEnd},
     {IN_REPORT, "row", onRow},
-    {in(MERGE_ROW), "row", warnNested},
-    {in(MERGE_ROW), "/row", onRowEnd},
-    {in(MERGE_ROW), "value", onValue},
-    {in(MERGE_VALUE), "value", warnNested},
-    {in(MERGE_VALUE), "/value", onValueEnd},
+    {in(INSIDE_ROW), "row", warnNested},
+    {in(INSIDE_ROW), "/row", onRowEnd},
+    {in(INSIDE_ROW), "value", onValue},
+    {in(INSIDE_VALUE), "value", warnNested},
+    {in(INSIDE_VALUE), "/value", onValueEnd},
 };
 constexpr std::size_t CLAUSE_COUNT = std::size(clauses);
 
@@ -248,8 +248,8 @@ int warnNested(Merge *merge, const TemplateTag *tag) {
     dropRowPlan(ctx);
     templateFinding(ctx, FINDING_NESTED_CLAUSE, "nested '%s' clause.",
                     clauses[tag->clause].name.data());
-    if (!readsOn() || ctx->state == MERGE_REPORT) return MERGE_OK;
-    if (ctx->state == MERGE_ROW) {
+    if (!readsOn() || ctx->state == INSIDE_REPORT) return MERGE_OK;
+    if (ctx->state == INSIDE_ROW) {
         dropRow(merge);
         return onRow(merge, tag);
     }
@@ -334,10 +334,10 @@ inline const Clause *clauseIn(MergeState state, const TemplateTag *tag) {
 // row. Returns the clause to act on, or null.
 const Clause *closeForgotten(Merge *merge, const TemplateTag *tag) {
     TemplateContext *ctx = &merge->ctx;
-    if (ctx->state != MERGE_ROW && ctx->state != MERGE_VALUE) return nullptr;
+    if (ctx->state != INSIDE_ROW && ctx->state != INSIDE_VALUE) return nullptr;
     if (clauses[tag->clause].name == "/row") {
         merge->rowIsSpoiled = true;
-        return clauseIn(MERGE_ROW, tag);
+        return clauseIn(INSIDE_ROW, tag);
     }
     const Clause *clause = clauseIn(stateAroundRow(ctx), tag);
     if (clause != nullptr) dropRow(merge);
@@ -352,8 +352,8 @@ const Clause *passOver(Merge *merge, const TemplateTag *tag) {
     const TemplatePlace *last = &merge->ignoredPlace;
     const bool sameLine = last->lineNo == place.lineNo && std::strcmp(last->path, place.path) == 0;
     const bool isTold = last->lineNo > 0 && merge->ignoredState == ctx->state &&
-                        (sameLine || ctx->state == MERGE_OUTSIDE);
-    if (!isTold && ctx->state == MERGE_OUTSIDE && !merge->hadReport) {
+                        (sameLine || ctx->state == OUTSIDE_REPORT);
+    if (!isTold && ctx->state == OUTSIDE_REPORT && !merge->hadReport) {
         merge->earlyClause = clauses[tag->clause].name;
         merge->earlyPlace = place;
     } else if (!isTold) {
@@ -408,7 +408,7 @@ int leaveOut(Merge *merge, const TemplateTag *tag, int result) {
         return result;
     const std::string_view name = clauses[tag->clause].name;
     if (name == "report") {
-        ctx->state = MERGE_REPORT;
+        ctx->state = INSIDE_REPORT;
         merge->hadReport = true;
         merge->reportPlace = currentPlace(ctx);
     } else if (name == "include") {
@@ -420,10 +420,10 @@ int leaveOut(Merge *merge, const TemplateTag *tag, int result) {
                                                         : MERGE_OK;
     } else if (name == "row") {
         ctx->rowPlace = currentPlace(ctx);
-        ctx->state = MERGE_ROW;
+        ctx->state = INSIDE_ROW;
         merge->rowIsSpoiled = true;
     } else if (name == "value") {
-        ctx->state = MERGE_VALUE;
+        ctx->state = INSIDE_VALUE;
         leaveValueOut(merge);
     }
     return MERGE_OK;
@@ -526,7 +526,7 @@ int mergeTemplate(const Results *results, std::FILE *templateFile, std::FILE *re
     // Some 120 KiB: too much for the small stacks of other people's threads.
     const HeapGuard<Merge> merge(static_cast<Merge *>(std::calloc(1, sizeof(Merge))));
     if (!merge) {
-        tellFinding(TELL_FREE_ERROR, "Error: no memory to merge template '%s'.", templatePath);
+        tellFinding(TELL_ERROR, "no memory to merge template '%s'.", templatePath);
         return MERGE_TEMPLATE_ERROR;
     }
     TemplateContext *ctx = &merge->ctx;

@@ -85,7 +85,7 @@ int pushSection(TemplateContext *ctx, std::string_view args) {
     }
     dmon_log(3, "Push section '%s' at level %d.\n", section->id, level);
     ctx->sectionPlaces[level] = currentPlace(ctx);
-    ctx->state = section->enabled != 0 ? MERGE_SECTION : MERGE_DISABLED;
+    ctx->state = section->enabled != 0 ? INSIDE_SECTION : INSIDE_DISABLED;
     ++ctx->sectionLevel;
     return result;
 }
@@ -97,9 +97,9 @@ int popSection(TemplateContext *ctx) {
     const TemplateSection *section = &ctx->sections[ctx->sectionLevel];
     const int result = reportOutput(ctx, dumpSectionFooter(&ctx->backend, section));
     if (ctx->sectionLevel == 0)
-        ctx->state = MERGE_REPORT;
-    else if (ctx->state == MERGE_DISABLED && !inDisabledSection(ctx))
-        ctx->state = MERGE_SECTION;
+        ctx->state = INSIDE_REPORT;
+    else if (ctx->state == INSIDE_DISABLED && !inDisabledSection(ctx))
+        ctx->state = INSIDE_SECTION;
     if (section->dictLevel >= 0) dictResolvPop(&ctx->dict, section->dictLevel);
     dmon_log(3, "Pop section '%s' at level %d.\n", section->id, ctx->sectionLevel);
     return result;

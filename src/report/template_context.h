@@ -50,13 +50,13 @@ struct RowPlans;  // report/row_plan.h
 
 // Where the merge stands; the clauses that count depend on it.
 enum MergeState : std::int32_t {
-    MERGE_OUTSIDE = 0,   // before and after the report
-    MERGE_REPORT = 1,    // in the report, in no section
-    MERGE_SECTION = 2,   // in an enabled section
-    MERGE_ROW = 3,       // in a row
-    MERGE_VALUE = 4,     // in a value
-    MERGE_DISABLED = 5,  // in a disabled section, or in any section inside one
-    MERGE_SKIPPED = 6,   // in an iteration whose range is empty
+    OUTSIDE_REPORT = 0,   // before and after the report
+    INSIDE_REPORT = 1,    // in the report, in no section
+    INSIDE_SECTION = 2,   // in an enabled section
+    INSIDE_ROW = 3,       // in a row
+    INSIDE_VALUE = 4,     // in a value
+    INSIDE_DISABLED = 5,  // in a disabled section, or in any section inside one
+    INSIDE_SKIPPED = 6,   // in an iteration whose range is empty
 };
 
 enum MergeResult : int {

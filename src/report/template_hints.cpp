@@ -37,7 +37,7 @@ constexpr const char *stateNames[] = {"outside the report",
                                       "in a value",
                                       "in a section that does not appear",
                                       "in a loop that is skipped"};
-static_assert(std::size(stateNames) == MERGE_SKIPPED + 1);
+static_assert(std::size(stateNames) == INSIDE_SKIPPED + 1);
 
 }  // namespace
 
@@ -50,7 +50,7 @@ bool isNearName(std::string_view name, std::string_view known) {
 }
 
 void hintIgnored(const TemplateContext *ctx, std::string_view clause) {
-    if (!wantsHints() || ctx->state == MERGE_DISABLED || ctx->state == MERGE_SKIPPED) return;
+    if (!wantsHints() || ctx->state == INSIDE_DISABLED || ctx->state == INSIDE_SKIPPED) return;
     tellHint("clause '%.*s' does not count %s and is passed over.", static_cast<int>(clause.size()),
              clause.data(), stateNames[ctx->state]);
 }
@@ -105,7 +105,7 @@ void hintFont(const char *family) {
 void hintEnd(const TemplateContext *ctx, bool hadReport) {
     if (!hadReport) return tellPlainHint("the template has no 'report' clause.");
     // In a disabled section nobody can tell.
-    const bool isOpen =
-        ctx->state != MERGE_OUTSIDE && ctx->state != MERGE_DISABLED && ctx->state != MERGE_SKIPPED;
+    const bool isOpen = ctx->state != OUTSIDE_REPORT && ctx->state != INSIDE_DISABLED &&
+                        ctx->state != INSIDE_SKIPPED;
     if (isOpen) tellHint("the report is not closed.");
 }

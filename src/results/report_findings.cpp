@@ -18,6 +18,7 @@ constexpr std::size_t FINDING_SIZE = 4096;  // longer than any text; the log cut
 constexpr FindingForm plainForms[] = {
     {FOUND_CAUSE, 1, false, "Error: "},      // TELL_CAUSE
     {FOUND_CAUSE, 1, false, ""},             // TELL_FREE_CAUSE
+    {FOUND_ERROR, 1, false, "Error: "},      // TELL_ERROR
     {FOUND_ERROR, 1, false, ""},             // TELL_FREE_ERROR
     {FOUND_WARNING, 2, false, "Warning: "},  // TELL_WARNING
     {FOUND_WARNING, 2, false, ""},           // TELL_FREE_WARNING

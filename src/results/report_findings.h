@@ -77,7 +77,8 @@ bool isFindingRead(const FindingForm *form);
 enum PlainFinding : std::uint8_t {
     TELL_CAUSE,         // "Error: TEXT" at level 1, the cause of what its caller reports
     TELL_FREE_CAUSE,    // the TEXT alone, of the same
-    TELL_FREE_ERROR,    // the TEXT alone, an error of its own, at level 1
+    TELL_ERROR,         // "Error: TEXT" at level 1, an error of its own
+    TELL_FREE_ERROR,    // the TEXT alone, of the same
     TELL_WARNING,       // "Warning: TEXT" at level 2
     TELL_FREE_WARNING,  // the TEXT alone, of the same
     TELL_PATH,          // "Warning: TEXT" at level 1

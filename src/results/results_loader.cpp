@@ -221,7 +221,7 @@ int addRegister(const void *app, const void *value, std::uint8_t type, std::uint
     LoadedApp *loaded = context->current;
     if (context->noMemory || loaded == nullptr) return 0;
     if (loaded->record.regCount >= loaded->declared) {
-        tellFinding(TELL_FREE_ERROR, "Error: too many registers in results file.");
+        tellFinding(TELL_ERROR, "too many registers in results file.");
         return 0;
     }
     RegisterRecord *reg = takeSlot(loaded);

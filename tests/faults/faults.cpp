@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -87,7 +88,7 @@ constexpr Call calls[] = {
     {SYS_unlinkat, UNLINK, nullptr},   {SYS_msgget, SOCKET, nullptr},
     {SYS_msgctl, SOCKET, nullptr},
 };
-constexpr std::size_t CALL_COUNT = sizeof calls / sizeof calls[0];
+constexpr std::size_t CALL_COUNT = std::size(calls);
 
 std::uint64_t ownCounts[KIND_COUNT];
 std::uint64_t *counts = ownCounts;
