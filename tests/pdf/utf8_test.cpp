@@ -73,6 +73,7 @@ TEST(Utf8, DecodesBackwards) {
     const std::tuple<std::string, char32_t, std::size_t> cases[] = {
         {"", 0, 0},
         {"a\xE2\x82\xAC", U'\u20AC', 1},
+        {"a\xD0\xB6", U'\u0436', 1},
         {"\xA9\xA9", 0, 0},                        // the start is reached
         {"a\xA9", U'a', 0},                        // gathered bits are dropped
         {"a\xC3", U'\u0003', 1},                   // a lead alone: nothing stands below its bits
