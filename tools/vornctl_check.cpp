@@ -174,7 +174,7 @@ void checkQuota(Findings *findings) {
 // is as long.
 std::string nextFileName() {
     char base[BASE_NAME_SIZE];
-    char name[RESULTS_NAME_SIZE];
+    char name[RESULT_NAME_SIZE];
     makeBaseName(base, opt_autoname, static_cast<std::int32_t>(std::time(nullptr)),
                  opt_refname.get().text, opt_autoseq);
     makeResultsName(name, base);

@@ -23,7 +23,7 @@ constexpr CodeText requestTexts[] = {
     {SRV_OK, "done"},
     {POST_REFUSED, "the service's command queue is full"},
     {SRV_BAD_FIELD, "a field is too long, missing or not allowed"},
-    {SRV_NOT_STORED, "the value could not be stored"},
+    {SRV_NOT_STORED, "the service has no memory for it"},
     {SRV_BAD_APP_COUNT, "too many applications"},
     {SRV_BAD_FORMAT, "no such report format"},
     {SRV_UNKNOWN_ID, "no such quota or action"},

@@ -40,14 +40,14 @@ void makeBaseName(char (&base)[BASE_NAME_SIZE], std::int32_t format, std::int32_
     }
 }
 
-void makeResultsName(char (&name)[RESULTS_NAME_SIZE], const char (&base)[BASE_NAME_SIZE]) {
+void makeResultsName(char (&name)[RESULT_NAME_SIZE], const char (&base)[BASE_NAME_SIZE]) {
     std::snprintf(name, sizeof name, "%s%s", base, RESULTS_ENDING);
     make_filename(name);
 }
 
 bool makeResultsPath(char (&path)[RESULT_PATH_SIZE], const Subscription *subscription,
                      const char (&base)[BASE_NAME_SIZE]) {
-    char name[RESULTS_NAME_SIZE];
+    char name[RESULT_NAME_SIZE];
     makeResultsName(name, base);
     return joinPath(path, sizeof path, subscription->resultsDir, name);
 }

@@ -10,7 +10,7 @@
 
 constexpr std::size_t RESULT_PATH_SIZE = 64;  // the application manager takes no longer one
 constexpr std::size_t BASE_NAME_SIZE = 40;
-constexpr std::size_t RESULTS_NAME_SIZE = BASE_NAME_SIZE + sizeof RESULTS_ENDING - 1;
+constexpr std::size_t RESULT_NAME_SIZE = BASE_NAME_SIZE + sizeof RESULTS_ENDING - 1;
 
 // Makes the name that templates show as `report-name`; the file's may differ, as make_filename
 // says.
@@ -20,7 +20,7 @@ void makeBaseName(char (&base)[BASE_NAME_SIZE], std::int32_t format, std::int32_
                   const char *reference, std::int32_t sequence);
 
 // Makes the name of the results file of this base name.
-void makeResultsName(char (&name)[RESULTS_NAME_SIZE], const char (&base)[BASE_NAME_SIZE]);
+void makeResultsName(char (&name)[RESULT_NAME_SIZE], const char (&base)[BASE_NAME_SIZE]);
 
 // Makes the path of the results file of this base name. False when it was cut, after a warning.
 bool makeResultsPath(char (&path)[RESULT_PATH_SIZE], const Subscription *subscription,
